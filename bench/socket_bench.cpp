@@ -1,0 +1,172 @@
+// Whole round trips through a daemon's socket, against a bare echo over the same kind of socket that takes the same
+// request and gives the same answer.
+#include <benchmark/benchmark.h>
+#include <poll.h>
+#include <signal.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "bench/peers.h"
+#include "transport/base64.h"
+#include "transport/records.h"
+
+namespace {
+
+constexpr int kGetSerialNumber = 4010;
+constexpr int kGetDiagTtyBlock = 4081;  // answers without touching the phone: the road alone
+
+std::string request_line(int opcode) {
+  rzcmd_request req = {opcode, MAX_RZCMD_REQ_SIZE, ""};
+  std::string line(atd::base64_text_size(sizeof req), '\0');
+  atd::base64_encode(&req, sizeof req, line.data());
+  return "atsrequest " + line;  // the text carries its NUL
+}
+
+int connect_to(const std::string& path) {
+  struct sockaddr_un address = {.sun_family = AF_UNIX, .sun_path = {}};
+  strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
+  int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  return connect(fd, reinterpret_cast<struct sockaddr*>(&address), sizeof address) == 0 ? fd : -1;
+}
+
+// Waits as a client with a time-out does, and as atdctl itself does.
+void receive(int fd, size_t length) {
+  char block[4096];
+  while (length > 0) {
+    struct pollfd readable = {fd, POLLIN, 0};
+    if (poll(&readable, 1, 15000) <= 0) abort();
+    ssize_t got = recv(fd, block, sizeof block, 0);
+    if (got <= 0) abort();
+    length -= static_cast<size_t>(got);
+  }
+}
+
+size_t answer_length(int fd, const std::string& line) {
+  char block[4096];
+  if (send(fd, line.data(), line.size(), 0) < 0) abort();
+  size_t length = 0;
+  do {
+    ssize_t got = recv(fd, block + length, sizeof block - length, 0);
+    if (got <= 0) abort();
+    length += static_cast<size_t>(got);
+  } while (block[length - 1] != '\0');
+  return length;
+}
+
+void round_trip(benchmark::State& state) {
+  const std::string line = request_line(static_cast<int>(state.range(0)));
+  int fd = connect_to(bench::daemon_socket());
+  size_t answer = answer_length(fd, line);
+  for (auto _ : state) {
+    if (send(fd, line.data(), line.size(), 0) < 0) abort();
+    receive(fd, answer);
+  }
+  close(fd);
+}
+
+void echo(benchmark::State& state) {
+  const std::string line = request_line(kGetDiagTtyBlock);
+  int probe = connect_to(bench::daemon_socket());
+  size_t answer = answer_length(probe, line);
+  close(probe);
+  int pair[2];
+  if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair) != 0) abort();
+  pid_t child = fork();
+  if (child == 0) {
+    close(pair[0]);
+    char block[16384] = {};
+    size_t taken = 0;
+    for (ssize_t got; (got = recv(pair[1], block, sizeof block, 0)) > 0;) {
+      taken += static_cast<size_t>(got);
+      if (taken < line.size()) continue;
+      taken -= line.size();
+      if (send(pair[1], block, answer, 0) < 0) break;
+    }
+    _exit(0);
+  }
+  close(pair[1]);
+  for (auto _ : state) {
+    if (send(pair[0], line.data(), line.size(), 0) < 0) abort();
+    receive(pair[0], answer);
+  }
+  close(pair[0]);
+  waitpid(child, nullptr, 0);
+}
+
+void many_clients(benchmark::State& state) {
+  const std::string line = request_line(kGetDiagTtyBlock);
+  std::vector<int> clients;
+  for (int i = 0; i < state.range(0); ++i) clients.push_back(connect_to(bench::daemon_socket()));
+  // An answer goes to everyone; each connection has been accepted once it was answered.
+  size_t answer = 0;
+  for (int fd : clients) {
+    std::string word("x", 2);
+    answer_length(fd, word);
+  }
+  answer = answer_length(clients[0], line);
+  for (size_t i = 1; i < clients.size(); ++i) receive(clients[i], answer);
+  size_t next = 0;
+  for (auto _ : state) {
+    if (send(clients[next], line.data(), line.size(), 0) < 0) abort();
+    for (int fd : clients) receive(fd, answer);
+    next = (next + 1) % clients.size();
+  }
+  state.counters["requests/s"] = benchmark::Counter(static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
+  for (int fd : clients) close(fd);
+}
+
+long resident_kib() {
+  std::ifstream status("/proc/" + std::to_string(bench::daemon_pid()) + "/status");
+  for (std::string word; status >> word;) {
+    long kib;
+    if (word == "VmRSS:" && status >> kib) return kib;
+  }
+  return -1;
+}
+
+long descriptors() {
+  long count = 0;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc/" + std::to_string(bench::daemon_pid()) + "/fd")) {
+    (void)entry;
+    ++count;
+  }
+  return count;
+}
+
+void growth(benchmark::State& state) {
+  const std::string line = request_line(kGetDiagTtyBlock);
+  for (auto _ : state) {
+    int fd = connect_to(bench::daemon_socket());
+    size_t answer = answer_length(fd, line);
+    auto ask = [&](int times) {
+      for (int i = 0; i < times; ++i) {
+        if (send(fd, line.data(), line.size(), 0) < 0) abort();
+        receive(fd, answer);
+      }
+    };
+    ask(20000);  // until the log buffers have gone round once
+    long kib = resident_kib(), fds = descriptors();
+    ask(100000);
+    state.counters["resident_KiB"] = static_cast<double>(resident_kib());
+    state.counters["growth_KiB"] = static_cast<double>(resident_kib() - kib);
+    state.counters["growth_fds"] = static_cast<double>(descriptors() - fds);
+    close(fd);
+  }
+}
+
+BENCHMARK(round_trip)->Name("socket/record_round_trip")->Arg(kGetDiagTtyBlock)->Arg(kGetSerialNumber)->UseRealTime();
+BENCHMARK(echo)->Name("socket/bare_echo")->UseRealTime();
+BENCHMARK(many_clients)->Name("socket/clients")->Arg(1)->Arg(8)->Arg(64)->UseRealTime();
+BENCHMARK(growth)->Name("socket/growth_over_100000_requests")->Iterations(1)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+}  // namespace

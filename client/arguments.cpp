@@ -1,0 +1,141 @@
+#include "client/arguments.h"
+
+#include <ctype.h>
+#include <errno.h>
+#include <fcntl.h>
+#include <stdlib.h>
+#include <string.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <numeric>
+#include <utility>
+
+#include "transport/records.h"
+
+namespace atd::client {
+namespace {
+
+// Letters to put in, take out or change to get from one to the other, case aside.
+size_t distance(const std::string& a, const std::string& b) {
+  std::vector<size_t> row(b.size() + 1);
+  std::iota(row.begin(), row.end(), 0);
+  for (size_t i = 0; i < a.size(); ++i) {
+    size_t diagonal = std::exchange(row[0], i + 1);
+    for (size_t j = 0; j < b.size(); ++j) {
+      size_t changed = diagonal + (tolower(a[i]) != tolower(b[j]));
+      diagonal = row[j + 1];
+      row[j + 1] = std::min({changed, row[j] + 1, row[j + 1] + 1});
+    }
+  }
+  return row.back();
+}
+
+// The number of a digit, 16 for what is none.
+unsigned digit(char c) {
+  if (c >= '0' && c <= '9') return c - '0';
+  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  return 16;
+}
+
+}  // namespace
+
+Failure parse_opcode(const std::string& text, int32_t* opcode) {
+  if (const Opcode* row = find_opcode(text.c_str())) {
+    *opcode = row->number;
+    return {};
+  }
+  bool is_signed = text.starts_with('-') || text.starts_with('+');
+  if (text.size() > is_signed && digit(text[is_signed]) < 10) {
+    bool is_hex = text.compare(is_signed, 2, "0x") == 0 || text.compare(is_signed, 2, "0X") == 0;
+    char* end = nullptr;
+    errno = 0;
+    long long number = strtoll(text.c_str(), &end, is_hex ? 16 : 10);
+    if (*end == '\0' && errno == 0 && number >= INT32_MIN && number <= (is_hex ? UINT32_MAX : INT32_MAX)) {
+      *opcode = static_cast<int32_t>(number);
+      return {};
+    }
+    return {kUsage, "\"" + text + "\" is no opcode: a number from -2147483648 to 2147483647, or 0x and up to 8 digits"};
+  }
+  std::string nearest;
+  for (const std::string& name : nearest_names(text, 3)) nearest += (nearest.empty() ? " " : ", ") + name;
+  return {kUsage, "no request is named \"" + text + "\"; nearest:" + nearest + "; \"atdctl ops\" lists all"};
+}
+
+std::vector<std::string> nearest_names(const std::string& name, size_t count) {
+  std::vector<std::pair<size_t, std::string>> found;
+  for (const Opcode& row : opcodes()) {
+    size_t away = distance(name, row.name);
+    // A part of a name, as "imei", counts as near to it.
+    if (name.size() > 2 && std::string(row.name).find(name) != std::string::npos) away /= 4;
+    found.emplace_back(away, row.name);
+  }
+  std::stable_sort(found.begin(), found.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+  std::vector<std::string> names;
+  for (size_t i = 0; i < found.size() && i < count; ++i) names.push_back(found[i].second);
+  return names;
+}
+
+Failure parse_hex(const std::string& text, std::string* bytes) {
+  bytes->clear();
+  size_t at = text.starts_with("0x") || text.starts_with("0X") ? 2 : 0;
+  while (at < text.size()) {
+    if (strchr(" \t\n:-", text[at]) != nullptr) {
+      ++at;
+      continue;
+    }
+    unsigned high = digit(text[at]), low = at + 1 < text.size() ? digit(text[at + 1]) : 16;
+    if (high > 15 || low > 15) {
+      return {kUsage, "--hex takes pairs of hex digits, as 01ff20: no pair at character " + std::to_string(at + 1)};
+    }
+    *bytes += static_cast<char>(high << 4 | low);
+    at += 2;
+  }
+  if (bytes->size() > MAX_RZCMD_REQ_SIZE) {
+    return {kUsage, "the payload has " + std::to_string(bytes->size()) + " bytes, at most " +
+                        std::to_string(MAX_RZCMD_REQ_SIZE) + " fit in a request"};
+  }
+  return {};
+}
+
+Failure parse_text(const std::string& text, std::string* bytes) {
+  constexpr size_t kMost = MAX_RZCMD_REQ_SIZE - 1;
+  if (text.size() > kMost) {
+    return {kUsage, "the text has " + std::to_string(text.size()) + " bytes, at most " + std::to_string(kMost) +
+                        " and an end fit in a request; bytes without an end go with --file"};
+  }
+  *bytes = text;
+  return {};
+}
+
+Failure read_payload(const std::string& file, std::string* bytes) {
+  bool is_input = file == "-";
+  int fd = is_input ? STDIN_FILENO : open(file.c_str(), O_RDONLY | O_CLOEXEC);
+  char buffer[MAX_RZCMD_REQ_SIZE];
+  ssize_t size = fd < 0 ? -1 : 1;
+  bytes->clear();
+  while (size > 0 && bytes->size() <= MAX_RZCMD_REQ_SIZE) {
+    size = read(fd, buffer, sizeof buffer);
+    if (size > 0) bytes->append(buffer, size);
+  }
+  int error = errno;
+  if (!is_input && fd >= 0) close(fd);
+  if (size < 0) return {kUsage, file + ": " + strerror(error)};
+  if (bytes->size() > MAX_RZCMD_REQ_SIZE) {
+    return {kUsage, (is_input ? "standard input" : file) + " has more bytes than the " +
+                        std::to_string(MAX_RZCMD_REQ_SIZE) + " that fit in a request"};
+  }
+  return {};
+}
+
+Failure parse_request(const std::string& line, int32_t* opcode, std::string* payload) {
+  constexpr char kBlanks[] = " \t";
+  size_t begin = std::min(line.find_first_not_of(kBlanks), line.size());
+  size_t end = std::min(line.find_first_of(kBlanks, begin), line.size());
+  size_t text = std::min(line.find_first_not_of(kBlanks, end), line.size());
+  Failure failure = parse_opcode(line.substr(begin, end - begin), opcode);
+  return failure ? failure : parse_text(line.substr(text), payload);
+}
+
+}  // namespace atd::client

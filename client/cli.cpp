@@ -1,0 +1,152 @@
+#include "client/cli.h"
+
+#include <CLI/CLI.hpp>
+
+#include "client/commands.h"
+
+namespace atd::client {
+namespace {
+
+struct Options {
+  std::string socket, device;
+  RequestArguments request;
+  bool json = false;
+  bool hexdump = false;
+  int count = 0;
+  double quiet_ms = 200;
+  double timeout = Target().timeout;
+  std::string text;
+  std::string file = "-";
+  std::string shell;
+};
+
+// Seconds or milliseconds that a clock can count; "nan" is a number as well, so the test is for what is right.
+std::string check_time(const std::string& text) {
+  char* end = nullptr;
+  double value = strtod(text.c_str(), &end);
+  return !text.empty() && *end == '\0' && value >= 0 && value <= 1e9 ? "" : "takes a number from 0 to 1e9, as 0.5";
+}
+
+// Everything that the command line knows. `chosen` is left with the command to run.
+void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
+  app.set_help_flag("-h,--help", "Print help, of a command too, and end");
+  app.get_formatter()->column_width(28);
+  app.get_formatter()->label("OPTIONS", "options");
+  app.get_formatter()->label("SUBCOMMAND", "COMMAND");
+  app.require_subcommand(1);
+  app.fallthrough();
+  auto* socket = app.add_option("--socket", options.socket, "Socket of the daemon")->option_text("PATH");
+  app.add_option("--device", options.device, "Folder of the phone; its socket is DIR/dev/socket/atd")
+      ->option_text("DIR")
+      ->excludes(socket);
+  app.add_option("--timeout", options.timeout, "Longest wait for an answer, fractions allowed (default 15)")
+      ->option_text("SECONDS")
+      ->check(check_time);
+
+  auto target = [&options] { return Target{socket_path(options.socket, options.device), options.timeout}; };
+  auto add = [&](const char* name, const char* description, std::function<int()> body) {
+    CLI::App* command = app.add_subcommand(name, description);
+    command->footer("--socket, --device and --timeout stand before or behind the command's name.");
+    command->callback([&chosen, body] { chosen = body; });
+    return command;
+  };
+  auto add_json = [&](CLI::App* command, const char* description) {
+    command->add_flag("--json", options.json, description);
+  };
+
+  CLI::App* command = add("ops", "List the opcodes", [&] { return run_ops(options.json); });
+  add_json(command, "Print an array of objects");
+  command->footer("Needs no daemon. Rows that are not built yet begin with an exclamation mark.");
+
+  command = add("request", "Send a request and print its answer", [&, target] {
+    options.request.json = options.json;
+    return run_request(target(), options.request);
+  });
+  RequestArguments& request = options.request;
+  command->add_option("NAME|NUMBER", request.opcode, "Opcode: a name of \"atdctl ops\", or any 32-bit number")
+      ->required()
+      ->option_text(" ");
+  auto* text = command->add_option("TEXT", request.text, "Payload as text, at most 2047 bytes")->option_text(" ");
+  auto* hex = command->add_option("--hex", request.hex, "Payload as pairs of hex digits, at most 2048 bytes");
+  auto* file = command->add_option("--file", request.file, "Payload from a file, - for standard input");
+  text->each([&request](const std::string&) { request.has_text = true; });
+  hex->option_text("HEX")->excludes(text)->each([&request](const std::string&) { request.has_hex = true; });
+  file->option_text("FILE")->excludes(text)->excludes(hex);
+  file->each([&request](const std::string&) { request.has_file = true; });
+  add_json(command, "Print one object");
+
+  command = add("batch", "Send a request a line, and print the answers in order",
+                [&, target] { return run_batch(target(), options.file, options.json); });
+  command->add_option("FILE|-", options.file, "Lines NAME|NUMBER [TEXT]; blank ones and those with # are skipped")
+      ->option_text(" ");
+  add_json(command, "Print one object a line");
+
+  command = add("send", "Send an AT command to the platform", [&, target] { return run_send(target(), options.text); });
+  command->add_option("TEXT", options.text, "The AT command, as AT+CSQ")->required()->option_text(" ");
+
+  add("initialize", "Tell the daemon that the platform is ready", [target] { return run_initialize(target()); });
+
+  command = add("monitor", "Print every message of the daemon as it comes",
+                [&, target] { return run_monitor(target(), options.json, options.count); });
+  command->add_option("--count", options.count, "End after so many messages")->option_text("N")->check(
+      CLI::Range(1, 2000000000));
+  add_json(command, "Print one object a line");
+
+  add("wait", "Wait until the daemon answers", [target] { return run_wait(target()); });
+
+  command = add("raw", "Send lines of standard input as they are, and print what comes",
+                [&, target] { return run_raw(target(), options.hexdump, options.quiet_ms); });
+  command->add_flag("--hexdump", options.hexdump, "Print the bytes on the wire too");
+  command->add_option("--quiet", options.quiet_ms, "Silence that ends a line without an answer (default 200)")
+      ->option_text("MILLISECONDS")
+      ->check(check_time);
+
+  command = add("completion", "Print the completion script for bash", [&app] { return run_completion(app); });
+  command->add_option("SHELL", options.shell, "bash")->option_text(" ")->check(CLI::IsMember({"bash"}));
+  add("dictionary", "Print a fuzzing dictionary of the protocol", run_dictionary)->group("");
+  add("manual", "Print the manual page", [&app] { return run_manual(app); })->group("");
+
+  std::string footer = "Environment: ATD_SOCKET and ATD_DEVICE stand for --socket and --device.\nExit status:\n";
+  for (const StatusMeaning& row : statuses()) {
+    std::string number = std::to_string(row.status);
+    footer += std::string(4 - number.size(), ' ') + number + "  " + row.meaning + "\n";
+  }
+  footer.pop_back();
+  app.footer(footer);
+}
+
+// What the parser says, in words that help.
+std::string explain(const CLI::App& app, const CLI::ParseError& error) {
+  std::string name = app.get_name();
+  for (const CLI::App* command : app.get_subcommands()) name += " " + command->get_name();
+  std::vector<std::string> extras = app.remaining(true);
+  std::string extra = extras.empty() ? "" : extras.front();
+  if (extra.starts_with('-')) return "there is no option " + extra + "; see " + name + " --help";
+  if (app.get_subcommands().empty() && dynamic_cast<const CLI::RequiredError*>(&error) != nullptr) {
+    std::string commands;
+    for (const CLI::App* command : app.get_subcommands([](const CLI::App* sub) { return !sub->get_group().empty(); })) {
+      commands += (commands.empty() ? "" : ", ") + command->get_name();
+    }
+    return (extra.empty() ? "" : "\"" + extra + "\" is no command; ") + "a command is needed: " + commands;
+  }
+  if (!extra.empty()) return "\"" + extra + "\" is one argument too many; a text with blanks needs quotes";
+  return std::string(error.what()) + "; see " + name + " --help";
+}
+
+}  // namespace
+
+int run(int argc, char** argv) {
+  CLI::App app("Talks to atd, the phone's AT-command daemon.", "atdctl");
+  Options options;
+  std::function<int()> chosen;
+  set_up(app, options, chosen);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    if (error.get_exit_code() == 0) return app.exit(error);
+    return complain({kUsage, explain(app, error)});
+  }
+  return chosen();
+}
+
+}  // namespace atd::client

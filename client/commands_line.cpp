@@ -1,0 +1,116 @@
+#include <errno.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+
+#include "client/commands.h"
+#include "client/input.h"
+
+namespace atd::client {
+namespace {
+
+// The text from the first character on that the daemon does not skip.
+std::string as_sent_on(const std::string& text) {
+  auto is_sent = [](unsigned char c) { return c > 32 && c < 128; };
+  return std::string(std::find_if(text.begin(), text.end(), is_sent), text.end());
+}
+
+int run_line(const Target& target, const std::string& line, const std::function<bool(const Message&)>& is_answer) {
+  Connection connection;
+  Message answer;
+  Deadline deadline = in_seconds(target.timeout);
+  Failure failure = connect(connection, target, deadline);
+  if (!failure) failure = exchange(connection, target, line, deadline, is_answer, &answer);
+  if (failure) return complain(failure);
+  print(visible(answer.bytes) + "\n");
+  return kOk;
+}
+
+class RawConversation {
+ public:
+  RawConversation(const Target& target, bool hexdump, double quiet_ms)
+      : target_(target), hexdump_(hexdump), quiet_(quiet_ms / 1000) {}
+
+  int run() {
+    Failure failure = connect(connection_, target_, in_seconds(target_.timeout));
+    if (failure) return complain(failure);
+    int status = kOk;
+    InputLines input(STDIN_FILENO);
+    std::string line;
+    for (;;) {
+      while (!input.is_ready()) {
+        Message message;
+        Wait wait = connection_.next(&message, Deadline::max(), STDIN_FILENO);
+        if (wait == Wait::gone) return worse(status, complain(went_away(target_)));
+        if (wait == Wait::woken) input.fill();
+        else show('<', message.bytes);
+      }
+      if (!input.take(&line)) return status;
+      failure = say(line);
+      if (failure) status = worse(status, complain(failure));
+      if (failure.status == kNoDaemon) return status;
+    }
+  }
+
+ private:
+  void show(char direction, const std::string& bytes) {
+    std::string text = std::string(1, direction) + " " + visible(bytes) + "\n";
+    if (hexdump_) text += client::hexdump(std::string(bytes.c_str(), bytes.size() + 1));
+    print(text);
+  }
+
+  // Sends a line and shows what comes, until nothing more is to be expected.
+  Failure say(const std::string& line) {
+    if (line.size() > kLineMax) {
+      return {kUsage, "a line has " + std::to_string(line.size()) + " bytes, the daemon takes at most " +
+                          std::to_string(kLineMax)};
+    }
+    Deadline deadline = in_seconds(target_.timeout);
+    ExchangeLock lock;
+    if (!lock.take(target_.socket, deadline)) return timed_out(target_, "no turn beside other clients");
+    show('>', line);
+    if (int error = connection_.send(line, deadline)) {
+      return error == ETIMEDOUT ? timed_out(target_, "no room for the line") : went_away(target_);
+    }
+    bool is_request = line.starts_with("atsrequest ");
+    Message message;
+    for (;;) {
+      Deadline limit = is_request ? deadline : std::min(deadline, in_seconds(quiet_));
+      Wait wait = connection_.next(&message, limit);
+      if (wait == Wait::gone) return went_away(target_);
+      if (wait == Wait::timed_out && !is_request) return {};
+      if (wait == Wait::timed_out) return timed_out(target_, "no answer");
+      show('<', message.bytes);
+      if (message.code == kRefusedCode || (is_request && message.code == kAnswerCode)) return {};
+    }
+  }
+
+  const Target& target_;
+  bool hexdump_;
+  double quiet_;  // seconds
+  Connection connection_;
+};
+
+}  // namespace
+
+int run_send(const Target& target, const std::string& text) {
+  std::string sent_on = as_sent_on(text);
+  if (sent_on.empty()) {
+    return complain({kUsage, "nothing to send: an AT command has a character above 32 and below 128, as AT+CSQ"});
+  }
+  return run_line(target, "atcommand adc " + quote(text), [&](const Message& message) {
+    return message.code == kPlatformCode && message.text == sent_on;
+  });
+}
+
+int run_initialize(const Target& target) {
+  return run_line(target, "atcommand initialize",
+                  [](const Message& message) { return message.code == kReadyCode; });
+}
+
+int run_raw(const Target& target, bool hexdump, double quiet_ms) {
+  return RawConversation(target, hexdump, quiet_ms).run();
+}
+
+}  // namespace atd::client

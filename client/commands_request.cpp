@@ -1,0 +1,106 @@
+#include <errno.h>
+#include <fcntl.h>
+#include <string.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+#include "client/arguments.h"
+#include "client/commands.h"
+#include "client/input.h"
+#include "client/json.h"
+
+namespace atd::client {
+namespace {
+
+using namespace std::string_literals;
+
+std::string with_line_number(int number, const std::string& lines) {
+  std::string numbered;
+  for (size_t at = 0; at < lines.size();) {
+    size_t end = std::min(lines.find('\n', at), lines.size() - 1) + 1;
+    numbered += std::to_string(number) + ": " + lines.substr(at, end - at);
+    at = end;
+  }
+  return numbered;
+}
+
+// Runs one line of a batch; the connection is closed when the daemon went away.
+Failure ask_line(Connection& connection, const Target& target, const std::string& line, int32_t* opcode,
+                 Response* response) {
+  std::string payload;
+  Failure failure = parse_request(line, opcode, &payload);
+  if (failure) return failure;
+  failure = ask(connection, target, *opcode, payload, in_seconds(target.timeout), response);
+  if (failure.status == kNoDaemon) connection.close();
+  return failure;
+}
+
+int run_lines(const Target& target, int fd, bool json) {
+  Connection connection;
+  Failure unreachable = connect(connection, target, in_seconds(target.timeout));
+  if (unreachable) return complain(unreachable);
+
+  int status = kOk;
+  int number = 0;
+  std::string line;
+  InputLines input(fd);
+  while (input.take(&line)) {
+    ++number;
+    if (line.ends_with('\r')) line.pop_back();
+    size_t begin = line.find_first_not_of(" \t");
+    if (begin == std::string::npos || line[begin] == '#') continue;
+    // The request before may have restarted the phone, and the daemon comes back with it.
+    if (connection.is_open() && connection.settle(in_seconds(target.timeout)) == Wait::gone) connection.close();
+    if (!connection.is_open()) {
+      unreachable = connect(connection, target, in_seconds(target.timeout), true);
+      if (unreachable) {
+        unreachable.text = "line " + std::to_string(number) + " and those behind it are not sent: " + unreachable.text;
+        return worse(status, complain(unreachable));
+      }
+    }
+    int32_t opcode = 0;
+    Response response;
+    Failure failure = ask_line(connection, target, line, &opcode, &response);
+    if (!failure) {
+      print(json ? answer_json(number, opcode, response) : with_line_number(number, answer_text(opcode, response)));
+      failure.status = result_status(response.result);
+    } else if (json) {
+      print(failure_json(number, line, failure.status, failure.text));
+    } else {
+      complain({failure.status, "line " + std::to_string(number) + ": " + failure.text});
+    }
+    status = worse(status, failure.status);
+  }
+  return input.error() == 0 ? status : worse(status, complain({kUsage, "no more lines: "s + strerror(input.error())}));
+}
+
+}  // namespace
+
+int run_request(const Target& target, const RequestArguments& arguments) {
+  int32_t opcode = 0;
+  std::string payload;
+  Failure failure = parse_opcode(arguments.opcode, &opcode);
+  if (!failure && arguments.has_hex) failure = parse_hex(arguments.hex, &payload);
+  if (!failure && arguments.has_file) failure = read_payload(arguments.file, &payload);
+  if (!failure && arguments.has_text) failure = parse_text(arguments.text, &payload);
+  Connection connection;
+  Response response;
+  Deadline deadline = in_seconds(target.timeout);
+  if (!failure) failure = connect(connection, target, deadline);
+  if (!failure) failure = ask(connection, target, opcode, payload, deadline, &response);
+  if (failure) return complain(failure);
+  print(arguments.json ? answer_json(0, opcode, response) : answer_text(opcode, response));
+  return result_status(response.result);
+}
+
+int run_batch(const Target& target, const std::string& file, bool json) {
+  bool is_input = file == "-";
+  int fd = is_input ? STDIN_FILENO : open(file.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return complain({kUsage, file + ": " + strerror(errno)});
+  int status = run_lines(target, fd, json);
+  if (!is_input) close(fd);
+  return status;
+}
+
+}  // namespace atd::client

@@ -1,0 +1,30 @@
+// What atdctl prints for programs: JSON objects, each in one line. Fields that do not apply are null; where a text is
+// not UTF-8 it has replacement characters.
+#pragma once
+
+#include <stdint.h>
+#include <time.h>
+
+#include <string>
+
+#include "client/wire.h"
+#include "dispatch/opcode_table.h"
+
+namespace atd::client {
+
+// A row of the opcode table.
+std::string opcode_json(const Opcode& row);
+
+// An answer; with a `line` above 0 the object begins with the number of the request's line.
+std::string answer_json(int line, int32_t opcode, const Response& response);
+
+// A request of a batch that has no answer, and why.
+std::string failure_json(int line, const std::string& request, int status, const std::string& error);
+
+// A message, when it came, and which it was; "decoded" holds its record, if it carries one.
+std::string message_json(const timespec& time, int sequence, const Message& message);
+
+// The time as ISO 8601 in UTC, with microseconds.
+std::string iso_time(const timespec& time);
+
+}  // namespace atd::client

@@ -1,0 +1,25 @@
+// Hardware addresses: six bytes, written as 12 hexadecimal digits.
+#pragma once
+
+struct rzcmd_response;
+
+namespace atd {
+
+// Turns 12 hexadecimal digits of either case into six bytes; 0, or 1 at the first other character, which is logged.
+int bt_addr_ascii_to_hexa(const char* text, void* bytes);
+
+// Writes six bytes as 12 upper-case digits and a terminator.
+void bt_addr_hexa_to_ascii(const void* bytes, char* text);
+
+// Reads or writes the WLAN MAC address (six bytes); 0, or 1 when the store fails, and for reading when all are zero.
+int wlan_mac_read(void* bytes);
+int wlan_mac_write(const void* bytes);
+
+// Stores the WLAN MAC address given by the text's first 12 digits; 0, or 1 when they are none or the store fails.
+int wlan_mac_assign(const char* text);
+
+// Writes the WLAN MAC address given by the text's first 12 digits, or with the empty text answers it as text; result 1
+// on any failure.
+void handle_automid_mac(const char* text, rzcmd_response* rsp);
+
+}  // namespace atd

@@ -1,0 +1,84 @@
+#include "factory/item_handlers.h"
+
+#include <stdint.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include "atd.h"
+#include "factory/item_registry.h"
+#include "platform/log.h"
+#include "transport/response.h"
+
+namespace atd {
+
+namespace {
+
+int read_text(const FactoryItem& item, char* out) {
+  memset(out, 0, static_cast<size_t>(item.length) + 1);
+  return read_item(item, out) < 0 ? -1 : 0;
+}
+
+void answer_text(rzcmd_response* rsp, const FactoryItem& item, const char* when_empty = "") {
+  char text[MAX_RZCMD_REQ_SIZE];
+  if (read_text(item, text) != 0) return respond(rsp, RZCMD_FAIL);
+  respond_text(rsp, *text ? text : when_empty);
+}
+
+void answer_bytes(rzcmd_response* rsp, const FactoryItem& item) {
+  char bytes[MAX_RZCMD_REQ_SIZE];
+  if (read_item(item, bytes) < 0) return respond(rsp, RZCMD_FAIL);
+  respond_bytes(rsp, bytes, item.length);
+}
+
+}  // namespace
+
+int tav_factory_serial_number_read(char* out) { return read_text(item(9), out); }
+int tav_factory_msn_read(char* out) { return read_text(item(18), out); }
+int tav_factory_manufacture_date_read(char* out) { return read_text(item(19), out); }
+int tav_factory_csn_read(char* out) { return read_text(item(37), out); }
+
+int tav_factory_serial_number_write(const char* text) {
+  char buffer[item(9).length] = {};
+  memcpy(buffer, text, strnlen(text, sizeof buffer));
+  return write_item(item(9), buffer) < 0 ? -1 : 0;
+}
+
+void handle_charger_skip(const char* data, rzcmd_response* rsp) {
+  int number = atoi(data);
+  if (number == 2) return respond(rsp, get_charger_skip() != 0);
+  set_charger_skip(number);
+  respond(rsp, RZCMD_OK);
+}
+
+void handle_set_dload_mode(const char* data, rzcmd_response* rsp) {
+  if (data[0] != 'o') return respond(rsp, RZCMD_FAIL);
+  respond(rsp, write_item(item(129), data) < 0 ? RZCMD_FAIL : RZCMD_OK);
+}
+
+void handle_get_dload_mode(rzcmd_response* rsp) {
+  char mode[item(129).length + 1];
+  bool set = read_text(item(129), mode) == 0 && mode[0] == 'o';
+  respond_text(rsp, set ? mode : "off");
+}
+
+void handle_get_serial_number(rzcmd_response* rsp) { answer_text(rsp, item(9), "0"); }
+void handle_get_msn(rzcmd_response* rsp) { answer_text(rsp, item(18)); }
+void handle_get_manuf_date(rzcmd_response* rsp) { answer_text(rsp, item(19)); }
+void handle_get_csn(rzcmd_response* rsp) { answer_text(rsp, item(37)); }
+void handle_get_sw_fixed_area_version(rzcmd_response* rsp) { answer_text(rsp, item(31)); }
+void handle_get_image_name(rzcmd_response* rsp) { answer_text(rsp, item(215)); }
+void handle_get_ldaf_cal(rzcmd_response* rsp) { answer_bytes(rsp, item(211)); }
+void handle_get_image_status(rzcmd_response* rsp) { answer_bytes(rsp, item(213)); }
+void handle_get_image_secno(rzcmd_response* rsp) { answer_bytes(rsp, item(214)); }
+
+void handle_get_wine_ime(rzcmd_response* rsp) {
+  int value = get_wine_ime();
+  respond_byte(rsp, value);
+  SLOGI("%s : %d\n", "handle_get_wine_ime", value);
+}
+
+void handle_set_wine_ime(const char* data, int length, rzcmd_response* rsp) {
+  respond(rsp, length < 1 || set_wine_ime(data[0]) != 0 ? RZCMD_FAIL : RZCMD_OK);
+}
+
+}  // namespace atd

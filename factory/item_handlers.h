@@ -1,0 +1,44 @@
+// Handlers that read and write factory items.
+#pragma once
+
+struct rzcmd_response;
+
+namespace atd {
+
+// Reads a text item into out (its length and a terminator); 0, or -1 when the store fails.
+int tav_factory_serial_number_read(char* out);     // 13 bytes
+int tav_factory_msn_read(char* out);                // 17 bytes
+int tav_factory_manufacture_date_read(char* out);   // 17 bytes
+int tav_factory_csn_read(char* out);                // 17 bytes
+
+// Writes the factory serial number, at most 12 characters; 0, or -1 when the store fails.
+int tav_factory_serial_number_write(const char* text);
+
+// "2" asks for the charger-skip flag, 1 or 0 in the result itself; any other number sets it, always with result 0.
+void handle_charger_skip(const char* data, rzcmd_response* rsp);
+
+// The download mode: "on" or another text that begins with "o" is stored (8 bytes of data), anything else is refused
+// with result 1; reading answers that text, or "off".
+void handle_set_dload_mode(const char* data, rzcmd_response* rsp);
+void handle_get_dload_mode(rzcmd_response* rsp);
+
+// Answer an item as text, result 1 when it cannot be read; an empty serial number reads "0".
+void handle_get_serial_number(rzcmd_response* rsp);
+void handle_get_msn(rzcmd_response* rsp);
+void handle_get_manuf_date(rzcmd_response* rsp);
+void handle_get_csn(rzcmd_response* rsp);
+void handle_get_sw_fixed_area_version(rzcmd_response* rsp);
+void handle_get_image_name(rzcmd_response* rsp);
+
+// Answer an item as it is stored, result 1 when it cannot be read.
+void handle_get_ldaf_cal(rzcmd_response* rsp);      // 10 bytes
+void handle_get_image_status(rzcmd_response* rsp);  // 1 byte
+void handle_get_image_secno(rzcmd_response* rsp);   // 4 bytes
+
+// The wine IME flag as one byte, 255 when it cannot be read, always with result 0.
+void handle_get_wine_ime(rzcmd_response* rsp);
+
+// Stores the first of `length` bytes as the wine IME flag; result 1 when there is none or it cannot be stored.
+void handle_set_wine_ime(const char* data, int length, rzcmd_response* rsp);
+
+}  // namespace atd

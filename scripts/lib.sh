@@ -1,0 +1,40 @@
+# Shared by the scripts beside it: where the project is, what a machine needs, and how to build.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+say() { printf '\n== %s\n' "$*"; }
+die() { printf '%s: %s\n' "${0##*/}" "$*" >&2; exit 1; }
+
+as_root() {
+  if [ "$(id -u)" = 0 ]; then "$@"
+  elif command -v sudo >/dev/null; then sudo "$@"
+  else die "cannot install packages without root or sudo: $*"
+  fi
+}
+
+# need PACKAGE...: installs those that are missing.
+need() {
+  command -v apt-get >/dev/null || { printf 'not a Debian or Ubuntu machine; needed: %s\n' "$*"; return 0; }
+  local missing
+  # shellcheck disable=SC2046
+  missing=$(printf '%s\n' "$@" | grep -vxF "$(dpkg-query -W -f '${db:Status-Abbrev}${Package}\n' "$@" 2>/dev/null | sed -n 's/^ii //p')" || true)
+  [ -n "$missing" ] || return 0
+  say "installing" $missing
+  as_root apt-get update -qq || true
+  # shellcheck disable=SC2086
+  as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends $missing >/dev/null
+}
+
+BUILD_PACKAGES="g++ cmake ninja-build libcli11-dev nlohmann-json3-dev"
+TEST_PACKAGES="libgtest-dev libgmock-dev"
+
+# build FOLDER [CMAKE-OPTION...] [-- TARGET...]
+build() {
+  local folder=$1; shift
+  local options=()
+  while [ $# -gt 0 ] && [ "$1" != -- ]; do options+=("$1"); shift; done
+  [ $# -eq 0 ] || shift
+  cmake -S . -B "$folder" -G Ninja "${options[@]}" >"$folder.log" 2>&1 || { cat "$folder.log" >&2; die "cannot configure $folder"; }
+  mv "$folder.log" "$folder/configure.log"
+  ninja -C "$folder" --quiet "$@" || die "the build in $folder failed"
+}

@@ -1,0 +1,53 @@
+// The phone's clock. It follows the desktop's; a test makes it virtual, and then time passes only when something
+// sleeps or the test says so.
+#pragma once
+
+#include <pthread.h>
+#include <stdint.h>
+#include <time.h>
+
+#include <condition_variable>
+#include <mutex>
+
+namespace atd::sim {
+
+class Clock {
+ public:
+  // From now on a sleep moves the time ahead at once, and a timed wait lasts until it is woken or `advance` passes
+  // its deadline.
+  void make_virtual();
+
+  // From now on a sleep, too, lasts until `advance` passes its end (virtual clock only).
+  void hold_sleeps();
+
+  // Ends every sleep and lets no further one last: the phone is going away.
+  void release();
+
+  // Moves the virtual time ahead.
+  void advance(uint64_t microseconds);
+
+  // Returns once `count` threads are in a timed wait or a held sleep.
+  void await_waiters(int count = 1);
+
+  // The total of all sleeps so far, in microseconds.
+  uint64_t slept() const;
+
+  // What the verbs of platform/os.h come down to, with their contracts.
+  int get(clockid_t clock, struct timespec* now);
+  void sleep(uint64_t microseconds);
+  int timed_wait(pthread_cond_t* condition, pthread_mutex_t* mutex, clockid_t clock, const struct timespec* deadline);
+
+ private:
+
+  mutable std::mutex lock_;
+  std::condition_variable changed_;
+  bool virtual_ = false;
+  bool hold_ = false;
+  bool released_ = false;
+  uint64_t virtual_now_ = 0;  // microseconds, the same for both clocks but for the epoch below
+  int64_t realtime_base_ = 0;
+  int waiters_ = 0;
+  uint64_t slept_ = 0;
+};
+
+}  // namespace atd::sim

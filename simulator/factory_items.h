@@ -1,0 +1,26 @@
+// The factory item store: one file an item below "sim/items", named INDEX-LENGTH, because the same index with another
+// length is another record. An item never written reads as zero bytes. It survives everything.
+#pragma once
+
+#include <string>
+
+namespace atd::sim {
+
+class FactoryItems {
+ public:
+  explicit FactoryItems(const std::string& root) : folder_(root + "/sim/items") {}
+
+  // The `length` bytes of an item.
+  std::string get(unsigned index, int length) const;
+
+  // Writes an item of value.size() bytes, whole or not at all; false when the store cannot be written.
+  bool set(unsigned index, const std::string& value);
+
+  // The same with the value cut or padded with NULs to `length`.
+  bool set_text(unsigned index, int length, std::string text);
+
+ private:
+  std::string folder_;
+};
+
+}  // namespace atd::sim

@@ -1,0 +1,63 @@
+// One connection of a socket service. It is counted: the listener holds one reference, and so does everyone who uses
+// it outside the listener's callback.
+#pragma once
+
+#include <pthread.h>
+#include <sys/types.h>
+#include <sys/uio.h>
+
+#include <atomic>
+
+#include "List.h"
+
+class SocketClient {
+ public:
+  // Takes the descriptor over when `owned`; the peer's credentials are read now. The count starts at 1.
+  SocketClient(int sock, bool owned);
+  SocketClient(int sock, bool owned, bool useCmdNum);
+  SocketClient(const SocketClient&) = delete;
+  SocketClient& operator=(const SocketClient&) = delete;
+  virtual ~SocketClient();
+
+  int getSocket() const { return mSocket; }
+
+  // The peer's process and owner; -1 where unknown.
+  pid_t getPid() const { return mPid; }
+  uid_t getUid() const { return mUid; }
+  gid_t getGid() const { return mGid; }
+  void setCmdNum(int cmdNum);
+  int getCmdNum();
+
+  // Sends "CODE TEXT" and a NUL, with addErrno "CODE TEXT (strerror)" and a NUL; with a command number, "CODE NUMBER
+  // TEXT". 0, or -1 with errno: EPIPE or ECONNRESET when the peer is gone, ETIMEDOUT when it did not read for the
+  // bounded time; then the connection is shut down, and so it is when only a part of the message went out.
+  int sendMsg(int code, const char* msg, bool addErrno);
+  int sendMsg(int code, const char* msg, bool addErrno, bool useCmdNum);
+
+  // Sends the text and its NUL; result as above.
+  int sendMsg(const char* msg);
+
+  // Sends bytes as they are, whole and not mixed with another thread's; result as above. The vectors are unchanged
+  // afterwards.
+  int sendData(const void* data, int len);
+  int sendDatav(struct iovec* iov, int iovcnt);
+
+  // Counts one reference more; one less, true when that was the last and the client is gone.
+  void incRef();
+  bool decRef();
+
+ private:
+  int sendDataLocked(struct iovec* iov, int iovcnt);
+
+  const int mSocket;
+  const bool mSocketOwned;
+  const bool mUseCmdNum;
+  pthread_mutex_t mWriteMutex = PTHREAD_MUTEX_INITIALIZER;
+  pid_t mPid = -1;
+  uid_t mUid = static_cast<uid_t>(-1);
+  gid_t mGid = static_cast<gid_t>(-1);
+  std::atomic<int> mRefCount = 1;
+  std::atomic<int> mCmdNum = 0;
+};
+
+typedef android::sysutils::List<SocketClient*> SocketClientCollection;

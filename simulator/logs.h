@@ -1,0 +1,63 @@
+// The phone's log buffers: text in logcat's threadtime form, kept below "/dev/log" where a person or the phone's own
+// logcat reads it. What is written is there even when the process is killed right after.
+#pragma once
+
+#include <stdarg.h>
+#include <stddef.h>
+#include <time.h>
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace atd::sim {
+
+// The letter of a priority in a log line: 'V', 'D', 'I', 'W', 'E', 'F', or '?'.
+char priority_letter(int priority);
+
+class Logs {
+ public:
+  explicit Logs(std::string folder) : folder_(std::move(folder)) {}
+  ~Logs();
+
+  // Copies lines of this priority and above to standard error from now on; ANDROID_LOG_SILENT for none, the default.
+  void echo(int priority) { echo_priority_ = priority; }
+
+  // Writes one line; the length of its text, or -1 for an unknown buffer or when the buffer's file cannot be had.
+  int write(int buffer, int priority, const char* tag, const char* format, va_list arguments);
+
+  // The lines of a buffer, oldest first, each as "MM-DD hh:mm:ss.mmm  PID  TID P Tag: text".
+  std::vector<std::string> lines(int buffer) const;
+
+  // How many lines of a buffer carry the priority's letter, the tag and exactly this text (without a final newline).
+  int count(int buffer, int priority, const std::string& tag, const std::string& text) const;
+
+  // The same for the daemon's own lines: system buffer, tag "Atd".
+  int count(int priority, const std::string& text) const;
+
+  // Starts empty, as after a reboot.
+  void clear();
+
+ private:
+  // One buffer's present file, mapped, so that a line is one copy; a full one becomes NAME.1.
+  struct Buffer {
+    char* text = nullptr;
+    size_t used = 0;
+  };
+
+  std::string file(int buffer) const;
+  bool open_locked(int buffer);
+  void close_locked(int buffer);
+
+  static constexpr int kBuffers = 5;
+  static constexpr size_t kFileSize = 512 * 1024;
+
+  std::string folder_;
+  mutable std::mutex lock_;
+  Buffer buffers_[kBuffers];
+  int echo_priority_ = 8;
+  time_t stamp_second_ = -1;
+  char stamp_[16];
+};
+
+}  // namespace atd::sim

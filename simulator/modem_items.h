@@ -1,0 +1,39 @@
+// The modem's built-in items: what each opcode answers, and keeps, where no row of "sim/modem.conf" says otherwise. An
+// item is one file below "sim/modem" in the phone's folder; it survives a reboot.
+#pragma once
+
+#include <stddef.h>
+
+#include <string>
+#include <string_view>
+
+namespace atd::sim {
+
+class ModemItems {
+ public:
+  explicit ModemItems(const std::string& root);
+
+  // Carries one request out; *answer has at most 2048 bytes. False when the modem knows no such opcode, the payload
+  // makes no sense or the item cannot be stored; the reason is logged to the main buffer.
+  bool answer(int opcode, const std::string& payload, std::string* answer);
+
+  // Forgets what lasts until the modem restarts: radio modes and a half-done bulk transfer.
+  void restart();
+
+ private:
+  struct Item;
+  static const Item kItems[];
+
+  bool carry_out(const Item& item, const std::string& payload, std::string* answer);
+  std::string stored(const std::string& name, std::string_view when_missing) const;
+  bool store(const std::string& name, const std::string& value);
+  bool receive_bulk(const std::string& chunk);
+  std::string next_bulk_chunk();
+  bool access_nv(bool write, const std::string& packet, std::string* answer);
+
+  std::string folder_;
+  std::string incoming_;  // bulk data so far; kept over a lost connection, because the sender goes on after it
+  size_t bulk_sent_ = 0;  // bytes of the stored bulk data already given out
+};
+
+}  // namespace atd::sim

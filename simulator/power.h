@@ -1,0 +1,32 @@
+// Reboot and power-off. Each is recorded as a line of "sim/power" in the phone's folder and, where it is allowed, carried out by whoever runs
+// the phone.
+#pragma once
+
+#include <functional>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace atd::sim {
+
+class Power {
+ public:
+  explicit Power(const std::string& root) : file_(root + "/sim/power") {}
+
+  // Lets reboot and power-off through: `ended` is called once for each, on the caller's thread, with "reboot", "power-off" or
+  // "reboot REASON" ("reboot dload" is download mode). Without it they are recorded and refused.
+  void allow(std::function<void(const std::string& what)> ended) { ended_ = std::move(ended); }
+
+  // Records the request and carries it out; false when it was refused.
+  bool request(const std::string& what);
+
+  // Everything that was asked for since the phone was made, oldest first, with "refused " in front where it was refused.
+  std::vector<std::string> history() const;
+
+ private:
+  std::string file_;
+  mutable std::mutex lock_;
+  std::function<void(const std::string&)> ended_;
+};
+
+}  // namespace atd::sim

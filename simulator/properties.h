@@ -1,0 +1,33 @@
+// System properties, one file each: "persist.*" below "/data/property" survives a reboot, "ro.*" comes from
+// "/system/build.prop" at boot and stays, the rest lives below "/dev/__properties__" until the next boot.
+#pragma once
+
+#include <functional>
+#include <string>
+
+namespace atd::sim {
+
+class Properties {
+ public:
+  explicit Properties(const std::string& root) : root_(root) {}
+
+  // The value, "" when it is not set.
+  std::string get(const std::string& name) const;
+
+  // Sets a property as a process of the phone would; false when the name or the value (at most 91 bytes) is not
+  // acceptable or the property is read-only.
+  bool set(const std::string& name, const std::string& value);
+
+  // Sets any property, read-only ones too: what the boot loader and init do.
+  bool set_at_boot(const std::string& name, const std::string& value);
+
+  // Forgets what a reboot forgets and reads "/system/build.prop" again.
+  void boot();
+
+ private:
+  std::string file(const std::string& name) const;
+
+  std::string root_;
+};
+
+}  // namespace atd::sim

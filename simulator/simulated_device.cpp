@@ -1,0 +1,132 @@
+#include "simulator/simulated_device.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <atomic>
+
+#include "simulator/files.h"
+
+namespace atd::sim {
+
+namespace {
+
+std::atomic<SimulatedDevice*> g_current;
+
+constexpr const char* kFolders[] = {
+    "/sim/items", "/data/property", "/data/factory", "/dev/socket", "/dev/log", "/dev/__properties__", "/dev/input",
+    "/dev/block/bootdevice/by-name", "/sys", "/proc", "/cache/recovery", "/storage", "/system/bin", "/system/etc",
+};
+
+constexpr const char* kBuildProperties =
+    "# Read at every boot; edit it to make this phone another one.\n"
+    "ro.factorytest=0\n"
+    "ro.minios.enable=0\n"
+    "ro.bootmode=normal\n"
+    "ro.model.name=SIM-1\n"
+    "ro.build.version.release=8.0.0\n";
+
+void fail(std::string* error, const std::string& what) { *error = what + ": " + strerror(errno); }
+
+}  // namespace
+
+std::unique_ptr<SimulatedDevice> SimulatedDevice::open(const std::string& root, std::string* error) {
+  if (!make_folders(root)) return fail(error, root), nullptr;
+  char* real = realpath(root.c_str(), nullptr);
+  if (!real) return fail(error, root), nullptr;
+  std::string base = real;
+  free(real);
+  if (base == "/") {
+    *error = "/: a simulated phone needs a folder of its own";
+    return nullptr;
+  }
+  for (const char* folder : kFolders) {
+    if (!make_folders(base + folder)) return fail(error, base + folder), nullptr;
+  }
+  std::string lock_file = base + "/sim/lock";
+  int lock = ::open(lock_file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0660);
+  if (lock < 0) return fail(error, lock_file), nullptr;
+  if (flock(lock, LOCK_EX | LOCK_NB) != 0) {
+    std::string holder;
+    if (errno == EWOULDBLOCK && read_file(lock_file, &holder)) {
+      *error = base + ": process " + holder.substr(0, holder.find('\n')) + " runs this phone";
+    } else {
+      fail(error, lock_file);
+    }
+    close(lock);
+    return nullptr;
+  }
+  std::string pid = std::to_string(getpid()) + "\n";
+  if (ftruncate(lock, 0) != 0 || write(lock, pid.data(), pid.size()) < 0) {
+    fail(error, lock_file);
+    close(lock);
+    return nullptr;
+  }
+  std::string build_prop = base + "/system/build.prop";
+  if (access(build_prop.c_str(), F_OK) != 0 && !write_file(build_prop, kBuildProperties)) {
+    fail(error, build_prop);
+    close(lock);
+    return nullptr;
+  }
+  return std::unique_ptr<SimulatedDevice>(new SimulatedDevice(base, lock));
+}
+
+SimulatedDevice::SimulatedDevice(std::string root, int lock)
+    : root_(std::move(root)), lock_(lock), logs(root_ + "/dev/log"), properties(root_), items(root_), modem(root_),
+      input(root_), power(root_), shell(root_) {
+  SimulatedDevice* none = nullptr;
+  if (!g_current.compare_exchange_strong(none, this)) {
+    fprintf(stderr, "a simulated phone is open already\n");
+    abort();
+  }
+  shell.install_tools();
+  reboot();
+}
+
+SimulatedDevice::~SimulatedDevice() {
+  clock.release();
+  threads.await_none();
+  g_current = nullptr;
+  close(lock_);
+}
+
+SimulatedDevice& SimulatedDevice::current() {
+  SimulatedDevice* device = g_current.load(std::memory_order_acquire);
+  if (!device) {
+    fprintf(stderr, "no simulated phone is open\n");
+    abort();
+  }
+  return *device;
+}
+
+void SimulatedDevice::reboot() {
+  logs.clear();
+  properties.boot();
+  modem.boot();
+  input.boot();
+}
+
+std::string SimulatedDevice::path(const std::string& device_path) const {
+  std::string result = root_;
+  for (size_t at = 0; at < device_path.size();) {
+    size_t end = device_path.find('/', at);
+    if (end == std::string::npos) end = device_path.size();
+    std::string part = device_path.substr(at, end - at);
+    at = end + 1;
+    if (part.empty() || part == ".") continue;
+    if (part == "..") {
+      if (result.size() > root_.size()) result.resize(result.rfind('/'));
+    } else {
+      result += "/" + part;
+    }
+  }
+  if (device_path.ends_with('/') && result.size() > root_.size()) result += "/";
+  return result;
+}
+
+}  // namespace atd::sim

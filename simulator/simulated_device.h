@@ -1,0 +1,63 @@
+// A whole simulated phone behind the platform boundary: a root folder, and one part per subsystem of the device.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "simulator/clock.h"
+#include "simulator/factory_items.h"
+#include "simulator/faults.h"
+#include "simulator/input.h"
+#include "simulator/logs.h"
+#include "simulator/modem.h"
+#include "simulator/power.h"
+#include "simulator/properties.h"
+#include "simulator/shell.h"
+#include "simulator/sockets.h"
+#include "simulator/threads.h"
+
+namespace atd::sim {
+
+class SimulatedDevice {
+ public:
+  // Opens (and on first use creates) the phone in the folder `root`, boots it, and makes it the current device until
+  // it is destroyed; null with the reason in *error when the folder cannot be used or another process holds the phone.
+  // A second phone in one process at the same time aborts.
+  static std::unique_ptr<SimulatedDevice> open(const std::string& root, std::string* error);
+
+  // Ends every sleep of the phone and waits for its threads.
+  ~SimulatedDevice();
+
+  // The phone that is open now; aborts when there is none.
+  static SimulatedDevice& current();
+
+  // Restarts the phone in place: what a reboot loses is lost, what it keeps is kept.
+  void reboot();
+
+  // The absolute path of the root folder, without a trailing slash.
+  const std::string& root() const { return root_; }
+
+  // Where an absolute device path lies below the root; ".." never leads above it.
+  std::string path(const std::string& device_path) const;
+
+ private:
+  explicit SimulatedDevice(std::string root, int lock);
+
+  std::string root_;
+  int lock_;
+
+ public:
+  Faults faults;
+  Clock clock;
+  Logs logs;
+  Properties properties;
+  FactoryItems items;
+  Modem modem;
+  Input input;
+  Power power;
+  Shell shell;
+  Sockets sockets;
+  Threads threads;
+};
+
+}  // namespace atd::sim

@@ -1,0 +1,129 @@
+#include <errno.h>
+#include <limits.h>
+#include <poll.h>
+#include <stdint.h>
+#include <string.h>
+#include <sys/socket.h>
+#include <sysutils/SocketClient.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+#include "simulator/simulated_device.h"
+#include "simulator/socket_message.h"
+
+namespace {
+
+int64_t now_ms() {
+  struct timespec now;
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
+}
+
+// Waits until the socket takes bytes again or has failed; false with ETIMEDOUT at the deadline, which the first wait of
+// a message sets.
+bool await_writable(int fd, int64_t* deadline) {
+  if (*deadline == 0) *deadline = now_ms() + std::max(0, atd::sim::SimulatedDevice::current().sockets.send_wait_ms);
+  struct pollfd writable = {fd, POLLOUT, 0};
+  int ready;
+  do {
+    const int64_t left = std::max<int64_t>(0, *deadline - now_ms());
+    ready = poll(&writable, 1, static_cast<int>(left));
+  } while (ready == -1 && errno == EINTR);
+  if (ready == 0) errno = ETIMEDOUT;
+  return ready > 0;
+}
+
+}  // namespace
+
+SocketClient::SocketClient(int sock, bool owned) : SocketClient(sock, owned, false) {}
+
+SocketClient::SocketClient(int sock, bool owned, bool useCmdNum)
+    : mSocket(sock), mSocketOwned(owned), mUseCmdNum(useCmdNum) {
+  struct ucred peer;
+  socklen_t size = sizeof(peer);
+  if (getsockopt(sock, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0) {
+    // A peer that has no name in this process's pid namespace reads as 0.
+    if (peer.pid != 0) mPid = peer.pid;
+    mUid = peer.uid;
+    mGid = peer.gid;
+  }
+}
+
+SocketClient::~SocketClient() {
+  if (mSocketOwned && mSocket != -1) close(mSocket);
+  pthread_mutex_destroy(&mWriteMutex);
+}
+
+void SocketClient::setCmdNum(int cmdNum) { mCmdNum.store(cmdNum, std::memory_order_relaxed); }
+
+int SocketClient::getCmdNum() { return mCmdNum.load(std::memory_order_relaxed); }
+
+int SocketClient::sendMsg(int code, const char* msg, bool addErrno) { return sendMsg(code, msg, addErrno, mUseCmdNum); }
+
+int SocketClient::sendMsg(int code, const char* msg, bool addErrno, bool useCmdNum) {
+  const int error = errno;
+  const int number = getCmdNum();
+  atd::sim::SocketMessage message(code, useCmdNum ? &number : nullptr, msg, addErrno ? &error : nullptr);
+  return sendDatav(message.parts, message.count);
+}
+
+int SocketClient::sendMsg(const char* msg) {
+  struct iovec text = {const_cast<char*>(msg), strlen(msg) + 1};
+  return sendDatav(&text, 1);
+}
+
+int SocketClient::sendData(const void* data, int len) {
+  if (len < 0) {
+    errno = EINVAL;
+    return -1;
+  }
+  struct iovec bytes = {const_cast<void*>(data), static_cast<size_t>(len)};
+  return sendDatav(&bytes, 1);
+}
+
+int SocketClient::sendDatav(struct iovec* iov, int iovcnt) {
+  pthread_mutex_lock(&mWriteMutex);
+  const int result = sendDataLocked(iov, iovcnt);
+  pthread_mutex_unlock(&mWriteMutex);
+  return result;
+}
+
+int SocketClient::sendDataLocked(struct iovec* iov, int iovcnt) {
+  int64_t deadline = 0;
+  int first = 0;         // the first vector that is not out yet,
+  size_t offset = 0;     // how much of it is,
+  bool started = false;  // and whether anything of the message is
+  for (;;) {
+    while (first < iovcnt && offset >= iov[first].iov_len) offset -= iov[first++].iov_len;
+    if (first >= iovcnt) return 0;
+
+    const struct iovec whole = iov[first];
+    iov[first] = {static_cast<char*>(whole.iov_base) + offset, whole.iov_len - offset};
+    struct msghdr message = {};
+    message.msg_iov = iov + first;
+    message.msg_iovlen = std::min(iovcnt - first, IOV_MAX);
+    const ssize_t sent = sendmsg(mSocket, &message, MSG_NOSIGNAL | MSG_DONTWAIT);
+    iov[first] = whole;
+
+    if (sent >= 0) {
+      offset += sent;
+      started = started || sent > 0;
+    } else if (errno != EINTR && !(errno == EAGAIN && await_writable(mSocket, &deadline))) {
+      // A connection that holds half a message, or that nobody reads, is of no use to anyone. Its owner sees it end.
+      const int error = errno;
+      if (started || error == ETIMEDOUT) shutdown(mSocket, SHUT_RDWR);
+      errno = error;
+      return -1;
+    }
+  }
+}
+
+void SocketClient::incRef() { mRefCount.fetch_add(1, std::memory_order_relaxed); }
+
+bool SocketClient::decRef() {
+  if (mRefCount.fetch_sub(1, std::memory_order_acq_rel) != 1) return false;
+  delete this;
+  return true;
+}

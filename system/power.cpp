@@ -1,0 +1,58 @@
+#include <string.h>
+
+#include <cutils/android_reboot.h>
+
+#include "atd.h"
+#include "platform/log.h"
+#include "platform/os.h"
+#include "transport/records.h"
+
+using namespace atd;
+
+namespace {
+
+constexpr int kModemFileSystemSync = 200;
+
+// Long enough for the answer of the request that asked for it.
+constexpr uint64_t kRebootDelayUs = 1000000;
+
+void* restart(void*) {
+  SLOGI("start restart\n");
+  os_sleep_us(kRebootDelayUs);
+  android_reboot(ANDROID_RB_RESTART, 0, nullptr);
+  SLOGI("end restart\n");
+  return nullptr;
+}
+
+}  // namespace
+
+int system_efs_sync() {
+  char response[MAX_RZCMD_REQ_SIZE] = {};
+  if (request_to_system(kModemFileSystemSync, nullptr, 0, response, nullptr, nullptr) != 0) {
+    SLOGI("system_efs_sync Fail ! return error.");
+    return -1;
+  }
+  if (static_cast<unsigned char>(response[0]) >= 255) {
+    SLOGI("system_efs_sync Fail ! rsp error.");
+    return -1;
+  }
+  return 0;
+}
+
+int system_restart() {
+  SLOGI("start system_restart\n");
+  if (system_efs_sync() != 0) {
+    SLOGE("EFS SYNC ERROR\n");
+    return -1;
+  }
+  SLOGI("system_efs_sync DONE\n");
+  os_sync();
+  SLOGI("sync DONE\n");
+  int error = os_start_thread(restart, nullptr);
+  if (error != 0) {
+    SLOGE("Unable to create frst thread : %s\n", strerror(error));
+    return -1;
+  }
+  SLOGI("end system_restart\n");
+  return 0;
+}

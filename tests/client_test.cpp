@@ -1,0 +1,186 @@
+// The client against a daemon that says what a test wants: framing, arguments, answers that lie, statuses.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/file.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+#include "client/arguments.h"
+#include "client/connection.h"
+#include "client/json.h"
+#include "tests/client_daemon.h"
+
+namespace atd::client {
+namespace {
+
+using namespace std::string_literals;
+
+bool has(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
+
+TEST(Client, CutsMessagesHoweverTheyArrive) {
+  const std::string stream = "601 Start\0"s + "500\0\0"s + "no code\0"s + "99999999999 x\0"s + "605  two\0tail"s;
+  const std::vector<std::pair<int, std::string>> expected = {
+      {601, "Start"}, {500, ""}, {0, ""}, {0, "no code"}, {0, "99999999999 x"}, {605, " two"}};
+  for (size_t piece = 1; piece <= stream.size(); ++piece) {
+    Splitter splitter;
+    std::vector<std::pair<int, std::string>> seen;
+    for (size_t at = 0; at < stream.size(); at += piece) {
+      splitter.add(stream.data() + at, std::min(piece, stream.size() - at));
+      for (Message message; splitter.next(&message);) seen.emplace_back(message.code, message.text);
+    }
+    EXPECT_EQ(seen, expected) << "in pieces of " << piece;
+    EXPECT_EQ(splitter.pending(), 4u);
+  }
+}
+
+TEST(Client, ReadsWhatPeopleType) {
+  const struct { const char* text; bool good; int32_t opcode; } kOpcodes[] = {
+      {"get_serial_number", true, 4010}, {"0xFAA", true, 4010}, {"-5", true, -5}, {"010", true, 10}, {"0x", false, 0},
+      {"2147483647", true, INT32_MAX}, {"-2147483648", true, INT32_MIN}, {"0xffffffff", true, -1}, {"", false, 0},
+      {"2147483648", false, 0}, {"-2147483649", false, 0}, {"0x100000000", false, 0}, {"12a", false, 0},
+      {"-", false, 0}, {"99999999999999999999", false, 0}, {"GET_SERIAL_NUMBER", false, 0}, {"get_serial", false, 0},
+  };
+  for (const auto& row : kOpcodes) {
+    int32_t opcode = 0;
+    EXPECT_EQ(parse_opcode(row.text, &opcode).status, row.good ? kOk : kUsage) << row.text;
+    EXPECT_EQ(opcode, row.opcode) << row.text;
+  }
+  EXPECT_EQ(nearest_names("GET_seral_numbr", 1), Strings{"get_serial_number"});
+  const std::string full(4096, 'f');
+  const struct { std::string text; bool good; std::string bytes; } kHex[] = {
+      {"", true, ""}, {"00fF", true, "\0\xff"s}, {"0x01 02:03-04\n", true, "\1\2\3\4"},
+      {full, true, std::string(2048, '\xff')}, {full + "00", false, ""}, {"0", false, ""}, {"0 1", false, ""},
+  };
+  for (const auto& row : kHex) {
+    std::string bytes;
+    EXPECT_EQ(!parse_hex(row.text, &bytes), row.good) << row.text.substr(0, 20);
+    EXPECT_EQ(row.good ? bytes : "", row.bytes) << row.text.substr(0, 20);
+  }
+}
+
+TEST(Client, RequestsAndTheirStatuses) {
+  const std::string blanks(38, ' ');
+  const struct {
+    Strings arguments;
+    int32_t opcode;
+    std::string payload, reply;
+    int status;
+    std::string shown;
+  } kRows[] = {
+      {{"get_serial_number"}, 4010, "", answer(0, "SN1\0\0"s), 0, "get_serial_number (4010): OK\nSN1\n"},
+      {{"4010", "a\\ \"b"}, 4010, "a\\ \"b", answer(1, ""), 1, "get_serial_number (4010): FAIL\n"},
+      {{"4010", ""}, 4010, "", answer(2, ""), 2, "get_serial_number (4010): not supported\n"},
+      {{"-5", "--hex", "00ff"}, -5, "\0\xff"s, answer(4, 1, "\1", 9), 3, "-5: 4, status 9\n1 (0x01)\n"},
+      {{"--", "-5", "wait"}, -5, "wait", answer(-1, "\xc3\xa4\n"), 3, "-5: -1\n\xc3\xa4\n"},
+      {{"5", "--file", "-"}, 5, "in", answer(0, "\x1b[2J"), 0, "5: OK\n0000  1b 5b 32 4a " + blanks + "|.[2J|\n"},
+      {{"get_wine_ime"}, 3200, "", answer(0, "1"), 0, "get_wine_ime (3200): OK\n49 (0x31)\n"},
+      {{"5", "--json"}, 5, "", answer(0, 3, "\xff\0x"s, 7), 0,
+          R"({"opcode":5,"name":null,"result":0,"result_name":"OK",)"
+          R"("result_status":7,"data_len":3,"text":null,"byte":null,"hex":"ff0078"})" "\n"},
+      {{"5"}, 5, "", "605 " + base64("x") + '\0' + answer(0, ""), 0, "5: OK\n"},
+      {{"5", std::string(2047, 'x')}, 5, std::string(2047, 'x'), answer(0, ""), 0, "5: OK\n"},
+      {{"5", std::string(2048, 'x')}, 0, "", "", 64, ""},
+      {{"5"}, 5, "", "210 \0"s, 3, ""},
+      {{"5"}, 5, "", "210 " + base64(std::string(11, '\0')) + '\0', 3, ""},
+      {{"5"}, 5, "", answer(0, -1, "data"), 3, ""},
+      {{"5"}, 5, "", answer(0, 5, "data"), 3, ""},
+      {{"5"}, 5, "", answer(0, 2049, std::string(2049, 'x')), 3, ""},
+      {{"5"}, 5, "", "500 Unclosed quotes error\0"s, 3, ""},
+      {{"5"}, 5, "", "210 AAAABYE", 69, ""},
+      {{"5", "--timeout", "0"}, 0, "", "", 75, ""},
+      {{"5", "--timeout", "nan"}, 0, "", "", 64, ""},
+      {{"5", "x", "--hex", "00"}, 0, "", "", 64, ""},
+  };
+  for (const auto& row : kRows) {
+    FakeDaemon daemon([&](const std::string&) { return row.reply; });
+    Strings arguments = row.arguments;
+    arguments.insert(arguments.begin(), "request");
+    Outcome outcome = atdctl(daemon, arguments, "in");
+    std::string name = testing::PrintToString(row.arguments) + " " + visible(row.reply) + ": " + outcome.err;
+    EXPECT_EQ(outcome.status, row.status) << name;
+    EXPECT_EQ(outcome.out, row.shown) << name;
+    EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), row.shown.empty()) << name;
+    if (row.status == kTimedOut) continue;  // whether a line went out in no time at all is left to chance
+    EXPECT_EQ(daemon.lines(), Strings(row.status != kUsage, request_line(row.opcode, row.payload))) << name;
+  }
+}
+
+TEST(Client, AnswerThatComesLateIsNotTakenForTheNext) {
+  int pair[2];
+  ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, pair), 0);
+  Connection connection(pair[0]);
+  EXPECT_EQ(connection.settle(in_seconds(0)), Wait::timed_out);  // its refusal is still due
+  std::string late = "500 a\0"s + answer(0, "late") + "500 b\0"s + answer(0, "next");
+  ASSERT_EQ(write(pair[1], late.data(), late.size()), static_cast<ssize_t>(late.size()));
+  Message message;
+  EXPECT_EQ(connection.settle(in_seconds(60)), Wait::message);
+  EXPECT_EQ(connection.next(&message, in_seconds(60)), Wait::message);
+  EXPECT_EQ(message.bytes + '\0', answer(0, "next"));
+  close(pair[1]);
+}
+
+TEST(Client, TakesTurnsWithOthers) {
+  FakeDaemon daemon([](const std::string&) { return answer(0, ""); });
+  EXPECT_EQ(atdctl(daemon, {"request", "5"}).status, 0);
+  int lock = open((daemon.socket() + ".lock").c_str(), O_RDONLY);
+  ASSERT_EQ(flock(lock, LOCK_EX | LOCK_NB), 0) << "left locked";
+  EXPECT_EQ(atdctl(daemon, {"request", "5", "--timeout", "0"}).status, 75);
+  EXPECT_EQ(daemon.lines().size(), 1u);
+  close(lock);
+}
+
+TEST(Client, BatchGoesOnAndReturnsTheGravest) {
+  FakeDaemon daemon([](const std::string& line) {
+    if (line == request_line(2, "a  b ")) return answer(1, "x\ny") + "BYE";
+    return line == request_line(1, "") ? "BYE" : answer(0, "z");
+  });
+  Outcome outcome = atdctl(daemon, {"batch"}, "# comment\n\n 2 \t a  b \r\nnobody\n3\n1\n4");
+  EXPECT_EQ(outcome.status, 69);
+  EXPECT_EQ(outcome.out, "3: 2: FAIL\n3: x\n3: y\n5: 3: OK\n5: z\n7: 4: OK\n7: z\n");
+  EXPECT_TRUE(has(outcome.err, "line 4: no request is named \"nobody\"")) << outcome.err;
+  EXPECT_TRUE(has(outcome.err, "line 6: the daemon")) << outcome.err;
+  EXPECT_TRUE(has(atdctl(daemon, {"batch", "--json"}, "nobody").out, R"({"line":1,"request":"nobody","status":64,)"));
+  const int kByGravity[] = {69, 75, 64, 3, 2, 1, 0};
+  for (const int* a = kByGravity; a + 1 < std::end(kByGravity); ++a) EXPECT_EQ(worse(a[1], a[0]), a[0]);
+}
+
+TEST(Client, SendInitializeRaw) {
+  FakeDaemon daemon([](const std::string& line) {
+    return line == "bad" ? "500 no\0"s : "605 other\0"s + "601 up\0"s + "605 AT \"\\\x80 x\0"s + "200 copy\0"s;
+  });
+  EXPECT_EQ(atdctl(daemon, {"send", " \x80\nAT \"\\\x80 x"}).status, 0);
+  EXPECT_EQ(daemon.lines().back(), "atcommand adc  \x80\nAT \\\"\\\\\x80 x");
+  EXPECT_EQ(atdctl(daemon, {"send", " \x80\n"}).status, 64);
+  EXPECT_EQ(atdctl(daemon, {"send", std::string(16381 - 14 + 1, 'x')}).status, 64);
+  EXPECT_EQ(daemon.lines().size(), 1u);
+  EXPECT_EQ(atdctl(daemon, {"initialize"}).out, "601 up\n");
+  Outcome raw = atdctl(daemon, {"raw", "--hexdump"}, "bad\n" + std::string(16382, 'x') + "\nbad");
+  EXPECT_EQ(raw.status, 64);
+  std::string once = "> bad\n" + hexdump("bad\0"s) + "< 500 no\n" + hexdump("500 no\0"s);
+  EXPECT_EQ(raw.out, once + once);
+}
+
+TEST(Client, MonitorTellsRecordsAndAtCommandsApart) {
+  std::string stream;
+  const std::pair<std::string, std::string> kRows[] = {
+      {request_line(4010, "p").substr(11), "request get_serial_number (4010), 1 byte: \"p\""},
+      {"ATD0123456789012", "ATD0123456789012"},  // base64 letters, a data_len that does not fit
+      {base64("\5\0\0\0\1\0\0\0"s), "BQAAAAEAAAA="}, {base64("\5\0\0\0\0\0\0\0x"s), "BQAAAAAAAAB4"},
+      {"AT\x1b\n\xff", "AT\\x1b\\n\\xff"}, {"====", "===="},
+  };
+  for (const auto& row : kRows) stream += "605 " + row.first + '\0';
+  FakeDaemon stops([](const std::string&) { return ""; }, stream + "602 end\0BYE"s);
+  Outcome outcome = atdctl(stops, {"monitor"});
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  for (const auto& row : kRows) EXPECT_TRUE(has(outcome.out, " platform  " + row.second + "\n")) << outcome.out;
+  EXPECT_TRUE(has(atdctl(stops, {"monitor", "--json"}).out, R"("decoded":{"record":"request","opcode":4010,)"));
+  FakeDaemon dies([](const std::string&) { return ""; }, answer(0, 9, "x") + "BYE");
+  EXPECT_EQ(atdctl(dies, {"monitor"}).status, 69);
+  EXPECT_EQ(atdctl(dies, {"monitor", "--count", "1"}).status, 0);
+  EXPECT_TRUE(has(message_json({0, 5000}, 1, {601, "x", ""}), R"("time":"1970-01-01T00:00:00.000005Z","seq":1,)"));
+}
+
+}  // namespace
+}  // namespace atd::client

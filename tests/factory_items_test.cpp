@@ -1,0 +1,246 @@
+#include <sys/wait.h>
+
+#include <csignal>
+#include <fstream>
+
+#include "atd.h"
+#include "factory/item_registry.h"
+#include "tests/phone.h"
+
+using namespace std::string_literals;
+
+namespace atd {
+namespace {
+
+using FactoryItemsTest = Phone;
+
+struct Flag {
+  unsigned index;
+  int (*get)();
+  int (*set)(int);
+};
+
+const Flag kFlags[] = {
+    {2, get_factory_status, set_factory_status},
+    {3, get_qem, set_qem},
+    {10, get_charger_skip, set_charger_skip},
+    {23, get_frst_running, set_frst_running},
+    {40, get_workfrstmodeon_status, set_workfrstmodeon_status},
+    {75, get_wine_ime, set_wine_ime},
+    {80, get_hiddenMenu_extension, set_hiddenMenu_extension},
+    {101, nullptr, set_lcd_break_mode},
+    {106, get_testmode, set_testmode},
+    {119, get_mfts_status, nullptr},
+    {132, get_radiation_result, set_radiation_result},
+    {216, get_fsg_wp_enable, set_fsg_wp_enable},
+    {217, get_use_fsg, set_use_fsg},
+    {218, get_use_fsg_count, set_use_fsg_count},
+    {221, get_fsg_wp_status, set_fsg_wp_status},
+    {223, get_ship_mode_status, set_ship_mode_status},
+    {225, get_scan_dm0_enable, set_scan_dm0_enable},
+    {226, get_scan_dm0_status, set_scan_dm0_status},
+    {410, get_copy_preload_status, set_copy_preload_status},
+};
+
+TEST_F(FactoryItemsTest, FlagsKeepTheLowByte) {
+  for (const Flag& row : kFlags) {
+    SCOPED_TRACE(row.index);
+    if (row.set) EXPECT_EQ(0, row.set(0x1FF));
+    else device().items.set(row.index, "\xFF");
+    EXPECT_EQ("\xFF", device().items.get(row.index, 1));
+    if (row.get) EXPECT_EQ(255, row.get());
+    device().faults.fail("get_ftm_item " + std::to_string(row.index));
+    device().faults.fail("set_ftm_item " + std::to_string(row.index));
+    if (row.get) EXPECT_EQ(-1, row.get());
+    if (row.set) EXPECT_EQ(-1, row.set(1));
+    device().faults.clear();
+  }
+  EXPECT_EQ(1, logged("set_workfrstmodeon_status:[511] "));
+  EXPECT_EQ(1, logged("set_lcd_break_status:[511] "));
+}
+
+struct Buffer {
+  unsigned index;
+  int (*get)(char*);
+  int (*set)(const char*);
+  bool clears;
+};
+
+const Buffer kBuffers[] = {
+    {4, get_pid, set_pid, false},
+    {11, get_lcd_cal_data, set_lcd_cal_data, false},
+    {12, get_dload_factory_reset_flag_ftm_item, set_dload_factory_reset_flag_ftm_item, false},
+    {13, get_imei_ftm_item, set_imei_ftm_item, false},
+    {14, get_sw_version_ftm_item, set_sw_version_ftm_item, false},
+    {15, get_sw_original_version_ftm_item, set_sw_original_version_ftm_item, false},
+    {17, get_aatset, set_aatset, true},
+    {21, get_diag_enable_status_from_misc, set_diag_enable_status_to_misc, false},
+    {25, get_aat_test_order, set_aat_test_order, true},
+    {31, get_sw_fixed_area_version_ftm_item, set_sw_fixed_area_version_ftm_item, false},
+    {32, get_buyer_item, set_buyer_item, false},
+    {36, get_set_revision, set_set_revision, false},
+    {45, get_selfd_result, nullptr, false},
+    {89, get_sniff_download_config, set_sniff_download_config, false},
+    {90, get_sdcard_download_path, set_sdcard_download_path, false},
+    {207, get_meid_ftm_item, set_meid_ftm_item, false},
+    {211, get_ldaf_cal_ftm_item, nullptr, false},
+    {212, get_saatresult, set_saatresult, true},
+    {251, get_midauto_result, set_midauto_result, true},
+    {253, get_midauto_crc_list, set_midauto_crc_list, true},
+    {300, get_gpio_sum, set_gpio_sum, false},
+};
+
+TEST_F(FactoryItemsTest, BuffersHaveTheirRegisteredLength) {
+  for (const Buffer& row : kBuffers) {
+    SCOPED_TRACE(row.index);
+    int length = 0;
+    for (const FactoryItem& item : kFactoryItems) length = item.index == row.index ? item.length : length;
+    std::string value(static_cast<size_t>(length), 'v'), read(static_cast<size_t>(length) + 1, '#');
+    int calls = device().faults.calls();
+    if (row.set) EXPECT_EQ(0, row.set(value.data()));
+    else device().items.set(row.index, value);
+    if (row.set) EXPECT_EQ(row.clears ? 2 : 1, device().faults.calls() - calls);
+    EXPECT_EQ(0, row.get(read.data()));
+    EXPECT_EQ(value + "#", read);
+    if (!row.set) continue;
+    // Of an item that is cleared first, nothing more is written when that fails, and zeros stay when the rest fails.
+    device().faults.fail_nth(1);
+    EXPECT_EQ(-1, row.set(std::string(value.size(), 'w').data()));
+    EXPECT_EQ(value, device().items.get(row.index, length));
+    device().faults.fail_nth(2);
+    EXPECT_EQ(row.clears ? -1 : 0, row.set(value.data()));
+    if (row.clears) EXPECT_EQ(std::string(value.size(), '\0'), device().items.get(row.index, length));
+    device().faults.clear();
+    device().faults.fail("get_ftm_item");
+    EXPECT_EQ(-1, row.get(read.data()));
+    device().faults.clear();
+  }
+  EXPECT_EQ(200u, device().clock.slept());  // only the automatic-test set waits, 100 us each time
+}
+
+TEST_F(FactoryItemsTest, FactoryStatusThreeRemovesTheAgreements) {
+  const char* const files[] = {"/cache/recovery/last_locale", "/mpt/agree_factory", "/vendor/mpt/agree_factory"};
+  for (const char* file : files) {
+    std::string path = device().path(file);
+    std::filesystem::create_directories(std::filesystem::path(path).parent_path());
+    std::ofstream(path) << "x";
+  }
+  set_factory_status(2);
+  for (const char* file : files) EXPECT_TRUE(std::filesystem::exists(device().path(file)));
+  device().faults.fail("set_ftm_item 2");
+  EXPECT_EQ(-1, set_factory_status(3));
+  for (const char* file : files) EXPECT_FALSE(std::filesystem::exists(device().path(file))) << file;
+  EXPECT_EQ(1, logged("set_factory_status:[3] "));
+  EXPECT_EQ(1, logged("Set ftm Error! Item : 2"));
+  EXPECT_EQ('2', device().items.get(79, 2048)[0]);  // a failed write leaves no trace
+  EXPECT_EQ('\0', device().items.get(79, 2048)[1]);
+}
+
+TEST_F(FactoryItemsTest, TraceKeepsEveryStatusUntilItIsFull) {
+  for (int value : {0, 1, 12, 3}) EXPECT_EQ(0, set_frst_trace(value));
+  EXPECT_EQ(1, logged("trace value : 0>1>1>2>3>"));
+  struct {
+    size_t length;
+    int value;
+    std::string text;
+  } const rows[] = {
+      {2046, 5, std::string(2046, '1') + "5"},
+      {2046, 45, std::string(2046, '1') + "4"},
+      {2047, 6, "6"},
+      {2048, 6, "6"},
+  };
+  for (const auto& row : rows) {
+    device().items.set_text(79, 2048, std::string(row.length, '1'));
+    EXPECT_EQ(0, set_frst_trace(row.value));
+    EXPECT_EQ(row.text, device().items.get(79, 2048).c_str()) << row.length;
+  }
+  EXPECT_EQ(2, logged("Full RZFTM_FRST_TRACE, initialize this item"));
+  device().faults.fail("get_ftm_item 79");
+  EXPECT_EQ(0, set_frst_trace(7));
+  EXPECT_STREQ("7", device().items.get(79, 2048).c_str());
+  device().faults.fail("set_ftm_item 79");
+  EXPECT_EQ(-1, set_frst_trace(8));
+  EXPECT_EQ(1, logged("Set ftm Error! Item : RZFTM_FRST_TRACE"));
+  EXPECT_EQ(0, set_factory_status(4));  // the trace's failure stays its own
+}
+
+TEST_F(FactoryItemsTest, QemIsCachedOnSuccessOnly) {
+  EXPECT_EQ(0, set_qem(1));
+  EXPECT_EQ(1, qem_get_status);
+  device().faults.fail("set_ftm_item 3");
+  device().faults.fail("get_ftm_item 3");
+  EXPECT_EQ(-1, set_qem(0));
+  EXPECT_EQ(-1, get_qem());
+  EXPECT_EQ(1, qem_get_status);
+  device().faults.clear();
+  device().items.set(3, "\x05");
+  EXPECT_EQ(5, get_qem());
+  EXPECT_EQ(5, qem_get_status);
+}
+
+TEST_F(FactoryItemsTest, DigitsAndTheirLogLines) {
+  char text[16] = "########";
+  EXPECT_EQ(0, set_crcwizard(12));
+  EXPECT_EQ("1", device().items.get(49, 1));
+  EXPECT_EQ(0, get_crcwizard(text));
+  EXPECT_STREQ("1#######", text);
+  EXPECT_EQ(1, logged("CWCWIZARD set_crcwizard(1)"));
+  EXPECT_EQ(1, logged("CWCWIZARD get_crcwizard pass"));
+  EXPECT_EQ(1, logged("CWCWIZARD get_crcwizard(1)"));
+  EXPECT_EQ(0, set_pre_selfde_enable(1));
+  EXPECT_EQ(0, get_pre_selfde_enable(text));
+  EXPECT_EQ('1', text[0]);
+  device().items.set(7, std::string(31, '7'));
+  EXPECT_EQ(7, get_devicetestp_result());
+  EXPECT_EQ(1, logged("get_devicetestp_result, result[31] = " + std::string(31, '7') + ","));
+  device().items.set(3586, std::string(10, 'u'));
+  EXPECT_EQ(0, get_os_upgrade_flag_ftm_item(text));
+  EXPECT_STREQ("uuuuuuuuu", text);
+}
+
+TEST_F(FactoryItemsTest, FailuresThatAreLogged) {
+  char buffer[2048] = {};
+  device().faults.fail("set_ftm_item");
+  device().faults.fail("get_ftm_item");
+  device().faults.fail("init_ftm_item");
+  EXPECT_EQ(-1, init_factory_item(0));
+  EXPECT_EQ(-1, set_dload_factory_reset_flag_ftm_item(buffer));
+  EXPECT_EQ(-1, get_diag_enable_status_from_misc(buffer));
+  EXPECT_EQ(-1, set_diag_enable_status_to_misc(buffer));
+  EXPECT_EQ(-1, set_os_upgrade_flag_ftm_item(buffer));
+  EXPECT_EQ(-1, get_devicetestp_result());
+  EXPECT_EQ(-1, get_string_ftm_by_index(79, buffer));
+  EXPECT_EQ(-1, get_int_ftm_by_index(2));
+  EXPECT_EQ(1, logged(ANDROID_LOG_ERROR, "Failed to init ftm item"));
+  EXPECT_EQ(1, logged("Set ftm Error! Item : 12"));
+  EXPECT_EQ(1, logged(ANDROID_LOG_ERROR, "Fail to get_diag_enable_status_to_misc"));
+  EXPECT_EQ(1, logged(ANDROID_LOG_ERROR, "Fail to set_diag_enable_status_to_misc"));
+  EXPECT_EQ(1, logged(ANDROID_LOG_ERROR, "Set ftm fail"));
+}
+
+TEST_F(FactoryItemsTest, AKilledWriterLeavesAWholeItem) {
+  const std::string a(2048, 'a'), b(2048, 'b');
+  device().items.set(79, a);
+  for (int round = 0; round < 20; ++round) {
+    int started[2];
+    ASSERT_EQ(0, pipe(started));
+    pid_t child = fork();
+    if (child == 0) {
+      for (int i = 0;; ++i) {
+        device().items.set(79, i % 2 ? a : b);
+        if (i == round && write(started[1], "x", 1) != 1) _exit(1);
+      }
+    }
+    char byte;
+    EXPECT_EQ(1, read(started[0], &byte, 1));
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+    close(started[0]);
+    close(started[1]);
+    std::string value = device().items.get(79, 2048);
+    EXPECT_TRUE(value == a || value == b) << round;
+  }
+}
+
+}  // namespace
+}  // namespace atd

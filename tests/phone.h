@@ -1,0 +1,125 @@
+// A good default phone for a test, in a folder of its own, with a virtual clock; and a client on its socket.
+#pragma once
+
+#include <android/log.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "simulator/simulated_device.h"
+#include "transport/base64.h"
+#include "transport/records.h"
+
+namespace atd {
+
+class Phone : public testing::Test {
+ protected:
+  Phone() {
+    char folder[] = "/tmp/atd-test-XXXXXX";
+    root_ = mkdtemp(folder);
+    std::string error;
+    device_ = sim::SimulatedDevice::open(root_, &error);
+    if (!device_) ADD_FAILURE() << error;
+    device().clock.make_virtual();
+  }
+
+  ~Phone() override {
+    device_.reset();
+    std::filesystem::remove_all(root_);
+  }
+
+  sim::SimulatedDevice& device() { return *device_; }
+
+  int logged(int priority, const std::string& text) { return device().logs.count(priority, text); }
+  int logged(const std::string& text) { return logged(ANDROID_LOG_INFO, text); }
+
+  std::string root_;
+  std::unique_ptr<sim::SimulatedDevice> device_;
+};
+
+// One connection to a local socket, which reads messages one by one.
+class Peer {
+ public:
+  explicit Peer(const std::string& path) : fd_(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    struct sockaddr_un address = {.sun_family = AF_UNIX, .sun_path = {}};
+    strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
+    if (connect(fd_, reinterpret_cast<struct sockaddr*>(&address), sizeof address) != 0) {
+      ADD_FAILURE() << "connect " << path << ": " << strerror(errno);
+    }
+  }
+  ~Peer() { close(fd_); }
+  Peer(const Peer&) = delete;
+
+  // Sends bytes in one write.
+  void send(const std::string& bytes) { ASSERT_EQ(ssize_t(bytes.size()), ::send(fd_, bytes.data(), bytes.size(), MSG_NOSIGNAL)); }
+
+  // Sends a line with its NUL.
+  void line(const std::string& text) { send(text + '\0'); }
+
+  // The next message without its NUL; "(closed)" at the end of the stream, "(nothing)" when none comes in ten seconds.
+  std::string next() {
+    size_t nul;
+    while ((nul = pending_.find('\0')) == std::string::npos) {
+      struct pollfd ready = {fd_, POLLIN, 0};
+      if (poll(&ready, 1, 10000) <= 0) return "(nothing)";
+      char block[8192];
+      ssize_t got = recv(fd_, block, sizeof block, 0);
+      if (got <= 0) return "(closed)";
+      pending_.append(block, static_cast<size_t>(got));
+    }
+    std::string message = pending_.substr(0, nul);
+    pending_.erase(0, nul + 1);
+    return message;
+  }
+
+  std::vector<std::string> next(int count) {
+    std::vector<std::string> result;
+    while (count-- > 0) result.push_back(next());
+    return result;
+  }
+
+ private:
+  int fd_;
+  std::string pending_;
+};
+
+inline std::string encoded(const void* bytes, size_t length) {
+  std::string text(base64_text_size(length), '\0');
+  text.resize(static_cast<size_t>(base64_encode(bytes, static_cast<int>(length), text.data())));
+  return text;
+}
+
+// The base64 text of a request with its payload; `length` of -1 says the payload's own in data_len.
+inline std::string request_text(int opcode, const std::string& payload = {}, int length = -1) {
+  rzcmd_request req = {};
+  req.opcode = opcode;
+  req.data_len = length == -1 ? static_cast<int>(payload.size()) : length;
+  payload.copy(req.data, sizeof req.data);
+  return encoded(&req, kRequestHeaderSize + std::min(payload.size(), sizeof req.data));
+}
+
+// The record in a 210 message; an impossible one when it is something else.
+inline rzcmd_response response_of(const std::string& message) {
+  rzcmd_response rsp = {};
+  rsp.result = -12345;
+  if (message.starts_with("210 ")) {
+    rsp.result = 0;
+    base64_decode(message.c_str() + 4, &rsp, sizeof rsp);
+  }
+  return rsp;
+}
+
+inline std::string data_of(const rzcmd_response& rsp) {
+  return std::string(rsp.data, static_cast<size_t>(bounded_length(rsp.data_len)));
+}
+
+}  // namespace atd

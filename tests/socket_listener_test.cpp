@@ -1,0 +1,219 @@
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sysutils/SocketListener.h>
+
+#include "simulator/socket_path.h"
+#include "tests/phone.h"
+
+namespace atd {
+namespace {
+
+// Takes a byte at a time: '?' is answered, 'l' at length, 's' tries to stop the listener from its own thread, 'b'
+// broadcasts, 'f' fills the connection, 'w' says so to the gate and waits there, anything else drops the connection.
+class Service : public SocketListener {
+ public:
+  using SocketListener::SocketListener;
+  ~Service() override { stopListener(); }
+  int start() { return startListener() == 0 ? 0 : errno; }
+  int stop() { return stopListener() == 0 ? 0 : errno; }
+  void broadcast() { for (int i = 0; i < 50; ++i) sendBroadcast(i, "news", false); }
+  const std::string long_text = std::string(1 << 20, 'a');
+  int gate = -1;
+  SocketClient* waiting = nullptr;
+
+ protected:
+  bool onDataAvailable(SocketClient* c) override {
+    char byte = 0;
+    if (read(c->getSocket(), &byte, 1) != 1) return false;
+    if (byte == '?' || byte == 'l') return c->sendMsg(200, byte == 'l' ? long_text.c_str() : "here", false) == 0;
+    if (byte == 's') return c->sendMsg(stop(), "stop", false) == 0;
+    if (byte == 'b') broadcast();
+    while (byte == 'f' && send(c->getSocket(), "full", 4, MSG_DONTWAIT | MSG_NOSIGNAL) > 0) continue;
+    if (byte == 'w') return waiting = c, write(gate, "w", 1) == 1 && read(gate, &byte, 1) == 1;
+    return byte == 'b' || byte == 'f';
+  }
+};
+
+class SocketService : public Phone {
+ protected:
+  SocketService() { EXPECT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair_)); }
+  ~SocketService() override { close(pair_[0]), close(pair_[1]); }
+
+  std::string path(const std::string& name = "svc") { return device().path("/dev/socket/") + name; }
+  int bound_socket() { return sim::bind_device_socket("svc", &bound_); }
+  std::string ask(Peer* peer, const char* byte = "?") { return peer->send(byte), peer->next(); }
+  // The bytes that are there, or the first `size` of those that come.
+  std::string received(size_t size = 0) {
+    std::string bytes(size ? size : 1000, '#');
+    ssize_t got = recv(pair_[1], bytes.data(), bytes.size(), size ? MSG_WAITALL : 0);
+    return bytes.substr(0, static_cast<size_t>(std::max<ssize_t>(0, got)));
+  }
+  static ptrdiff_t descriptors() {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), std::filesystem::directory_iterator());
+  }
+
+  int pair_[2];
+  std::string bound_;
+};
+
+TEST_F(SocketService, MessagesOnTheWire) {
+  struct {
+    int code, error, number;  // 0: none
+    const char *text, *wire;
+  } const rows[] = {
+      {200, 0, 0, "AT Command Start", "200 AT Command Start"},
+      {605, ENOENT, 0, "AT+X", "605 AT+X (No such file or directory)"},
+      {200, 0, 7, "OK", "200 7 OK"},
+      {-1, EPERM, -2, "", "-1 -2  (Operation not permitted)"},
+  };
+  for (const auto& row : rows) {
+    SocketClient client(pair_[0], false, row.number != 0);
+    EXPECT_EQ(getpid(), client.getPid());
+    client.setCmdNum(row.number);
+    errno = row.error;
+    EXPECT_EQ(0, client.sendMsg(row.code, row.text, row.error != 0));
+    EXPECT_EQ(std::string(row.wire) + '\0', received());
+  }
+}
+
+TEST_F(SocketService, OneConnectionAndLongMessages) {
+  device().sockets.send_wait_ms = 60000;
+  Service service(pair_[0], false);
+  ASSERT_EQ(0, service.start());
+  EXPECT_EQ(1, write(pair_[1], "l", 1));
+  const std::string answer = "200 " + service.long_text + '\0';
+  EXPECT_TRUE(answer == received(answer.size()));
+  EXPECT_EQ(0, service.stop());
+  device().sockets.send_wait_ms = 5;
+  SocketClient client(pair_[0], false);
+  EXPECT_EQ(-1, client.sendMsg(200, service.long_text.c_str(), false));
+  EXPECT_EQ(ETIMEDOUT, errno);
+  EXPECT_TRUE(answer.starts_with(received(answer.size())));
+  EXPECT_EQ(-1, client.sendMsg("nothing follows half a message"));
+  EXPECT_EQ("", received());
+}
+
+TEST_F(SocketService, BroadcastsToEveryoneAndLeavesNoDescriptors) {
+  const auto before = descriptors();
+  Service service("svc", true, true);
+  ASSERT_EQ(0, service.start());
+  std::vector<std::unique_ptr<Peer>> peers;
+  for (int i = 0; i < 200; ++i) EXPECT_EQ("200 0 here", ask(peers.emplace_back(new Peer(path())).get()));
+  errno = EIO;
+  service.sendBroadcast(601, "all", true);
+  for (auto& peer : peers) EXPECT_EQ("601 all (Input/output error)", peer->next());
+  for (int i = 0; i < 100; ++i) EXPECT_EQ("(closed)", ask(peers[100 + i].get(), "x"));
+  peers.resize(1);
+  // The second answer comes from a later round of the listener than the last of the ends.
+  for (int i = 0; i < 2; ++i) EXPECT_EQ("200 0 here", ask(peers[0].get()));
+  EXPECT_EQ(before + 5, descriptors());  // the listening socket, its pipe, and both ends of one connection
+  EXPECT_EQ(0, service.stop());
+  EXPECT_EQ("(closed)", peers[0]->next());
+  EXPECT_EQ(before + 1, descriptors());
+}
+
+TEST_F(SocketService, StartsStopsAndBindsItsFile) {
+  Service service("svc", true), second("svc", true);
+  EXPECT_EQ(EINVAL, service.stop());
+  close(bound_socket());  // a dead service's file
+  for (int round = 0; round < 3; ++round) {
+    std::string error, long_root = root_ + "/" + std::string(150, 'r');  // more than a socket address holds
+    if (round == 2) device_.reset(), device_ = sim::SimulatedDevice::open(long_root, &error);
+    ASSERT_EQ(0, service.start());
+    EXPECT_EQ(std::filesystem::perms{0660}, std::filesystem::status(path()).permissions());
+    EXPECT_EQ(EBUSY, service.start());
+    EXPECT_EQ(EADDRINUSE, second.start());
+    int folder = open(path("").c_str(), O_PATH | O_CLOEXEC);
+    Peer peer("/proc/self/fd/" + std::to_string(folder) + "/svc");
+    close(folder);
+    EXPECT_EQ(std::to_string(EDEADLK) + " stop", ask(&peer, "s"));
+    EXPECT_EQ(0, service.stop());
+    EXPECT_EQ(EINVAL, service.stop());
+    EXPECT_EQ("(closed)", peer.next());
+    EXPECT_FALSE(std::filesystem::exists(path()));
+  }
+  std::filesystem::create_directory(path("folder"));
+  const std::pair<const char*, int> names[] = {{"", EINVAL}, {"a/b", EINVAL}, {"folder", EADDRINUSE}};
+  for (const auto& [name, error] : names) EXPECT_EQ(error, Service(name, true).start()) << name;
+}
+
+TEST_F(SocketService, TakesTheSocketThatInitHandsOver) {
+  int fd = bound_socket();
+  const std::string number = std::to_string(fd);
+  const std::pair<std::string, int> rows[] = {
+      {"", EINVAL}, {"x", EINVAL}, {"-1", EINVAL}, {"-0", EINVAL}, {number + "x", EINVAL}, {" " + number, EINVAL},
+      {"+" + number, EINVAL}, {"4294967299", EINVAL}, {"1000000", EBADF}, {std::to_string(pair_[0]), EINVAL},
+      {number, 0}};  // bound and not listening yet
+  Service holder("held", true);
+  const auto before = descriptors();
+  for (const auto& [value, error] : rows) {
+    EXPECT_EQ(before, descriptors());
+    EXPECT_EQ(0, fcntl(fd, F_SETFD, 0));
+    setenv("ANDROID_SOCKET_held", value.c_str(), 1);
+    EXPECT_EQ(error, holder.start()) << "'" << value << "'";
+  }
+  unsetenv("ANDROID_SOCKET_held");
+  EXPECT_EQ(FD_CLOEXEC, fcntl(fd, F_GETFD));
+  Peer peer(path());
+  EXPECT_EQ("200 here", ask(&peer));
+  EXPECT_EQ(0, holder.stop());
+  EXPECT_EQ(-1, fcntl(fd, F_GETFD));
+}
+
+TEST_F(SocketService, DropsWhoDoesNotReadAndOthersMissNothing) {
+  device().sockets.send_wait_ms = 5;
+  Service service("svc", true);
+  ASSERT_EQ(0, service.start());
+  Peer good(path());
+  for (bool own_thread : {false, true}) {
+    Peer deaf(path());
+    EXPECT_EQ("200 here", ask(&deaf));
+    deaf.send("f");
+    for (int i = 0; i < 2; ++i) EXPECT_EQ("200 here", ask(&good));  // by the second, the other is full
+    own_thread ? good.send("b") : service.broadcast();
+    for (int i = 0; i < 50; ++i) ASSERT_EQ(std::to_string(i) + " news", good.next());
+    EXPECT_EQ("(closed)", deaf.next());
+  }
+}
+
+TEST_F(SocketService, ALongCallbackHoldsUpNobodyElsesCalls) {
+  Service service("svc", true);
+  ASSERT_EQ(0, service.start());
+  service.gate = pair_[0];
+  Peer busy(path()), other(path());
+  EXPECT_EQ("200 here", ask(&other));
+  busy.send("w?");
+  EXPECT_EQ("w", received());
+  Peer late(path());
+  late.send("?");
+  service.sendBroadcast(1, "meanwhile", false);
+  for (Peer* peer : {&busy, &other}) EXPECT_EQ("1 meanwhile", peer->next());
+  for (bool present : {true, false}) EXPECT_EQ(present, service.release(service.waiting));
+  EXPECT_EQ("(closed)", busy.next());
+  EXPECT_EQ(1, write(pair_[1], "g", 1));
+  EXPECT_EQ("200 here", late.next());
+}
+
+TEST_F(SocketService, DescriptorLimits) {
+  struct rlimit limit;
+  getrlimit(RLIMIT_NOFILE, &limit);
+  const struct rlimit wide = {1300, limit.rlim_max};
+  if (setrlimit(RLIMIT_NOFILE, &wide) != 0) GTEST_SKIP() << "no more than 1024 descriptors";
+  std::vector<int> spare;
+  while (spare.size() < 1100) spare.push_back(open("/dev/null", O_RDONLY | O_CLOEXEC));
+  Service service("svc", true);
+  ASSERT_EQ(0, service.start());
+  Peer first(path());
+  EXPECT_EQ("200 here", ask(&first));
+  // With none left but the newcomer's own, it waits until there are more, and the others are served.
+  for (int fd; (fd = open("/dev/null", O_RDONLY | O_CLOEXEC)) != -1;) spare.push_back(fd);
+  close(spare.back()), spare.pop_back();
+  Peer late(path());
+  EXPECT_EQ("200 here", ask(&first));
+  for (int fd : spare) close(fd);
+  EXPECT_EQ("200 here", ask(&late));
+  setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+}  // namespace
+}  // namespace atd

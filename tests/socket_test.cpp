@@ -1,0 +1,258 @@
+// The daemon's socket as its clients see it: framing, splitting, commands, the broker.
+#include <fstream>
+#include <thread>
+
+#include "atd.h"
+#include "tests/phone.h"
+#include "transport/at_socket.h"
+
+using namespace std::string_literals;
+
+namespace atd {
+namespace {
+
+class ServedPhone : public Phone {
+ protected:
+  ServedPhone() {
+    init_socket();
+    service_ = std::make_unique<Peer>(socket());
+    EXPECT_EQ("500 Command not recognized", (service_->line("ready?"), service_->next()));
+  }
+  ~ServedPhone() override {
+    if (g_AtSocket) stop_socket();
+  }
+
+  std::string socket() { return device().path("/dev/socket/atd"); }
+
+  rzcmd_response ask(const std::string& text) {
+    service_->line("atsrequest " + text);
+    return response_of(service_->next());
+  }
+
+  std::unique_ptr<Peer> service_;
+};
+
+TEST_F(ServedPhone, SplitsALineAtItsFirstUnquotedBlank) {
+  // What reaches "atcommand" as its one argument shows in the log.
+  struct {
+    std::string line, argument;
+  } const rows[] = {
+      {"atcommand AT+CMD=1 2", "AT+CMD=1 2"},
+      {"atcommand  two blanks ", " two blanks "},
+      {"atcommand \"a b\"c", "a bc"},
+      {"atcommand a\\\"b\\\\c", "a\"b\\c"},
+      {"atcommand ends in a lone backslash\\", "ends in a lone backslash"},
+      {"\"atcommand\" quoted word", "quoted word"},
+      {"atcommand " + std::string(16382 - 11, 'x'), std::string(16382 - 11, 'x')},
+  };
+  for (const auto& row : rows) {
+    service_->line(row.line);
+    service_->line("next");
+    EXPECT_EQ("500 Command not recognized", service_->next());
+    // A log entry carries 4068 bytes.
+    EXPECT_EQ(1, logged(("Command[1] = " + row.argument).substr(0, 4068))) << row.line.substr(0, 60);
+  }
+}
+
+TEST_F(ServedPhone, RefusesAMalformedLineAndGoesOn) {
+  struct {
+    std::string line, answer;
+  } const rows[] = {
+      {"", "500 Command not recognized"},
+      {"atcommands x", "500 Command not recognized"},
+      {"ATCOMMAND x", "500 Command not recognized"},
+      {"a\"b c\"", "500 Command not recognized"},
+      {"\"atcommand x\"", "500 Command not recognized"},
+      {" atcommand", "500 Command not recognized"},
+      {"atcommand \"x", "500 Unclosed quotes error"},
+      {"atcommand \\n", "500 Unsupported escape sequence"},
+      {"atcommand\\ x", "500 Unsupported escape sequence"},
+      {"at\"command \\x", "500 Unsupported escape sequence"},
+  };
+  Peer other(socket());
+  for (const auto& row : rows) {
+    service_->line(row.line);
+    EXPECT_EQ(row.answer, service_->next()) << row.line;
+  }
+  other.line("only the sender hears of it");
+  EXPECT_EQ("500 Command not recognized", other.next());
+}
+
+TEST_F(ServedPhone, CutsEveryReadAtItsNuls) {
+  service_->send(std::string("one\0two\0lost", 12));
+  EXPECT_EQ("500 Command not recognized", service_->next());
+  EXPECT_EQ("500 Command not recognized", service_->next());
+  service_->send(" tail\0x\0"s);
+  EXPECT_EQ((std::vector<std::string>(2, "500 Command not recognized")), service_->next(2));
+  // NULs in a row are empty lines, a command without its argument has the empty one, and all goes on after that.
+  service_->send(std::string(3, '\0'));
+  EXPECT_EQ((std::vector<std::string>(3, "500 Command not recognized")), service_->next(3));
+  service_->send("atcommand\0"s);
+  service_->line("atresponse");
+  EXPECT_EQ((std::vector<std::string>{"610 Response OK", "200 Response OK"}), service_->next(2));
+  EXPECT_EQ(0, ask("").result);
+  service_->line("atsrequest");
+  EXPECT_EQ("210 AAAAAAAAAAAAAAAA", service_->next());
+}
+
+TEST_F(ServedPhone, TenThousandLinesInOneWrite) {
+  std::string lines;
+  for (int i = 0; i < 10000; ++i) lines += "x\0"s;
+  std::thread writer([&] { service_->send(lines); });
+  // A read that ends between an x and its NUL leaves an empty line, which is answered as well.
+  int answers = 0;
+  while (answers < 10000 && service_->next() == "500 Command not recognized") ++answers;
+  writer.join();
+  EXPECT_EQ(10000, answers);
+  EXPECT_EQ(2, ask(request_text(4403)).result);
+}
+
+TEST_F(ServedPhone, RelaysWhatTheServiceSends) {
+  Peer other(socket());
+  other.line("x");
+  other.next();
+  struct {
+    std::string line;
+    std::vector<std::string> broadcasts;
+  } const rows[] = {
+      {"atcommand initialize", {"601 AT Command Start", "200 AT Command Start"}},
+      {"atcommand adc AT+CIMI", {"605 AT+CIMI", "200 AT+CIMI"}},
+      {"atcommand adcxAT", {"605 AT", "200 AT"}},  // one separator, whatever it is
+      {"atcommand adc \t\xc3\xa4 AT \xc3\xa4", {"605 AT \xc3\xa4", "200 AT \xc3\xa4"}},
+      {"atcommand adc", {}},
+      {"atcommand adcA", {}},
+      {"atcommand adc \x01 \xff", {}},
+      {"atcommand initialize ", {}},
+      {"atresponse QUJD", {"610 Response OK", "200 Response OK"}},
+  };
+  for (const auto& row : rows) {
+    service_->line(row.line);
+    service_->line("end");
+    EXPECT_EQ(row.broadcasts, service_->next(static_cast<int>(row.broadcasts.size()))) << row.line;
+    EXPECT_EQ("500 Command not recognized", service_->next()) << row.line;
+    EXPECT_EQ(row.broadcasts, other.next(static_cast<int>(row.broadcasts.size()))) << row.line;
+  }
+  EXPECT_EQ(6, logged("adc test!"));
+}
+
+TEST_F(ServedPhone, AnswersServiceRequests) {
+  device().items.set_text(9, 12, "123456789012");
+  rzcmd_response rsp = ask(request_text(4010));
+  EXPECT_EQ(0, rsp.result);
+  EXPECT_EQ("123456789012", data_of(rsp));
+
+  struct {
+    const char* what;
+    std::string text;
+    int result;
+  } const rows[] = {
+      {"unknown opcode", request_text(77), 0},
+      {"negative opcode", request_text(-1), 0},
+      {"not supported", request_text(4403), 2},
+      {"nothing", "", 0},
+      {"garbage", "*** ~~~", 0},
+      {"shorter than a header", encoded("\x33\x11", 2), 2},  // 4403 in two bytes
+      {"negative length", request_text(3201, "\x07", -1000), 1},
+      {"length beyond the record", request_text(3201, "\x07", 1 << 30), 0},
+      {"payload without NUL", request_text(4065, std::string(2048, 'A')), 1},
+      {"payload beyond the record", encoded(std::string(4000, 'A').data(), 4000), 0},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(row.result, ask(row.text).result) << row.what;
+  }
+  EXPECT_EQ("123456789012", data_of(ask(request_text(4010))));
+}
+
+TEST_F(ServedPhone, APlatformRequestIsAnswered) {
+  rzcmd_request req = {1013, 3, "abc"};
+  rzcmd_response rsp = {};
+  int result = -2;
+  std::thread asking([&] { result = g_AtSocket->ProcessAndroidRequest(&req, &rsp); });
+  std::string text = encoded(&req, 11);
+  EXPECT_EQ((std::vector<std::string>{"605 " + text, "200 " + text}), service_->next(2));
+  // A service request on the way does not disturb the answer that is waited for.
+  EXPECT_EQ(2, ask(request_text(4403)).result);
+  const rzcmd_response answer = {1, 4, 9, "text"};
+  service_->line("atresponse " + encoded(&answer, 16));
+  EXPECT_EQ((std::vector<std::string>{"610 Response OK", "200 Response OK"}), service_->next(2));
+  asking.join();
+  EXPECT_EQ(0, result);
+  EXPECT_EQ(0, memcmp(&answer, &rsp, sizeof rsp));
+}
+
+TEST_F(ServedPhone, APlatformRequestTimesOutAfterTenSeconds) {
+  rzcmd_request req = {1013, 0, ""};
+  rzcmd_response rsp = {};
+  // An answer that nobody waits for is lost, and so is one that comes too late.
+  service_->line("atresponse QUJD");
+  service_->next(2);
+  for (int round = 1; round <= 2; ++round) {
+    int result = 1;
+    std::thread asking([&] { result = g_AtSocket->ProcessAndroidRequest(&req, &rsp); });
+    service_->next(2);
+    device().clock.await_waiters();
+    device().clock.advance(9'999'000);
+    device().clock.await_waiters();
+    EXPECT_EQ(round - 1, logged(ANDROID_LOG_ERROR, "sendRequest: socket timed out!!"));
+    device().clock.advance(1'000);
+    asking.join();
+    EXPECT_EQ(-1, result);
+    EXPECT_EQ(round, logged(ANDROID_LOG_ERROR, "sendRequest: socket timed out!!"));
+    const rzcmd_response nothing = {};
+    EXPECT_EQ(0, memcmp(&nothing, &rsp, sizeof rsp));
+    service_->line("atresponse QUJD");
+    service_->next(2);
+  }
+}
+
+TEST_F(ServedPhone, StoppingTellsTheClients) {
+  Peer other(socket());
+  other.line("x");
+  other.next();
+  stop_socket();
+  const std::vector<std::string> end = {"602 At Command End", "200 AT Command End", "(closed)"};
+  EXPECT_EQ(end, service_->next(3));
+  EXPECT_EQ(end, other.next(3));
+  EXPECT_EQ(nullptr, g_AtSocket);
+  EXPECT_EQ(nullptr, g_CommandListener);
+  EXPECT_EQ(1, logged("stop_socket"));
+}
+
+using SilentPhone = Phone;
+
+TEST_F(SilentPhone, InitSocketEndsTheProcessWhenTheSocketCannotBeHad) {
+  std::filesystem::remove(device().path("/dev/socket"));
+  std::ofstream(device().path("/dev/socket"));
+  device().logs.echo(ANDROID_LOG_ERROR);
+  EXPECT_EXIT(init_socket(), testing::ExitedWithCode(1), "Unable to start FrameworkListener \\(.+\\)");
+}
+
+TEST_F(SilentPhone, Wrappers) {
+  Mutex mutex;
+  EXPECT_TRUE(mutex.tryLock());
+  EXPECT_FALSE(mutex.tryLock());
+  CondVar condition;
+  bool woken = true;
+  std::thread waiting([&] { woken = condition.wait(mutex, 1500); mutex.unlock(); });
+  device().clock.await_waiters();
+  device().clock.advance(1'500'000);
+  waiting.join();
+  EXPECT_FALSE(woken);
+  EXPECT_EQ(0, device().logs.count(LOG_ID_MAIN, ANDROID_LOG_ERROR, "BrcmNfcJni", "CondVar::wait: fail timed wait; error=0x6E"));
+
+  mutex.lock();
+  std::thread signalled([&] { woken = condition.wait(mutex, 1500); mutex.unlock(); });
+  device().clock.await_waiters();
+  mutex.lock();  // held by the waiter until it waits
+  condition.notifyOne();
+  mutex.unlock();
+  signalled.join();
+  EXPECT_TRUE(woken);
+
+  device().faults.fail("clock_gettime", 1);
+  EXPECT_FALSE(condition.wait(mutex, 10));
+  EXPECT_EQ(1, device().logs.count(LOG_ID_MAIN, ANDROID_LOG_ERROR, "BrcmNfcJni", "CondVar::wait: fail get time; errno=0x16"));
+}
+
+}  // namespace
+}  // namespace atd

@@ -1,0 +1,152 @@
+#include "transport/at_socket.h"
+
+#include <stdlib.h>
+#include <string.h>
+
+#include <new>
+
+#include "platform/log.h"
+#include "platform/os.h"
+#include "transport/base64.h"
+#include "transport/commands.h"
+
+namespace atd {
+
+namespace {
+
+constexpr size_t kResponseSize = 16384;
+constexpr unsigned kAndroidTimeoutSeconds = 10;
+
+}  // namespace
+
+AtSocket* AtSocket::sInstance = nullptr;
+AtSocket* g_AtSocket = nullptr;
+CommandListener* g_CommandListener = nullptr;
+
+AtSocket* AtSocket::Instance() {
+  if (!sInstance) {
+    sInstance = new (std::nothrow) AtSocket();
+    if (sInstance && (!sInstance->response_ || !sInstance->request_text_ || !sInstance->reply_text_)) delete sInstance;
+  }
+  return sInstance;
+}
+
+AtSocket::AtSocket()
+    : response_(static_cast<char*>(calloc(1, kResponseSize))),
+      request_text_(static_cast<char*>(calloc(1, kRecordTextSize))),
+      reply_text_(static_cast<char*>(calloc(1, kRecordTextSize))) {
+  pthread_mutex_init(&command_lock_, nullptr);
+  pthread_mutex_init(&service_request_lock_, nullptr);
+  pthread_mutex_init(&response_lock_, nullptr);
+  pthread_cond_init(&response_signal_, nullptr);
+}
+
+AtSocket::~AtSocket() {
+  sInstance = nullptr;
+  pthread_cond_destroy(&response_signal_);
+  pthread_mutex_destroy(&response_lock_);
+  pthread_mutex_destroy(&service_request_lock_);
+  pthread_mutex_destroy(&command_lock_);
+  free(reply_text_);
+  free(request_text_);
+  free(response_);
+}
+
+void AtSocket::Broadcast(int code, const char* text) {
+  if (listener_) listener_->sendBroadcast(code, text, false);
+}
+
+int AtSocket::Initialize() {
+  pthread_mutex_lock(&command_lock_);
+  Broadcast(601, "AT Command Start");
+  Broadcast(200, "AT Command Start");
+  pthread_mutex_unlock(&command_lock_);
+  return 0;
+}
+
+int AtSocket::Clear() {
+  if (!sInstance) return 0;
+  // The two texts differ in one letter, and the service knows them so.
+  sInstance->Broadcast(602, "At Command End");
+  sInstance->Broadcast(200, "AT Command End");
+  return 0;
+}
+
+int AtSocket::SendAtCommand(const char* cmd) {
+  pthread_mutex_lock(&command_lock_);
+  Broadcast(605, cmd);
+  Broadcast(200, cmd);
+  pthread_mutex_unlock(&command_lock_);
+  return 0;
+}
+
+int AtSocket::SendResponse(const char* text) {
+  pthread_mutex_lock(&response_lock_);
+  memset(response_, 0, kResponseSize);
+  memcpy(response_, text, strnlen(text, kResponseSize - 1));
+  pthread_mutex_unlock(&response_lock_);
+
+  Broadcast(610, "Response OK");
+  Broadcast(200, "Response OK");
+
+  pthread_mutex_lock(&response_lock_);
+  answered_ = true;
+  pthread_cond_signal(&response_signal_);
+  pthread_mutex_unlock(&response_lock_);
+  return 0;
+}
+
+int AtSocket::sendRequest(const char* text, char* out, unsigned seconds) {
+  pthread_mutex_lock(&response_lock_);
+  // An answer that nobody waited for belongs to an older request.
+  answered_ = false;
+  Broadcast(605, text);
+  Broadcast(200, text);
+
+  struct timespec deadline = {};
+  os_clock_gettime(CLOCK_REALTIME, &deadline);
+  deadline.tv_sec += static_cast<time_t>(seconds);
+  int result = 0;
+  while (!answered_ && result == 0) {
+    result = os_cond_timedwait(&response_signal_, &response_lock_, CLOCK_REALTIME, &deadline);
+  }
+  bool answered = answered_;
+  if (answered) {
+    memset(out, 0, kRecordTextSize);
+    memcpy(out, response_, strnlen(response_, kRecordTextSize - 1));
+  }
+  pthread_mutex_unlock(&response_lock_);
+  if (!answered) {
+    SLOGE("sendRequest: socket timed out!!\n");
+    return -1;
+  }
+  return 0;
+}
+
+int AtSocket::ProcessAndroidRequest(rzcmd_request* req, rzcmd_response* rsp) {
+  // The platform's answer gets a buffer of its own: a service request may be using reply_text_ on the listener's thread.
+  char reply[kRecordTextSize] = "";
+  pthread_mutex_lock(&command_lock_);
+  memset(request_text_, 0, kRecordTextSize);
+  base64_encode(req, kRequestHeaderSize + bounded_length(req->data_len), request_text_);
+  int result = sendRequest(request_text_, reply, kAndroidTimeoutSeconds);
+  base64_decode(reply, rsp, sizeof *rsp);
+  pthread_mutex_unlock(&command_lock_);
+  return result;
+}
+
+int AtSocket::RequestFromAndroid(const char* text) {
+  pthread_mutex_lock(&service_request_lock_);
+  rzcmd_request req = {};
+  rzcmd_response rsp = {};
+  base64_decode(text, &req, sizeof req);
+  request_from_android(&req, &rsp);
+  memset(reply_text_, 0, kRecordTextSize);
+  base64_encode(&rsp, kResponseHeaderSize + bounded_length(rsp.data_len), reply_text_);
+  SLOGI("Send result to service\n");
+  Broadcast(210, reply_text_);
+  pthread_mutex_unlock(&service_request_lock_);
+  return 0;
+}
+
+}  // namespace atd

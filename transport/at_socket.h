@@ -1,0 +1,75 @@
+// The broker between the library and the platform's AT command service: every message to the service is a broadcast on
+// the daemon's socket with a code and a text.
+#pragma once
+
+#include <pthread.h>
+
+#include "transport/records.h"
+
+namespace atd {
+
+class CommandListener;
+
+class AtSocket {
+ public:
+  virtual ~AtSocket();
+
+  // The one broker, made by the first call, which comes before the listener's thread starts; null when there is no
+  // memory for it.
+  static AtSocket* Instance();
+
+  // The carrier of every broadcast, or null for none; it stays the caller's.
+  void SetListener(CommandListener* listener) { listener_ = listener; }
+
+  // Tells the service that its "initialize" was seen (601 and 200 "AT Command Start"); 0.
+  int Initialize();
+
+  // Tells the service that the daemon ends (602 "At Command End", 200 "AT Command End"); 0.
+  static int Clear();
+
+  // Asks the service to run an AT command (605 and 200 with it); 0.
+  int SendAtCommand(const char* cmd);
+
+  // Takes the service's answer, at most 16383 characters, acknowledges it (610 and 200 "Response OK") and wakes who
+  // waits for it; 0. While nobody waits the answer is lost.
+  int SendResponse(const char* text);
+
+  // Sends a request's text (605 and 200) and waits at most `seconds` for an answer, of which at most 4095 characters
+  // go to `out` (4096 bytes, terminated); 0, or -1 on time-out with `out` untouched.
+  int sendRequest(const char* text, char* out, unsigned seconds);
+
+  // Sends a request to the service and decodes its answer into *rsp, which the caller has cleared; 0, or -1 when none
+  // came within 10 seconds. On the listener's own thread no answer can come.
+  int ProcessAndroidRequest(rzcmd_request* req, rzcmd_response* rsp);
+
+  // Runs the service request in a base64 text and broadcasts its response (210); 0.
+  int RequestFromAndroid(const char* text);
+
+ private:
+  AtSocket();
+  void Broadcast(int code, const char* text);
+
+  static AtSocket* sInstance;
+
+  char* response_;  // the last answer's text
+  pthread_mutex_t command_lock_;
+  pthread_mutex_t service_request_lock_;
+  pthread_mutex_t response_lock_;
+  pthread_cond_t response_signal_;
+  char* request_text_;
+  char* reply_text_;
+  CommandListener* listener_ = nullptr;
+  bool answered_ = false;  // an answer came since the last request; under the response lock
+};
+
+// The broker while the socket is served, else null.
+extern AtSocket* g_AtSocket;
+
+// The listener while the socket is served, else null.
+extern CommandListener* g_CommandListener;
+
+// Hands a service request of the platform to the dispatcher, which fills the cleared response; what service_handler
+// returns.
+int request_from_android(rzcmd_request* req, rzcmd_response* rsp);
+
+}  // namespace atd

@@ -1,0 +1,50 @@
+#include "transport/commands.h"
+
+#include <string.h>
+
+#include "platform/log.h"
+#include "transport/at_socket.h"
+
+namespace atd {
+
+namespace {
+
+const char* argument(int argc, char** argv) { return argc > 1 ? argv[1] : ""; }
+
+}  // namespace
+
+CommandListener::CommandListener() : AtFrameworkListener("atd") {
+  registerCmd(new AtCmd());
+  registerCmd(new AtCmdResponse());
+  registerCmd(new AtServiceRequest());
+}
+
+int CommandListener::AtCmd::runCommand(SocketClient*, int argc, char** argv) {
+  for (int i = 0; i < argc; ++i) SLOGI("Command[%d] = %s", i, argv[i]);
+
+  const char* text = argument(argc, argv);
+  if (strcmp(text, "initialize") == 0) {
+    g_AtSocket->Initialize();
+  } else if (strncmp(text, "adc", 3) == 0) {
+    SLOGI("adc test!");
+    // Behind "adc" stands one separator; from there the command begins at the first character that can be part of one.
+    const char* command = text + strnlen(text, 4);
+    while (*command != '\0' && (static_cast<unsigned char>(*command) <= 32 || static_cast<unsigned char>(*command) >= 128)) {
+      ++command;
+    }
+    if (*command != '\0') g_AtSocket->SendAtCommand(command);
+  }
+  return 0;
+}
+
+int CommandListener::AtCmdResponse::runCommand(SocketClient*, int argc, char** argv) {
+  g_AtSocket->SendResponse(argument(argc, argv));
+  return 0;
+}
+
+int CommandListener::AtServiceRequest::runCommand(SocketClient*, int argc, char** argv) {
+  g_AtSocket->RequestFromAndroid(argument(argc, argv));
+  return 0;
+}
+
+}  // namespace atd
