@@ -33,6 +33,144 @@ int init_modem_interface(int arg);
 // answer's error. A failure sets *out_len to -1 when out_data is given, too. Every pointer may be null.
 int request_to_system(int opcode, const char* data, int len, char* out_data, int* out_len, int* out_status);
 
+// --- Keys and touch -------------------------------------------------------------------------------------------------
+
+// Asks the platform for a key by number: pressed and released; pressed, held for `hold` times 100 ms and released;
+// released, or with `release` 0 pressed. 0, or the error of request_to_system.
+int SendKey(char key);
+int SendKey(char key, int hold);
+int SendKey(int release, char key);
+
+// Clicks the key of an AT keypad character, given as its code in decimal ("35" is '#'); number 0 for one without a key.
+// 0, or the error of request_to_system.
+int ckpd_send_event(char* text);
+
+// Fills the AT keypad table, and the test-mode table, which it returns: 256 key numbers by character code.
+void ckpd_mapping();
+int* testmode_key_mapping();
+
+// The test-mode key number of a code, 0 where there is none.
+int keypad_change_keycode(int code);
+
+// Writes a key event (status 1 pressed, 0 released) to the first input device that has the key; always 0.
+int send_key_native(int scancode, int status);
+
+// Touches the screen at x, y, all in decimal: mode 0 and 5 release, 1 and 4 press, 2 tap, 3 double tap; the fourth text
+// is not read. 0, or -1 when there is no touch device or no such mode or a write failed. The device stays open until
+// the next touch.
+int ctsa_send_event(char* mode, char* x, char* y, char* unused);
+
+// Writes the supported touch modes to out (12 bytes); 0.
+int ctsa_support_list(char* out);
+
+// Writes one press or release, or one event, to an open touch device; 0, or -1 when the last write was short.
+int report_event(int fd, int press, int x, int y);
+int send_event(int fd, unsigned short type, unsigned short code, int value);
+
+// --- Modem items ----------------------------------------------------------------------------------------------------
+
+// Sends data (at most 2048 bytes) as a record of the modem, or asks for one; its answer in rsp (2048 bytes), the number
+// of bytes in *rsp_len, which may be null. 0, or the error of request_to_system; 1 without a request when data or rsp is
+// null.
+int write_tav_impl(const char* data, int len, char* rsp, int* rsp_len);
+int read_tav_impl(const char* data, int len, char* rsp, int* rsp_len);
+int write_tav_bcpl(const char* data, int len, char* rsp, int* rsp_len);
+int read_tav_bcpl(const char* data, int len, char* rsp, int* rsp_len);
+int read_tav_idde(const char* data, int len, char* rsp, int* rsp_len);
+int write_tav_otpe(const char* data, int len, char* rsp, int* rsp_len);
+int write_tav_fusg(const char* data, int len, char* rsp, int* rsp_len);
+int read_tav_fusg(const char* data, int len, char* rsp, int* rsp_len);
+int write_tav_cdbe(const char* data, int len, char* rsp, int* rsp_len);
+int write_tav_bcpe(const char* data, int len, char* rsp, int* rsp_len);
+int write_tav_pid2(const char* data, int len, char* rsp, int* rsp_len);
+int read_tav_pid2(const char* data, int len, char* rsp, int* rsp_len);
+int write_tav_btad(const char* data, int len, char* rsp, int* rsp_len);
+int read_tav_btad(const char* data, int len, char* rsp, int* rsp_len);
+
+// The same, where data (of the first) or rsp (of the second) may be null.
+int read_tav_pid(const char* data, int len, char* rsp, int* rsp_len);
+int write_tav_pid(const char* data, int len, char* rsp, int* rsp_len);
+
+// The same for the IDDE record, whose erasure ("IDDE OK") also resets the Bluetooth address, the serial number, the
+// operator list and the IMEI copy; 1 as well when the address cannot be written.
+int write_tav_idde(const char* data, int len, char* rsp, int* rsp_len);
+
+// Asks for the MEID or the pseudo ESN; as above.
+int read_tav_meid(char* rsp, int* rsp_len);
+int read_tav_pesn(char* rsp, int* rsp_len);
+
+// Writes or reads an IMEI by the modem's opcode for it; as above. An IMEI written with 116 is kept as factory item 13, too.
+int write_tav_imei(int opcode, const char* data, int len, char* rsp, int* rsp_len);
+int read_tav_imei(int opcode, const char* data, int len, char* rsp, int* rsp_len);
+
+// Puts the check digit of the first 14 digits at position 14 of imei (15 bytes); `length` of them are read.
+void make_imei_chksum(char* imei, int length);
+
+// Copies the modem's IMEI or MEID to its factory item when they differ; 0, or the error of request_to_system.
+int imei_check_on_boot();
+int meid_check_on_boot();
+
+// Reads the product ID into buffer (2048 bytes, terminated); 0, 1 on failure, 2 when the modem does not support it and
+// the factory item's copy was taken.
+int read_pid(char* buffer);
+
+// Writes the product ID to the modem and its factory item; 0, or 1 on failure, or the modem's error.
+int write_pid(const char* text);
+
+// Sends a SIM toolkit request, mode 0 or 1; 0, or the error of request_to_system, 1 for another mode.
+int tav_satpc_req(int mode, const char* data, int len, char* rsp, int* rsp_len);
+
+// Sends bulk data in chunks of 255 bytes; 0, 1 for a negative length, or the error of request_to_system.
+int send_modem_data(const char* data, int length);
+
+// Receives bulk data into buffer, which holds all that the modem has, and adds its size to *length, which the caller
+// has set to 0; 0, 1 when there is none, or the error of request_to_system.
+int receive_modem_data(char* buffer, int* length);
+
+// Reads or writes the 128 bytes of a numbered item of the modem; 0, -1 without memory, 4 when the modem does not answer, 5
+// when the item is inactive, or the modem's own status.
+int tav_diag_nvread(int item, char* data);
+int tav_diag_nvwrite(int item, const char* data);
+
+// A modem request of at most 2048 bytes with its answer in response (2048 bytes); 0, -1 for a longer one or a null
+// pointer, or the error of request_to_system.
+int get_tav_data_from_modem(int opcode, const char* request, int length, char* response, int* response_length);
+
+// Asks the modem to camp on a band (4 to 94, others are left alone with 0) or with arguments, joined by commas, and the
+// answer in response (2048 bytes); 0, 1 when there was no answer, 2 when it does not camp.
+int campreq(int band);
+int campreq(char** arguments, int count, char* response);
+
+// Runs a production reset by kind: 0 first production, 1 its check, 2 start day check, 3 and 4 start day init and set, 100
+// return, 101 brand, 102 service return, 103 refurbish, 104 its check; 0 when the modem confirms, 1 when it does not, -1
+// for another kind, or the error of request_to_system.
+int tav_reset_production(int kind);
+
+// --- The modem's file system ----------------------------------------------------------------------------------------
+
+// Open and close the modem interface for a client handle; 0, or the interface's error.
+int efs_init(int client);
+int efs_release(int client);
+
+// Opens a file by a path of at most 128 characters, longer ones are cut, with the modem's flags and mode; the modem's
+// descriptor, negative on failure. 0 may also mean that the modem did not answer.
+int efs_open(const char* path, int flags, int mode);
+
+// Close a descriptor, remove a file; the modem's result, negative on failure.
+int efs_close(int fd);
+int efs_unlink(const char* path);
+
+// Read and write `count` bytes in chunks of 2032; the number of bytes done. A short chunk does not end a read, and the
+// bytes after it keep their place in the buffer.
+int efs_read(int fd, void* buffer, int count);
+int efs_write(int fd, const void* buffer, int count);
+
+// --- Bluetooth ------------------------------------------------------------------------------------------------------
+
+// Stores the Bluetooth address, 12 hexadecimal digits, and has it loaded; 0, or 1 for another text or when the store
+// fails.
+int handle_testmode_bt_write_request(const char* text);
+
 // --- Restart --------------------------------------------------------------------------------------------------------
 
 // Writes the modem's and the phone's file systems out and restarts the phone one second later, on a thread of its own;

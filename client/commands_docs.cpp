@@ -212,8 +212,8 @@ int run_manual(const CLI::App& app) {
   for (const Opcode& row : opcodes()) {
     out << row.number << "\t" << roff(row.name) << "\t" << roff(to_text(row.payload)) << "\t"
         << roff(to_text(row.answer)) << "\t" << (row.effects & kDestructive ? "D" : "")
-        << (row.effects & kModem ? "M" : "") << (row.state == State::not_built ? "N" : "")
-        << (row.state == State::unsupported ? "U" : "") << "\n";
+        << (row.effects & kModem ? "M" : "") << (state(row) == State::not_built ? "N" : "")
+        << (state(row) == State::unsupported ? "U" : "") << "\n";
   }
   out << ".TE\n.PP\nFlags: D, destructive: restarts the phone, or changes or erases what cannot be read back;\n"
       << "M, needs the modem; N, not built yet; U, not supported on this device.\n"

@@ -60,7 +60,7 @@ std::string opcode_json(const Opcode& row) {
   json["answer"] = to_text(row.answer);
   json["destructive"] = (row.effects & kDestructive) != 0;
   json["modem"] = (row.effects & kModem) != 0;
-  json["state"] = to_text(row.state);
+  json["state"] = to_text(state(row));
   return to_line(json);
 }
 

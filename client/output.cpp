@@ -167,7 +167,7 @@ std::string opcode_title(int32_t opcode) {
 std::string answer_text(int32_t opcode, const Response& response) {
   const Opcode* row = find_opcode(opcode);
   std::string text = opcode_title(opcode) + ": " + result_name(response.result);
-  if (response.result == kNotSupported && row != nullptr && row->state == State::not_built) {
+  if (response.result == kNotSupported && row != nullptr && state(*row) == State::not_built) {
     text += " (not in this build yet)";
   }
   if (response.result_status != 0) text += ", status " + std::to_string(response.result_status);

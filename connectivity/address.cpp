@@ -3,8 +3,10 @@
 #include <stdint.h>
 #include <string.h>
 
+#include "atd.h"
 #include "factory/item_registry.h"
 #include "platform/log.h"
+#include "platform/properties.h"
 #include "transport/response.h"
 
 namespace atd {
@@ -36,7 +38,7 @@ const char* parse_address(const char* text, uint8_t* bytes) {
 int bt_addr_ascii_to_hexa(const char* text, void* bytes) {
   const char* foreign = parse_address(text, static_cast<uint8_t*>(bytes));
   if (!foreign) return 0;
-  SLOGI("[bt(%d)-%s]   bt_addr_assign : invalid Params = %c\n", __LINE__, __func__, *foreign);
+  SLOGE("[bt(%d)-%s]   bt_addr_assign : invalid Params = %c\n", __LINE__, __func__, *foreign);
   return 1;
 }
 
@@ -49,11 +51,13 @@ void bt_addr_hexa_to_ascii(const void* bytes, char* text) {
   *text = '\0';
 }
 
+int bt_addr_write(const void* bytes) { return bytes && write_item(item(8), bytes) >= 0 ? 0 : 1; }
+
 int wlan_mac_read(void* bytes) {
   constexpr uint8_t kNone[kAddressSize] = {};
   if (read_item(item(6), bytes) < 0) return 1;
   if (memcmp(bytes, kNone, sizeof kNone) != 0) return 0;
-  SLOGI("wlan_mac_read : invalid mac_addr_hexa");
+  SLOGE("wlan_mac_read : invalid mac_addr_hexa");
   return 1;
 }
 
@@ -78,3 +82,11 @@ void handle_automid_mac(const char* text, rzcmd_response* rsp) {
 }
 
 }  // namespace atd
+
+int handle_testmode_bt_write_request(const char* text) {
+  uint8_t bytes[atd::kAddressSize];
+  if (atd::bt_addr_ascii_to_hexa(text, bytes) != 0 || atd::bt_addr_write(bytes) != 0) return 1;
+  SLOGI("[BTUI] tav_load_bluetooth_address");
+  if (system_property_set("ctl.start", "bdaddr_loader") != 0) SLOGE("[BTUI] Failed to start bdaddr_loader");
+  return 0;
+}

@@ -11,6 +11,12 @@ int bt_addr_ascii_to_hexa(const char* text, void* bytes);
 // Writes six bytes as 12 upper-case digits and a terminator.
 void bt_addr_hexa_to_ascii(const void* bytes, char* text);
 
+// The Bluetooth address where none is stored: locally administered, so that it is no maker's.
+inline constexpr char kDefaultBluetoothAddress[] = "020000000000";
+
+// Writes the Bluetooth address (six bytes); 0, or 1 when the store fails or there are none.
+int bt_addr_write(const void* bytes);
+
 // Reads or writes the WLAN MAC address (six bytes); 0, or 1 when the store fails, and for reading when all are zero.
 int wlan_mac_read(void* bytes);
 int wlan_mac_write(const void* bytes);

@@ -100,6 +100,8 @@ int serve(const Options& options, const char* log_level) {
   device->logs.echo(std::min(options.log_level, static_cast<int>(ANDROID_LOG_ERROR)));
   init_factory_item(0);
   init_modem_interface(0);
+  imei_check_on_boot();
+  meid_check_on_boot();
   init_socket();
   device->logs.echo(options.log_level);
   if (options.log_level <= ANDROID_LOG_INFO) {

@@ -46,7 +46,6 @@ struct Opcode {
   Payload payload;
   Answer answer;
   unsigned effects;
-  State state;
   void (*handler)(rzcmd_request* req, rzcmd_response* rsp);
 };
 
@@ -58,6 +57,9 @@ const Opcode* find_opcode(int number);
 
 // The row of a name, or null.
 const Opcode* find_opcode(const char* name);
+
+// How far a row is, as its handler tells.
+State state(const Opcode& row);
 
 // The words for a row's columns: "text", "result", "built"...
 const char* to_text(Payload payload);

@@ -44,7 +44,7 @@ int ask_modem(rzcmd_request* req, rzcmd_response* rsp) {
   int outcome;
   if (g_modem_interface_status != 0) {
     outcome = init_modem_interface(g_modem_interface_status);
-    if (outcome != 0) SLOGI("[DMI] request_to_modem : DMI is not initialized.");
+    if (outcome != 0) SLOGE("[DMI] request_to_modem : DMI is not initialized.");
     else outcome = request_to_modem_via_dmi(req, rsp);
   } else {
     outcome = request_to_modem_via_dmi(req, rsp);
@@ -62,7 +62,7 @@ int ask_modem(rzcmd_request* req, rzcmd_response* rsp) {
 }
 
 int fail(int error, const char* out_data, int* out_len) {
-  SLOGI("Cannot get response. Return error!\n");
+  SLOGE("Cannot get response. Return error!\n");
   if (out_data && out_len) *out_len = -1;
   return error;
 }
@@ -88,17 +88,17 @@ int request_to_system(int opcode, const char* data, int len, char* out_data, int
   SLOGI("[COMMON_INTERFACE] RZCMD OPCODE: %d", opcode);
   bool for_modem = opcode >= 0 && opcode <= kLastModemOpcode;
   if (!for_modem && (opcode < kFirstPlatformOpcode || opcode > kLastPlatformOpcode)) {
-    SLOGI("[COMMON_INTERFACE] Invalid OPCODE");
+    SLOGE("[COMMON_INTERFACE] Invalid OPCODE");
     return fail(kNotSupported, out_data, out_len);
   }
   int error = !fits ? RZCMD_FAIL : for_modem ? ask_modem(&req, &rsp) : ask_platform(&req, &rsp);
+  if (error == 0 && bounded_length(rsp.data_len) != rsp.data_len) error = RZCMD_FAIL;
   if (error != 0) return fail(error, out_data, out_len);
-  int length = bounded_length(rsp.data_len);
   if (out_data) {
     SLOGI("Response Status: %d\n", rsp.result_status);
-    memcpy(out_data, rsp.data, static_cast<size_t>(length));
+    memcpy(out_data, rsp.data, static_cast<size_t>(rsp.data_len));
   }
-  if (out_len) *out_len = length;
+  if (out_len) *out_len = rsp.data_len;
   if (out_status) *out_status = rsp.result_status;
   return 0;
 }

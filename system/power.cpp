@@ -29,11 +29,11 @@ void* restart(void*) {
 int system_efs_sync() {
   char response[MAX_RZCMD_REQ_SIZE] = {};
   if (request_to_system(kModemFileSystemSync, nullptr, 0, response, nullptr, nullptr) != 0) {
-    SLOGI("system_efs_sync Fail ! return error.");
+    SLOGE("system_efs_sync Fail ! return error.");
     return -1;
   }
   if (static_cast<unsigned char>(response[0]) >= 255) {
-    SLOGI("system_efs_sync Fail ! rsp error.");
+    SLOGE("system_efs_sync Fail ! rsp error.");
     return -1;
   }
   return 0;

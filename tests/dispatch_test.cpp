@@ -44,8 +44,8 @@ class DispatchTest : public Phone {
     EXPECT_EQ(0, rsp.result_status) << opcode;
     ASSERT_GE(rsp.data_len, 0) << opcode;
     ASSERT_LE(rsp.data_len, MAX_RZCMD_REQ_SIZE) << opcode;
-    if (row->state != State::built) EXPECT_EQ(2, rsp.result) << opcode;
-    if (row->state != State::built || row->answer == Answer::result) EXPECT_EQ(0, rsp.data_len) << opcode;
+    if (state(*row) != State::built) EXPECT_EQ(2, rsp.result) << opcode;
+    if (state(*row) != State::built || row->answer == Answer::result) EXPECT_EQ(0, rsp.data_len) << opcode;
     if (row->answer == Answer::text && rsp.data_len < MAX_RZCMD_REQ_SIZE) {
       EXPECT_EQ(static_cast<size_t>(rsp.data_len), strlen(rsp.data)) << opcode;
     }
@@ -72,7 +72,7 @@ TEST_F(DispatchTest, EveryOpcodeWithEveryPayload) {
 
 TEST_F(DispatchTest, EveryOpcodeWithEachCallBelowItFailing) {
   for (const Opcode& row : opcodes()) {
-    if (row.state != State::built) continue;
+    if (state(row) != State::built) continue;
     for (const std::string& payload : {""s, "1"s, "0a1B2c3D4e5F"s}) {
       int before = device().faults.calls();
       run(row.number, payload);
@@ -149,7 +149,7 @@ TEST_F(DispatchTest, ItemsAreAnsweredAndStored) {
     EXPECT_EQ(row.answer, data_of(rsp)) << row.what;
     EXPECT_EQ(row.after, device().items.get(row.item, static_cast<int>(row.before.size()))) << row.what;
   }
-  EXPECT_EQ(1, logged("wlan_mac_read : invalid mac_addr_hexa"));
+  EXPECT_EQ(1, logged(ANDROID_LOG_ERROR, "wlan_mac_read : invalid mac_addr_hexa"));
   EXPECT_EQ(1, logged("AutoMID write WIFI MAC Success :)"));
   EXPECT_EQ(1, logged("handle_get_wine_ime : 2"));
 }

@@ -231,17 +231,22 @@ TEST_F(SilentPhone, Wrappers) {
   Mutex mutex;
   EXPECT_TRUE(mutex.tryLock());
   EXPECT_FALSE(mutex.tryLock());
+  mutex.unlock();
   CondVar condition;
   bool woken = true;
-  std::thread waiting([&] { woken = condition.wait(mutex, 1500); mutex.unlock(); });
+  auto wait = [&] {
+    mutex.lock();
+    woken = condition.wait(mutex, 1500);
+    mutex.unlock();
+  };
+  std::thread waiting(wait);
   device().clock.await_waiters();
   device().clock.advance(1'500'000);
   waiting.join();
   EXPECT_FALSE(woken);
   EXPECT_EQ(0, device().logs.count(LOG_ID_MAIN, ANDROID_LOG_ERROR, "BrcmNfcJni", "CondVar::wait: fail timed wait; error=0x6E"));
 
-  mutex.lock();
-  std::thread signalled([&] { woken = condition.wait(mutex, 1500); mutex.unlock(); });
+  std::thread signalled(wait);
   device().clock.await_waiters();
   mutex.lock();  // held by the waiter until it waits
   condition.notifyOne();
@@ -250,7 +255,9 @@ TEST_F(SilentPhone, Wrappers) {
   EXPECT_TRUE(woken);
 
   device().faults.fail("clock_gettime", 1);
+  mutex.lock();
   EXPECT_FALSE(condition.wait(mutex, 10));
+  mutex.unlock();
   EXPECT_EQ(1, device().logs.count(LOG_ID_MAIN, ANDROID_LOG_ERROR, "BrcmNfcJni", "CondVar::wait: fail get time; errno=0x16"));
 }
 

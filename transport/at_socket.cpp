@@ -130,7 +130,12 @@ int AtSocket::ProcessAndroidRequest(rzcmd_request* req, rzcmd_response* rsp) {
   memset(request_text_, 0, kRecordTextSize);
   base64_encode(req, kRequestHeaderSize + bounded_length(req->data_len), request_text_);
   int result = sendRequest(request_text_, reply, kAndroidTimeoutSeconds);
-  base64_decode(reply, rsp, sizeof *rsp);
+  int length = base64_decode(reply, rsp, sizeof *rsp);
+  if (result == 0 && (bounded_length(rsp->data_len) != rsp->data_len || length < kResponseHeaderSize + rsp->data_len)) {
+    SLOGE("ProcessAndroidRequest: an answer of %d bytes is no response", length);
+    *rsp = {};
+    result = -1;
+  }
   pthread_mutex_unlock(&command_lock_);
   return result;
 }

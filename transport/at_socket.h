@@ -39,7 +39,7 @@ class AtSocket {
   int sendRequest(const char* text, char* out, unsigned seconds);
 
   // Sends a request to the service and decodes its answer into *rsp, which the caller has cleared; 0, or -1 when none
-  // came within 10 seconds. On the listener's own thread no answer can come.
+  // came within 10 seconds or what came is no whole response. On the listener's own thread no answer can come.
   int ProcessAndroidRequest(rzcmd_request* req, rzcmd_response* rsp);
 
   // Runs the service request in a base64 text and broadcasts its response (210); 0.

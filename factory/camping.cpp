@@ -1,0 +1,74 @@
+#include <stdio.h>
+#include <string.h>
+
+#include "atd.h"
+#include "platform/log.h"
+#include "transport/records.h"
+
+using namespace atd;
+
+namespace {
+
+constexpr int kCamp = 20;
+
+// Which number the modem knows a band by. That 7 goes to "4" and 8 to "6", and 25 to "30", is the modem's numbering.
+struct Bands {
+  int first;
+  int last;
+  int offset;
+};
+
+constexpr Bands kBands[] = {{4, 7, -3}, {8, 20, -2}, {25, 25, 5}, {49, 71, 0}, {75, 75, 0}, {83, 94, 0}};
+
+}  // namespace
+
+int campreq(int band) {
+  char request[8] = "";
+  for (const Bands& row : kBands) {
+    if (band >= row.first && band <= row.last) snprintf(request, sizeof request, "%d", band + row.offset);
+  }
+  if (!*request) return 0;
+
+  char response[MAX_RZCMD_REQ_SIZE + 1] = {};
+  int length = 0, status = 0;
+  int request_length = static_cast<int>(strlen(request));
+  SLOGI("[campreq][REQ] request data : %s, request data length : %d\n", request, request_length);
+  int error = request_to_system(kCamp, request, request_length, response, &length, &status);
+  SLOGI("[campreq][RSP] result_status : %d, result_data : %s, result_data_len : %d\n", status, response, length);
+  int result;
+  if (error != 0) {
+    SLOGE("[ATcampreq]Cannot get response. Return error:%d\n", error);
+    result = error == RZCMD_FAIL ? RZCMD_FAIL : 2;
+  } else if (strcmp(response, "OK") == 0) {
+    SLOGI("[campreq] CAMP_ON");
+    result = 0;
+  } else {
+    SLOGI("[campreq] CAMP_OFF");
+    result = 2;
+  }
+  if (!*response) {
+    // Without an answer the band is taken for a wrong one, whatever the request came to.
+    SLOGE("[campreq] MDM returns 0 becuase of the wrong band.");
+    return 2;
+  }
+  return result;
+}
+
+int campreq(char** arguments, int count, char* response) {
+  char data[MAX_RZCMD_REQ_SIZE] = "";
+  size_t used = 0;
+  for (int i = 0; i < count && used < sizeof data; ++i) {
+    used += static_cast<size_t>(snprintf(data + used, sizeof data - used, "%s%s", i > 0 ? "," : "", arguments[i]));
+  }
+  int data_length = static_cast<int>(strlen(data));
+  SLOGI("[ATcampreq] c.data : %s\n", data);
+  SLOGI("[ATcampreq] req.len : %d\n", data_length);
+  char answer[MAX_RZCMD_REQ_SIZE + 1] = {};
+  int length = 0, status = 0;
+  int error = request_to_system(kCamp, data, data_length, answer, &length, &status);
+  if (response) memcpy(response, answer, strnlen(answer, MAX_RZCMD_REQ_SIZE - 1) + 1);
+  SLOGI("[ATcampreq] rsp->result_status : %d\n", status);
+  SLOGI("[ATcampreq] rsp->result_data : %s\n", answer);
+  SLOGI("[ATcampreq] rsp->result_data_len : %d\n", length);
+  return error > 2 ? 2 : error;
+}

@@ -1,0 +1,129 @@
+#include <stdint.h>
+#include <string.h>
+
+#include <algorithm>
+
+#include "atd.h"
+#include "factory/item_registry.h"
+#include "platform/diagpkt.h"
+#include "platform/log.h"
+#include "transport/records.h"
+
+using namespace atd;
+
+namespace {
+
+constexpr int kBulkSend = 155;
+constexpr int kBulkReceive = 156;
+constexpr int kChunk = 255;
+
+constexpr int kNvRead = 550;
+constexpr int kNvWrite = 551;
+constexpr unsigned kNvReadCode = 38;
+constexpr unsigned kNvWriteCode = 39;
+constexpr int kNvDataSize = 128;
+
+// Status bytes of the diagnostic protocol.
+constexpr uint8_t kNvFailed = 4;
+constexpr uint8_t kNvInactive = 5;
+
+struct __attribute__((packed)) NvPacket {
+  uint8_t code;
+  uint16_t item;
+  char data[kNvDataSize];
+  uint8_t status;
+};
+static_assert(sizeof(NvPacket) == 132 && offsetof(NvPacket, data) == 3 && offsetof(NvPacket, status) == 131);
+
+// The answers of the last read and the last write, kept until the next one.
+NvPacket* g_read_answer;
+NvPacket* g_write_answer;
+
+NvPacket* allocate(unsigned code, int item) {
+  NvPacket* packet = static_cast<NvPacket*>(diagpkt_alloc(code, sizeof(NvPacket)));
+  if (!packet) return nullptr;
+  *packet = {static_cast<uint8_t>(code), static_cast<uint16_t>(item), {}, 0};
+  return packet;
+}
+
+// Sends one packet and fills *kept with its answer; 0 with the number of answered bytes, or -1 or a status byte.
+int exchange(int opcode, unsigned code, int item, const char* data, NvPacket** kept, int* length) {
+  NvPacket* request = allocate(code, item);
+  diagpkt_free(*kept);
+  *kept = allocate(code, item);
+  if (!request || !*kept) {
+    diagpkt_free(request);
+    return -1;
+  }
+  if (data) memcpy(request->data, data, kNvDataSize);
+  // The answer is the data and the status byte; more than that is no answer to this packet.
+  char answer[MAX_RZCMD_REQ_SIZE];
+  int error = get_tav_data_from_modem(opcode, reinterpret_cast<char*>(request), sizeof *request, answer, length);
+  diagpkt_free(request);
+  if (error != 0 || *length > kNvDataSize + 1) {
+    (*kept)->status = kNvFailed;
+    return kNvFailed;
+  }
+  memcpy((*kept)->data, answer, static_cast<size_t>(*length));
+  return 0;
+}
+
+}  // namespace
+
+int send_modem_data(const char* data, int length) {
+  SLOGI("send_modem_data(%d)\n", length);
+  SLOGI("MAX_RZCMD_REQ_SIZE(%d)\n", MAX_RZCMD_REQ_SIZE);
+  if (length < 0 || !data) return RZCMD_FAIL;
+  // The receiver takes the first chunk shorter than the others for the end, so there is always one, if need be empty.
+  for (int left = length; left >= 0; left -= kChunk) {
+    int error = request_to_system(kBulkSend, data + (length - left), std::min(left, kChunk), nullptr, nullptr, nullptr);
+    if (error != 0) {
+      SLOGE("send_modem_data. Return error:%d\n", error);
+      return error;
+    }
+  }
+  return 0;
+}
+
+int receive_modem_data(char* buffer, int* length) {
+  if (!buffer || !length) return RZCMD_FAIL;
+  for (int position = 0;;) {
+    char chunk[MAX_RZCMD_REQ_SIZE] = {};
+    int size = 0;
+    int error = request_to_system(kBulkReceive, nullptr, 0, chunk, &size, nullptr);
+    // A longer chunk than the channel has is none of its own.
+    if (error == 0 && size > kChunk) error = RZCMD_FAIL;
+    if (error != 0) {
+      SLOGE("receive_modem_data Return error:%d\n", error);
+      return error;
+    }
+    SLOGI("receive_modem_data(), rsp_len = %d\n", size);
+    memcpy(buffer + position, chunk, static_cast<size_t>(size));
+    *length += size;
+    SLOGI("receive_modem_data(), buffer_size = %d\n", *length);
+    if (*length == 0 && size == 0) return RZCMD_FAIL;
+    if (size < kChunk) return 0;
+    position += size;
+    SLOGI("receive_modem_data(), cur_ptr = %d\n", position);
+  }
+}
+
+int get_tav_data_from_modem(int opcode, const char* request, int length, char* response, int* response_length) {
+  if (length > MAX_RZCMD_REQ_SIZE || !request || !response || !response_length) return -1;
+  return request_to_system(opcode, request, length, response, response_length, nullptr);
+}
+
+int tav_diag_nvread(int item, char* data) {
+  int length = 0;
+  int error = exchange(kNvRead, kNvReadCode, item, nullptr, &g_read_answer, &length);
+  if (error != 0) return error;
+  if (length == 0) return g_read_answer->status = kNvInactive;
+  memcpy(data, g_read_answer->data, kNvDataSize);
+  return g_read_answer->status;
+}
+
+int tav_diag_nvwrite(int item, const char* data) {
+  int length = 0;
+  int error = exchange(kNvWrite, kNvWriteCode, item, data, &g_write_answer, &length);
+  return error != 0 ? error : g_write_answer->status;
+}

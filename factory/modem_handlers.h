@@ -1,0 +1,33 @@
+// Handlers that read and write modem items. Each answers result 1 when the modem does not answer.
+#pragma once
+
+#include "transport/records.h"
+
+namespace atd {
+
+// Writes the IMEI, of 14 digits with its check digit added, and answers result 1 when the modem refuses it; with the
+// empty text answers the IMEI.
+void handle_automid_imei(const char* text, rzcmd_response* rsp);
+
+// Writes the payload as the IMEI and answers the modem's text.
+void handle_write_imei(rzcmd_request* req, rzcmd_response* rsp);
+
+// Answers the IMEI; of 256 bytes or more only 255 in data, with data_len 0 and result 0.
+void handle_read_imei(rzcmd_response* rsp);
+
+// Answer the second and third IMEI of a phone with several SIMs.
+void handle_midauto_read_imei2(rzcmd_response* rsp);
+void handle_midauto_read_imei3(rzcmd_response* rsp);
+
+// Answers the MEID; result 0 even when it cannot be read.
+void handle_read_meid(rzcmd_response* rsp);
+
+// Answer a record as the modem keeps it.
+void handle_read_pesn(rzcmd_response* rsp);
+void handle_get_impl(rzcmd_response* rsp);
+void handle_get_fusg(rzcmd_response* rsp);
+
+// Sends the SIM toolkit request that the opcode stands for, 4033 mode 0 and 4034 mode 1, and answers the modem's text.
+void handle_sim_satpc(int opcode, rzcmd_response* rsp);
+
+}  // namespace atd

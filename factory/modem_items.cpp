@@ -1,0 +1,184 @@
+#include <stdint.h>
+#include <string.h>
+
+#include <algorithm>
+
+#include "atd.h"
+#include "platform/log.h"
+#include "platform/properties.h"
+#include "transport/records.h"
+
+using namespace atd;
+
+namespace {
+
+constexpr int kImeiWrite = 116;
+constexpr int kMeidRead = 157;
+constexpr int kPesnRead = 158;
+constexpr int kPidRead = 202;
+constexpr int kPidWrite = 203;
+constexpr int kPidSize = 30;
+
+int request(int opcode, const char* data, int length, char* response, int* response_length) {
+  return request_to_system(opcode, data, length, response, response_length, nullptr);
+}
+
+int item_request(int opcode, const char* data, int length, char* response, int* response_length) {
+  if (!data || !response) return RZCMD_FAIL;
+  return request(opcode, data, length, response, response_length);
+}
+
+int answer_only_request(int opcode, char* response, int* response_length) {
+  return response ? request(opcode, nullptr, 0, response, response_length) : RZCMD_FAIL;
+}
+
+// Writes the modem's record to a factory item of `size` bytes when they differ.
+template <size_t size>
+void mirror(const char* record, int length, int (*get)(char*), int (*set)(const char*)) {
+  char fresh[size] = {};
+  char kept[size] = {};
+  memcpy(fresh, record, std::min(static_cast<size_t>(length), size));
+  get(kept);
+  if (memcmp(fresh, kept, std::min(static_cast<size_t>(length), size)) != 0) set(fresh);
+}
+
+}  // namespace
+
+int write_tav_impl(const char* data, int len, char* rsp, int* rsp_len) { return item_request(101, data, len, rsp, rsp_len); }
+int read_tav_impl(const char* data, int len, char* rsp, int* rsp_len) { return item_request(102, data, len, rsp, rsp_len); }
+int write_tav_bcpl(const char* data, int len, char* rsp, int* rsp_len) { return item_request(103, data, len, rsp, rsp_len); }
+int read_tav_bcpl(const char* data, int len, char* rsp, int* rsp_len) { return item_request(104, data, len, rsp, rsp_len); }
+int read_tav_idde(const char* data, int len, char* rsp, int* rsp_len) { return item_request(106, data, len, rsp, rsp_len); }
+int write_tav_otpe(const char* data, int len, char* rsp, int* rsp_len) { return item_request(107, data, len, rsp, rsp_len); }
+int write_tav_fusg(const char* data, int len, char* rsp, int* rsp_len) { return item_request(108, data, len, rsp, rsp_len); }
+int read_tav_fusg(const char* data, int len, char* rsp, int* rsp_len) { return item_request(109, data, len, rsp, rsp_len); }
+int write_tav_cdbe(const char* data, int len, char* rsp, int* rsp_len) { return item_request(110, data, len, rsp, rsp_len); }
+int write_tav_bcpe(const char* data, int len, char* rsp, int* rsp_len) { return item_request(111, data, len, rsp, rsp_len); }
+int write_tav_pid2(const char* data, int len, char* rsp, int* rsp_len) { return item_request(114, data, len, rsp, rsp_len); }
+int read_tav_pid2(const char* data, int len, char* rsp, int* rsp_len) { return item_request(115, data, len, rsp, rsp_len); }
+int write_tav_btad(const char* data, int len, char* rsp, int* rsp_len) { return item_request(122, data, len, rsp, rsp_len); }
+int read_tav_btad(const char* data, int len, char* rsp, int* rsp_len) { return item_request(123, data, len, rsp, rsp_len); }
+
+int read_tav_pid(const char* data, int len, char* rsp, int* rsp_len) {
+  return rsp ? request(kPidRead, data, len, rsp, rsp_len) : RZCMD_FAIL;
+}
+
+int write_tav_pid(const char* data, int len, char* rsp, int* rsp_len) {
+  return data ? request(kPidWrite, data, len, rsp, rsp_len) : RZCMD_FAIL;
+}
+
+int read_tav_meid(char* rsp, int* rsp_len) { return answer_only_request(kMeidRead, rsp, rsp_len); }
+int read_tav_pesn(char* rsp, int* rsp_len) { return answer_only_request(kPesnRead, rsp, rsp_len); }
+
+int tav_satpc_req(int mode, const char* data, int len, char* rsp, int* rsp_len) {
+  if (mode != 0 && mode != 1) return RZCMD_FAIL;
+  return request(mode == 1 ? 32 : 13, data, len, rsp, rsp_len);
+}
+
+int write_tav_imei(int opcode, const char* data, int len, char* rsp, int* rsp_len) {
+  constexpr char kWritten[] = "IMEI WRITE OK";
+  constexpr int kWrittenLength = sizeof kWritten - 1;
+  int answered = 0;
+  int error = item_request(opcode, data, len, rsp, &answered);
+  if (rsp_len) *rsp_len = answered;
+  if (error != 0) {
+    SLOGE("Cannot get response. Return error:%d\n", error);
+    return error;
+  }
+  if (opcode == kImeiWrite && answered >= kWrittenLength && memcmp(rsp, kWritten, kWrittenLength) == 0) {
+    SLOGI("**SET FTM_ITEM - IMEI**\n");
+    char imei[20] = {};
+    memcpy(imei, data, std::min(static_cast<size_t>(bounded_length(len)), sizeof imei));
+    set_imei_ftm_item(imei);
+  }
+  return 0;
+}
+
+int read_tav_imei(int opcode, const char* data, int len, char* rsp, int* rsp_len) {
+  SLOGI("[READ IMEI]: id= %d", opcode);
+  return item_request(opcode, data, len, rsp, rsp_len);
+}
+
+void make_imei_chksum(char* imei, int length) {
+  constexpr int kDigits = 14;
+  int digits[16] = {};
+  length = std::min(length, static_cast<int>(sizeof digits / sizeof *digits));
+  for (int i = 0; i < length && imei[i] != '\0'; ++i) digits[i] = imei[i] - '0';
+  int sum = 0;
+  for (int i = 0; i < kDigits; ++i) {
+    int value = digits[i];
+    if (i % 2 == 1) value = value >= 5 ? 2 * value - 9 : 2 * value;
+    sum += value;
+  }
+  imei[kDigits] = static_cast<char>('0' + (10 - sum % 10) % 10);
+}
+
+int imei_check_on_boot() {
+  char imei[MAX_RZCMD_REQ_SIZE] = {};
+  int length = 0;
+  int error = read_tav_imei(117, "", 0, imei, &length);
+  if (error != 0) {
+    SLOGE("Cannot get imei from nv. %d\n", error);
+    return error;
+  }
+  mirror<20>(imei, length, get_imei_ftm_item, set_imei_ftm_item);
+  return 0;
+}
+
+int meid_check_on_boot() {
+  char meid[MAX_RZCMD_REQ_SIZE] = {};
+  int length = 0;
+  int error = read_tav_meid(meid, &length);
+  if (error != 0) {
+    SLOGE("Cannot get meid from nv. %d\n", error);
+    return error;
+  }
+  mirror<20>(meid, length, get_meid_ftm_item, set_meid_ftm_item);
+  return 0;
+}
+
+int read_pid(char* buffer) {
+  if (!buffer) return RZCMD_FAIL;
+  char answer[MAX_RZCMD_REQ_SIZE] = {};
+  int length = 0;
+  int error = request(kPidRead, "", 0, answer, &length);
+  if (error == 0) {
+    length = std::min(length, MAX_RZCMD_REQ_SIZE - 1);
+    memcpy(buffer, answer, static_cast<size_t>(length));
+    buffer[length] = '\0';
+    if (system_property_set("sys.lifeisgood", "1") != 0) {
+      SLOGE("Fail to set pid property");
+      return RZCMD_FAIL;
+    }
+    SLOGI("Set pid property OK");
+    return 0;
+  }
+  if (error == kNotSupported) {
+    SLOGI("read_pid: NOT SUPPORTED");
+    if (get_pid(buffer) != 0) {
+      SLOGE("Cannot get pid in FTM.\n");
+      return RZCMD_FAIL;
+    }
+    buffer[kPidSize] = '\0';
+  }
+  SLOGE("Cannot get response. Return error:%d,rsp_len=%d\n", error, length);
+  return error;
+}
+
+int write_pid(const char* text) {
+  if (!text) return RZCMD_FAIL;
+  // The request carries the length in 16 bits.
+  int error = request(kPidWrite, text, static_cast<uint16_t>(strlen(text)), nullptr, nullptr);
+  if (error == RZCMD_FAIL) {
+    SLOGE("Cannot get response. Return error:%d\n", error);
+    return RZCMD_FAIL;
+  }
+  SLOGI("[NV]write_pid ret=%d, & Deault save to FTM", error);
+  char pid[kPidSize] = {};
+  memcpy(pid, text, strnlen(text, sizeof pid));
+  if (set_pid(pid) != 0) {
+    SLOGE("Cannot set pid in FTM.\n");
+    return RZCMD_FAIL;
+  }
+  return error;
+}
