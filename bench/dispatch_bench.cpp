@@ -10,7 +10,7 @@
 namespace {
 
 void dispatch(benchmark::State& state) {
-  char folder[] = "/tmp/atd-bench-XXXXXX";
+  char folder[] = "/dev/shm/atd-bench-XXXXXX";
   std::string error;
   auto device = atd::sim::SimulatedDevice::open(mkdtemp(folder), &error);
   rzcmd_request req = {static_cast<int>(state.range(0)), 0, ""};

@@ -64,7 +64,7 @@ std::string g_folder;
 pid_t g_daemon;
 
 void start_daemon() {
-  char folder[] = "/tmp/atd-bench-XXXXXX";
+  char folder[] = "/dev/shm/atd-bench-XXXXXX";
   g_folder = mkdtemp(folder);
   g_daemon = fork();
   if (g_daemon == 0) {

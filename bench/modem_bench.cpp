@@ -21,7 +21,7 @@ constexpr int kChunk = 2032;
 class BenchPhone {
  public:
   BenchPhone() {
-    char folder[] = "/tmp/atd-bench-XXXXXX";
+    char folder[] = "/dev/shm/atd-bench-XXXXXX";
     root_ = mkdtemp(folder);
     std::string error;
     device_ = atd::sim::SimulatedDevice::open(root_, &error);

@@ -77,20 +77,25 @@ std::vector<std::string> nearest_names(const std::string& name, size_t count) {
   return names;
 }
 
+bool take_hex_pair(std::string_view* text, std::string* bytes) {
+  unsigned high = text->empty() ? 16 : digit((*text)[0]), low = text->size() < 2 ? 16 : digit((*text)[1]);
+  if (high > 15 || low > 15) return false;
+  *bytes += static_cast<char>(high << 4 | low);
+  text->remove_prefix(2);
+  return true;
+}
+
 Failure parse_hex(const std::string& text, std::string* bytes) {
   bytes->clear();
-  size_t at = text.starts_with("0x") || text.starts_with("0X") ? 2 : 0;
-  while (at < text.size()) {
-    if (strchr(" \t\n:-", text[at]) != nullptr) {
-      ++at;
-      continue;
+  std::string_view rest = text;
+  if (rest.starts_with("0x") || rest.starts_with("0X")) rest.remove_prefix(2);
+  while (!rest.empty()) {
+    if (strchr(" \t\n:-", rest[0]) != nullptr) {
+      rest.remove_prefix(1);
+    } else if (!take_hex_pair(&rest, bytes)) {
+      return {kUsage, "--hex takes pairs of hex digits, as 01ff20: no pair at character " +
+                          std::to_string(text.size() - rest.size() + 1)};
     }
-    unsigned high = digit(text[at]), low = at + 1 < text.size() ? digit(text[at + 1]) : 16;
-    if (high > 15 || low > 15) {
-      return {kUsage, "--hex takes pairs of hex digits, as 01ff20: no pair at character " + std::to_string(at + 1)};
-    }
-    *bytes += static_cast<char>(high << 4 | low);
-    at += 2;
   }
   if (bytes->size() > MAX_RZCMD_REQ_SIZE) {
     return {kUsage, "the payload has " + std::to_string(bytes->size()) + " bytes, at most " +

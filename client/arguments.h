@@ -4,6 +4,7 @@
 #include <stdint.h>
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "client/output.h"
@@ -15,6 +16,9 @@ Failure parse_opcode(const std::string& text, int32_t* opcode);
 
 // The names of the table that look most like `name`, the nearest first, at most `count`.
 std::vector<std::string> nearest_names(const std::string& name, size_t count);
+
+// Takes a pair of hex digits off the text and appends their byte; false, and nothing taken, when there is none.
+bool take_hex_pair(std::string_view* text, std::string* bytes);
 
 // Pairs of hex digits, with or without blanks, colons or dashes between the pairs; at most 2048 bytes.
 Failure parse_hex(const std::string& text, std::string* bytes);

@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "client/answers.h"
 #include "client/commands.h"
 
 namespace atd::client {
@@ -12,7 +13,8 @@ struct Options {
   RequestArguments request;
   bool json = false;
   bool hexdump = false;
-  int count = 0;
+  WatchArguments watch;
+  ReplayArguments replay;
   double quiet_ms = 200;
   double timeout = Target().timeout;
   std::string text;
@@ -87,10 +89,33 @@ void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
   add("initialize", "Tell the daemon that the platform is ready", [target] { return run_initialize(target()); });
 
   command = add("monitor", "Print every message of the daemon as it comes",
-                [&, target] { return run_monitor(target(), options.json, options.count); });
-  command->add_option("--count", options.count, "End after so many messages")->option_text("N")->check(
-      CLI::Range(1, 2000000000));
-  add_json(command, "Print one object a line");
+                [&, target] { return run_monitor(target(), options.watch); });
+  auto add_watch = [&](CLI::App* watching, const char* count) {
+    watching->add_flag("--json", options.watch.json, "Print one object a line");
+    watching->add_option("--count", options.watch.count, count)->option_text("N")->check(CLI::Range(1, 2000000000));
+  };
+  add_watch(command, "End after so many messages");
+  auto* record = command->add_option("--record", options.watch.record, "Append every message to this file");
+  record->option_text("FILE");
+  command->add_flag("--quiet", options.watch.quiet, "Print nothing, only record")->needs(record);
+
+  command = add("serve", "Stand in for the platform: print what the daemon asks of it, and answer",
+                [&, target] { return run_serve(target(), options.watch); });
+  add_watch(command, "End after so many commands and requests");
+  command->add_option("--answers", options.watch.answers, "Rows of answers, as serve --help explains; none: result 0")
+      ->option_text("FILE");
+  command->footer(kAnswerRows);
+
+  command = add("replay", "Play what the clients in a recording said, and compare the answers",
+                [&, target] { return run_replay(target(), options.replay); });
+  command->add_option("FILE|-", options.replay.file, "The recording, made with atd --record FILE")
+      ->required()
+      ->option_text(" ");
+  command->add_option("--mask", options.replay.masks,
+                      "Do not compare what this extended regular expression matches; dates and clock times never are")
+      ->option_text("REGEX")
+      ->allow_extra_args(false);
+  command->add_flag("--realtime", options.replay.realtime, "Keep the recording's pauses");
 
   add("wait", "Wait until the daemon answers", [target] { return run_wait(target()); });
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "client/exchange.h"
 
@@ -39,8 +40,30 @@ int run_initialize(const Target& target);
 // Lines of standard input as they are, and every message; other lines than requests end after `quiet_ms` without one.
 int run_raw(const Target& target, bool hexdump, double quiet_ms);
 
-// Every message as it comes, until `count` have come (0: no limit), the daemon has stopped, or SIGINT or SIGTERM.
-int run_monitor(const Target& target, bool json, int count);
+struct WatchArguments {
+  bool json = false;
+  bool quiet = false;   // monitor: print nothing
+  int count = 0;        // end after so many, 0 for no limit
+  std::string record;   // monitor: the file that messages are appended to, "" for none
+  std::string answers;  // serve: the file of answers, "" for none
+};
+
+// Every message as it comes, until `count` have come, the daemon has stopped, or SIGINT or SIGTERM.
+int run_monitor(const Target& target, const WatchArguments& arguments);
+
+// Stands in for the platform: prints every AT command and every request that the daemon sends to it, and answers the
+// requests from the file or else with result 0. Ends as run_monitor() does.
+int run_serve(const Target& target, const WatchArguments& arguments);
+
+struct ReplayArguments {
+  std::string file;  // the recording, "-" for standard input
+  std::vector<std::string> masks;
+  bool realtime = false;  // with the recording's pauses
+};
+
+// Says to the daemon what the clients of a recording said, and compares what it answers: kOk, kFailed at the first
+// difference, kTimedOut when that is a message that does not come.
+int run_replay(const Target& target, const ReplayArguments& arguments);
 
 // Waits until the daemon answers.
 int run_wait(const Target& target);

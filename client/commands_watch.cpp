@@ -1,72 +1,43 @@
-#include <errno.h>
-#include <signal.h>
 #include <stdio.h>
-#include <string.h>
-#include <sys/signalfd.h>
 #include <time.h>
-#include <unistd.h>
 
 #include "client/commands.h"
 #include "client/json.h"
+#include "client/recording.h"
+#include "client/stop_signals.h"
 
 namespace atd::client {
 namespace {
 
-// While it lives SIGINT and SIGTERM do not end the program, but make a descriptor readable.
-class StopSignals {
- public:
-  StopSignals() {
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGINT);
-    sigaddset(&signals, SIGTERM);
-    pthread_sigmask(SIG_BLOCK, &signals, &before_);
-    fd_ = signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
-  }
-  ~StopSignals() {
-    // One that came is taken here, or it would strike as soon as it is no longer blocked.
-    signalfd_siginfo taken;
-    while (read(fd_, &taken, sizeof taken) > 0) {
-    }
-    close(fd_);
-    pthread_sigmask(SIG_SETMASK, &before_, nullptr);
-  }
-  StopSignals(const StopSignals&) = delete;
-  StopSignals& operator=(const StopSignals&) = delete;
-
-  int fd() const { return fd_; }
-
- private:
-  sigset_t before_;
-  int fd_;
-};
-
 std::string message_line(const timespec& time, int sequence, const Message& message) {
-  tm local;
-  char clock[16], head[64];
-  localtime_r(&time.tv_sec, &local);
-  strftime(clock, sizeof clock, "%H:%M:%S", &local);
-  snprintf(head, sizeof head, "%s.%06ld %5d  %3d %-8s  ", clock, time.tv_nsec / 1000, sequence, message.code,
-           code_name(message.code));
-  return head + message_text(message) + "\n";
+  char head[48];
+  snprintf(head, sizeof head, " %5d  %3d %-8s  ", sequence, message.code, code_name(message.code));
+  return clock_time(time) + head + message_text(message) + "\n";
 }
 
 }  // namespace
 
-int run_monitor(const Target& target, bool json, int count) {
+int run_monitor(const Target& target, const WatchArguments& arguments) {
   StopSignals signals;
   Connection connection;
-  Failure failure = connect(connection, target, in_seconds(target.timeout));
+  Recorder recorder;
+  Failure failure;
+  if (!arguments.record.empty()) failure = recorder.open(arguments.record);
+  if (!failure) failure = connect(connection, target, in_seconds(target.timeout));
   if (failure) return complain(failure);
   bool stopped = false;
-  for (int sequence = 1; count == 0 || sequence <= count; ++sequence) {
+  for (int sequence = 1; arguments.count == 0 || sequence <= arguments.count; ++sequence) {
     Message message;
     Wait wait = connection.next(&message, Deadline::max(), signals.fd());
     if (wait == Wait::woken) return kOk;
     if (wait != Wait::message) return stopped ? kOk : complain(went_away(target));
     timespec now;
     clock_gettime(CLOCK_REALTIME, &now);
-    print(json ? message_json(now, sequence, message) : message_line(now, sequence, message));
+    if (!arguments.quiet) {
+      print(arguments.json ? message_json(now, sequence, message) : message_line(now, sequence, message));
+    }
+    if (!arguments.record.empty()) failure = recorder.write(now, message);
+    if (failure) return complain(failure);
     stopped = stopped || message.code == kStoppedCode;
   }
   return kOk;

@@ -2,9 +2,11 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <linux/sockios.h>
 #include <poll.h>
 #include <string.h>
 #include <sys/file.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <time.h>
@@ -94,13 +96,14 @@ Wait Connection::wait_for(short events, Deadline deadline, int wake_fd) {
 
 int Connection::send(const std::string& line, Deadline deadline) {
   if (line.size() > kLineMax) return EMSGSIZE;
-  const char* bytes = line.c_str();
-  size_t left = line.size() + 1;
-  while (left > 0) {
-    ssize_t sent = ::send(fd_, bytes, left, MSG_NOSIGNAL | MSG_DONTWAIT);
+  return send_bytes(line + '\0', deadline);
+}
+
+int Connection::send_bytes(const std::string& bytes, Deadline deadline) {
+  for (size_t at = 0; at < bytes.size();) {
+    ssize_t sent = ::send(fd_, bytes.data() + at, bytes.size() - at, MSG_NOSIGNAL | MSG_DONTWAIT);
     if (sent >= 0) {
-      bytes += sent;
-      left -= sent;
+      at += sent;
     } else if (errno == EAGAIN) {
       if (wait_for(POLLOUT, deadline, -1) == Wait::timed_out) return ETIMEDOUT;
     } else if (errno != EINTR) {
@@ -108,6 +111,11 @@ int Connection::send(const std::string& line, Deadline deadline) {
     }
   }
   return 0;
+}
+
+bool Connection::all_read() const {
+  int left = 0;
+  return ioctl(fd_, SIOCOUTQ, &left) != 0 || left == 0;
 }
 
 Wait Connection::next(Message* message, Deadline deadline, int wake_fd) {

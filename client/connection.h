@@ -35,9 +35,16 @@ class Connection {
 
   void close();
   bool is_open() const { return fd_ >= 0; }
+  int fd() const { return fd_; }
 
   // Sends the line, at most kLineMax bytes, and its NUL; 0, or an error number, ETIMEDOUT when the deadline came first.
   int send(const std::string& line, Deadline deadline);
+
+  // Sends bytes as they are, in one piece where the daemon has room for it; result as above.
+  int send_bytes(const std::string& bytes, Deadline deadline);
+
+  // Whether the daemon has read everything that was sent here.
+  bool all_read() const;
 
   // Takes the next message into *message; with a `wake_fd`, ends as well when that becomes readable. A message that
   // is there already is taken whatever the deadline is.

@@ -50,6 +50,16 @@ Json decoded(const Message& message) {
   return json;
 }
 
+Json seen(const timespec& time, int sequence, const Message& message) {
+  Json json;
+  json["time"] = iso_time(time);
+  json["seq"] = sequence;
+  json["code"] = message.code;
+  json["text"] = message.text;
+  json["decoded"] = decoded(message);
+  return json;
+}
+
 }  // namespace
 
 std::string opcode_json(const Opcode& row) {
@@ -82,12 +92,13 @@ std::string failure_json(int line, const std::string& request, int status, const
 }
 
 std::string message_json(const timespec& time, int sequence, const Message& message) {
-  Json json;
-  json["time"] = iso_time(time);
-  json["seq"] = sequence;
-  json["code"] = message.code;
-  json["text"] = message.text;
-  json["decoded"] = decoded(message);
+  return to_line(seen(time, sequence, message));
+}
+
+std::string request_json(const timespec& time, int sequence, const Message& message, const Response* answer) {
+  Json json = seen(time, sequence, message);
+  json["answer"] = nullptr;
+  if (answer != nullptr) put_response(json["answer"], nullptr, *answer);
   return to_line(json);
 }
 

@@ -24,6 +24,9 @@ std::string failure_json(int line, const std::string& request, int status, const
 // A message, when it came, and which it was; "decoded" holds its record, if it carries one.
 std::string message_json(const timespec& time, int sequence, const Message& message);
 
+// A message to the platform likewise, and the answer to it; null for none.
+std::string request_json(const timespec& time, int sequence, const Message& message, const Response* answer);
+
 // The time as ISO 8601 in UTC, with microseconds.
 std::string iso_time(const timespec& time);
 

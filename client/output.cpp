@@ -12,10 +12,10 @@ namespace {
 
 constexpr StatusMeaning kStatuses[] = {
     {kOk, "done; the result is 0"},
-    {kFailed, "the result is 1: failed"},
+    {kFailed, "the result is 1: failed; a replay found a difference"},
     {kUnsupported, "the result is 2: not supported"},
     {kOther, "any other result, or an answer that is malformed"},
-    {kUsage, "a mistake in the arguments"},
+    {kUsage, "a mistake in the arguments, or in a file that they name"},
     {kNoDaemon, "no daemon at the socket, or it went away"},
     {kTimedOut, "no answer in time"},
 };
@@ -156,6 +156,14 @@ std::string visible(const std::string& text) {
   return shown;
 }
 
+std::string clock_time(const timespec& time) {
+  tm local;
+  char clock[16];
+  localtime_r(&time.tv_sec, &local);
+  strftime(clock, sizeof clock, "%H:%M:%S", &local);
+  return format("%s.%06ld", clock, time.tv_nsec / 1000);
+}
+
 std::string in_words(double seconds) { return format("%g s", seconds); }
 
 std::string opcode_title(int32_t opcode) {
@@ -182,15 +190,19 @@ std::string answer_text(int32_t opcode, const Response& response) {
   return text;
 }
 
+std::string response_text(const Response& response) {
+  std::string line = result_name(response.result);
+  if (response.result_status != 0) line += ", status " + std::to_string(response.result_status);
+  return with_data(line, response.data);
+}
+
 std::string message_text(const Message& message) {
   Response response;
   Request request;
   std::string error;
   if (message.code == kAnswerCode) {
     if (!decode_response(message.text, &response, &error)) return error + ": " + visible(message.text);
-    std::string line = result_name(response.result);
-    if (response.result_status != 0) line += ", status " + std::to_string(response.result_status);
-    return with_data(line, response.data);
+    return response_text(response);
   }
   if ((message.code == kPlatformCode || message.code == kCopyCode) && decode_request(message.text, &request)) {
     return with_data("request " + opcode_title(request.opcode), request.payload);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <stdint.h>
+#include <time.h>
 
 #include <span>
 #include <string>
@@ -67,6 +68,9 @@ std::string hexdump(const std::string& bytes);
 // The text with what a terminal might act upon as \n, \r, \t, \xNN.
 std::string visible(const std::string& text);
 
+// The local time of day with microseconds, "13:05:00.000001".
+std::string clock_time(const timespec& time);
+
 // "15 s", "0.5 s".
 std::string in_words(double seconds);
 
@@ -75,6 +79,9 @@ std::string opcode_title(int32_t opcode);
 
 // The whole answer for eyes: a line with the result, and the data in the lines behind it.
 std::string answer_text(int32_t opcode, const Response& response);
+
+// A response in one short line: its result, and its data as far as there is room.
+std::string response_text(const Response& response);
 
 // What a message says beyond its text, in one short line: the record that it carries, or else the visible text.
 std::string message_text(const Message& message);

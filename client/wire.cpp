@@ -64,6 +64,17 @@ std::string request_line(int32_t opcode, const std::string& payload) {
   return std::string("atsrequest ") + text;
 }
 
+std::string response_line(const Response& response) {
+  auto record = std::make_unique<rzcmd_response>();
+  record->result = response.result;
+  record->result_status = response.result_status;
+  record->data_len = bounded_length(static_cast<int32_t>(response.data.size()));
+  memcpy(record->data, response.data.data(), record->data_len);
+  char text[kRecordTextSize];
+  base64_encode(record.get(), kResponseHeaderSize + record->data_len, text);
+  return std::string("atresponse ") + text;
+}
+
 bool decode_response(const std::string& text, Response* response, std::string* error) {
   std::string bytes = decode(text);
   if (bytes.size() < kResponseHeaderSize) {

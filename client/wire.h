@@ -57,6 +57,9 @@ struct Response {
   std::string data;  // its data_len bytes
 };
 
+// The line that answers a request to the platform; `data` is at most 2048 bytes.
+std::string response_line(const Response& response);
+
 // Decodes the text of an answer; false with the reason in *error when it is no whole record.
 bool decode_response(const std::string& text, Response* response, std::string* error);
 

@@ -10,10 +10,17 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <filesystem>
+#include <atomic>
+#include <functional>
 #include <map>
+#include <mutex>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "atd.h"
+#include "daemon/console.h"
 #include "simulator/simulated_device.h"
 
 namespace {
@@ -31,8 +38,10 @@ std::string g_ended_by;
 
 struct Options {
   std::string device;
+  std::string record;
   int log_level = ANDROID_LOG_INFO;
   bool background = false;
+  bool console = false;
   bool rebooted = false;
 };
 
@@ -65,15 +74,18 @@ void drop_terminal() {
 // Starts this program anew, as the next boot of the same phone.
 void boot_again(const Options& options, const char* log_level, int spare_socket) {
   if (spare_socket >= 0) setenv(kSocketVariable, std::to_string(spare_socket).c_str(), 1);
-  execl("/proc/self/exe", "atd", "--device", options.device.c_str(), "--log-level", log_level, "--rebooted",
-        static_cast<char*>(nullptr));
+  std::vector<const char*> arguments = {"atd", "--device", options.device.c_str(), "--log-level", log_level,
+                                        "--rebooted"};
+  if (!options.record.empty()) arguments.insert(arguments.end(), {"--record", options.record.c_str()});
+  arguments.push_back(nullptr);
+  execv("/proc/self/exe", const_cast<char**>(arguments.data()));
   fprintf(stderr, "atd: cannot start again: %s\n", strerror(errno));
 }
 
 int serve(const Options& options, const char* log_level) {
   sigset_t signals;
   sigemptyset(&signals);
-  for (int signal : {SIGTERM, SIGINT, kRebootSignal}) sigaddset(&signals, signal);
+  for (int signal : {SIGTERM, SIGINT, SIGHUP, kRebootSignal}) sigaddset(&signals, signal);
   sigprocmask(SIG_BLOCK, &signals, nullptr);
   signal(SIGPIPE, SIG_IGN);
 
@@ -92,7 +104,17 @@ int serve(const Options& options, const char* log_level) {
     fprintf(stderr, "atd: %s\n", error.c_str());
     return 1;
   }
+  if (!options.record.empty()) {
+    device->sockets.record = atd::sim::SocketRecord::open(options.record, &error);
+    if (!device->sockets.record) {
+      fprintf(stderr, "atd: %s\n", error.c_str());
+      return 1;
+    }
+  }
   device->power.allow([](const std::string& what) {
+    // The first one counts; a phone that goes down does not go down again.
+    static std::atomic_flag going_down;
+    if (going_down.test_and_set()) return;
     g_ended_by = what;
     kill(getpid(), kRebootSignal);
   });
@@ -115,8 +137,13 @@ int serve(const Options& options, const char* log_level) {
     close(ready);
   }
 
+  static std::mutex console_busy;
+  if (options.console) std::thread(run_console, std::ref(*device), std::ref(console_busy)).detach();
+
   int signal = 0;
   sigwait(&signals, &signal);
+  // A request of the console's has its answer, or its time-out, before the socket goes.
+  console_busy.lock();
   stop_socket();
   device.reset();
   if (signal != kRebootSignal) return 0;
@@ -132,20 +159,27 @@ int main(int argc, char** argv) {
   Options options;
   std::string log_level = "info";
   CLI::App app{"Runs a simulated phone and serves its AT-command socket, DIR/dev/socket/atd."};
-  app.add_option("--device", options.device, "the phone's folder, made on first use")->required()->type_name("DIR");
+  app.add_option("--device", options.device, "the phone's folder, made on first use")->required()->type_name("DIR")
+      ->check([](const std::string& folder) { return folder.empty() ? "a folder is needed" : ""; });
   app.add_option("--log-level", log_level, "lowest level shown on standard error: verbose, debug, info (the default), "
                                            "warn, error or silent")
       ->type_name("LEVEL")
       ->check(CLI::IsMember(kLogLevels));
+  app.add_option("--record", options.record, "append what goes over the socket to this file, a JSON object a line")
+      ->type_name("FILE");
   app.add_flag("--background", options.background, "detach once the socket is ready");
+  app.add_flag("--console", options.console, "run lines from standard input on a thread of the daemon's own; try: help")
+      ->excludes("--background");
   app.add_flag("--rebooted", options.rebooted, "this is a reboot of the phone")->group("");
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {
     if (e.get_exit_code() == 0) return app.exit(e);
-    fprintf(stderr, "atd: %s\nUsage: atd --device DIR [--log-level LEVEL] [--background]\n", e.what());
+    fprintf(stderr, "atd: %s\nUsage: atd --device DIR [--log-level LEVEL] [--record FILE] [--background | --console]\n",
+            e.what());
     return 64;
   }
   options.log_level = kLogLevels.at(log_level);
+  if (!options.record.empty()) options.record = std::filesystem::absolute(options.record);
   return serve(options, log_level.c_str());
 }

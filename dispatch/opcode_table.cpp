@@ -36,6 +36,9 @@ void opcode(rzcmd_request* req, rzcmd_response* rsp) {
   handler(req->opcode, rsp);
 }
 
+// The response stays as it came, whatever becomes of it.
+void efs_sync(rzcmd_request*, rzcmd_response*) { system_efs_sync(); }
+
 template <int kind>
 void production_reset(rzcmd_request*, rzcmd_response* rsp) {
   respond(rsp, tav_reset_production(kind));
@@ -73,7 +76,7 @@ constexpr Opcode kOpcodes[] = {
     {4017, "get_set_revision",         P::none,     A::text,   0,                      not_built},
     {4018, "get_csn",                  P::none,     A::text,   0,                      answer<handle_get_csn>},
     {4019, "get_factory_version_1",    P::none,     A::text,   0,                      not_built},
-    {4020, "efs_sync",                 P::none,     A::result, kModem,                 not_built},
+    {4020, "efs_sync",                 P::none,     A::result, kModem,                 efs_sync},
     {4021, "rfsw_get_cal_data",        P::none,     A::text,   kModem,                 not_built},
     {4024, "get_sw_fixed_area_version",P::none,     A::text,   0,                      answer<handle_get_sw_fixed_area_version>},
     {4025, "get_hiddenmenu_enable",    P::none,     A::text,   0,                      not_built},

@@ -1,7 +1,6 @@
 #include "factory/item_handlers.h"
 
 #include <stdint.h>
-#include <stdlib.h>
 #include <string.h>
 
 #include "atd.h"
@@ -44,7 +43,8 @@ int tav_factory_serial_number_write(const char* text) {
 }
 
 void handle_charger_skip(const char* data, rzcmd_response* rsp) {
-  int number = atoi(data);
+  int number;
+  if (!parse_number(data, &number)) return respond(rsp, RZCMD_FAIL);
   if (number == 2) return respond(rsp, get_charger_skip() != 0);
   set_charger_skip(number);
   respond(rsp, RZCMD_OK);

@@ -14,7 +14,8 @@ int tav_factory_csn_read(char* out);                // 17 bytes
 // Writes the factory serial number, at most 12 characters; 0, or -1 when the store fails.
 int tav_factory_serial_number_write(const char* text);
 
-// "2" asks for the charger-skip flag, 1 or 0 in the result itself; any other number sets it, always with result 0.
+// "2" asks for the charger-skip flag, 1 or 0 in the result itself; any other number sets it, with result 0 even when it
+// cannot be stored. A text that is no number is refused with result 1.
 void handle_charger_skip(const char* data, rzcmd_response* rsp);
 
 // The download mode: "on" or another text that begins with "o" is stored (8 bytes of data), anything else is refused

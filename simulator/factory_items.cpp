@@ -1,5 +1,6 @@
 #include "simulator/factory_items.h"
 
+#include <errno.h>
 #include <string.h>
 
 #include "platform/ftm_item.h"
@@ -14,10 +15,15 @@ std::string name(unsigned index, size_t length) { return "/" + std::to_string(in
 
 }  // namespace
 
+bool FactoryItems::read(unsigned index, int length, std::string* value) const {
+  bool done = read_file(folder_ + name(index, static_cast<size_t>(length)), value) || errno == ENOENT;
+  value->resize(static_cast<size_t>(length));
+  return done;
+}
+
 std::string FactoryItems::get(unsigned index, int length) const {
   std::string value;
-  read_file(folder_ + name(index, static_cast<size_t>(length)), &value);
-  value.resize(static_cast<size_t>(length));
+  read(index, length, &value);
   return value;
 }
 
@@ -39,7 +45,9 @@ int init_ftm_item(int) { return SimulatedDevice::current().faults.hits("init_ftm
 int get_ftm_item(unsigned index, int length, void* buffer) {
   SimulatedDevice& device = SimulatedDevice::current();
   if (device.faults.hits("get_ftm_item", std::to_string(index)) || length < 0) return -1;
-  memcpy(buffer, device.items.get(index, length).data(), static_cast<size_t>(length));
+  std::string value;
+  if (!device.items.read(index, length, &value)) return -1;
+  memcpy(buffer, value.data(), value.size());
   return 0;
 }
 

@@ -10,7 +10,10 @@ class FactoryItems {
  public:
   explicit FactoryItems(const std::string& root) : folder_(root + "/sim/items") {}
 
-  // The `length` bytes of an item.
+  // Reads the `length` bytes of an item; false when it is there and cannot be read.
+  bool read(unsigned index, int length, std::string* value) const;
+
+  // The same, with zeros for an item that cannot be read.
   std::string get(unsigned index, int length) const;
 
   // Writes an item of value.size() bytes, whole or not at all; false when the store cannot be written.

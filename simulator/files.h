@@ -5,11 +5,14 @@
 
 namespace atd::sim {
 
-// Reads a whole file; false when it cannot be read.
+// Reads a whole file; false with errno when it cannot be read.
 bool read_file(const std::string& path, std::string* content);
 
 // Replaces a file by one with this content, whole or not at all even when the process is killed; false with errno.
 bool write_file(const std::string& path, const std::string& content);
+
+// Removes from a folder what writers that were killed left behind.
+void remove_leftovers(const std::string& folder);
 
 // Makes a folder and those above it; false with errno.
 bool make_folders(const std::string& path);

@@ -5,7 +5,10 @@
 #include <stdarg.h>
 #include <stdio.h>
 #include <string.h>
+#include <poll.h>
+#include <signal.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -18,15 +21,38 @@ namespace atd::sim {
 namespace {
 
 constexpr const char* kNames[] = {"main", "radio", "events", "system", "crash"};
+constexpr size_t kGrowth = 4096;     // multiples of it fill a file exactly
 constexpr size_t kHeadSize = 18;    // "MM-DD hh:mm:ss.mmm"
 constexpr size_t kTagSize = 64;
 constexpr size_t kTextSize = 4069;  // a log entry carries at most 4068 characters
 constexpr size_t kLineSize = kHeadSize + 64 + kTagSize + kTextSize;
 
+// Touching a mapping whose file a person has emptied ends the process; it is to cost some lines instead. So the mapping
+// becomes plain memory, until the file is looked at again.
+std::atomic<char*> g_mappings[5];
+
+void survive_lost_file(int, siginfo_t* info, void*) {
+  char* address = static_cast<char*>(info->si_addr);
+  for (std::atomic<char*>& mapping : g_mappings) {
+    char* start = mapping;
+    if (!start || address < start || address >= start + Logs::kFileSize) continue;
+    mmap(start, Logs::kFileSize, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1, 0);
+    return;
+  }
+  signal(SIGBUS, SIG_DFL);
+}
+
 }  // namespace
 
 char priority_letter(int priority) {
   return priority >= 0 && priority <= ANDROID_LOG_FATAL ? "??VDIWEF"[priority] : '?';
+}
+
+Logs::Logs(std::string folder) : folder_(std::move(folder)) {
+  struct sigaction action = {};
+  action.sa_sigaction = survive_lost_file;
+  action.sa_flags = SA_SIGINFO;
+  sigaction(SIGBUS, &action, nullptr);
 }
 
 Logs::~Logs() {
@@ -37,26 +63,61 @@ std::string Logs::file(int buffer) const { return folder_ + "/" + kNames[buffer]
 
 bool Logs::open_locked(int buffer) {
   Buffer& b = buffers_[buffer];
-  if (b.text) return true;
-  int fd = open(file(buffer).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0660);
-  if (fd < 0) return false;
-  void* text = MAP_FAILED;
-  if (ftruncate(fd, kFileSize) == 0) {
-    text = mmap(nullptr, kFileSize, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
-  }
-  close(fd);
+  b.fd = open(file(buffer).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0660);
+  struct stat status;
+  if (b.fd < 0 || fstat(b.fd, &status) != 0) return false;
+  void* text = mmap(nullptr, kFileSize, PROT_READ | PROT_WRITE, MAP_SHARED, b.fd, 0);
   if (text == MAP_FAILED) return false;
-  b.text = static_cast<char*>(text);
-  b.used = strnlen(b.text, kFileSize);
+  g_mappings[buffer] = b.text = static_cast<char*>(text);
+  b.size = std::min(static_cast<size_t>(status.st_size), kFileSize);
+  // What a killed process left unused.
+  for (b.used = b.size; b.used > 1 && b.text[b.used - 1] == '\n' && b.text[b.used - 2] == '\n';) --b.used;
   return true;
 }
 
 void Logs::close_locked(int buffer) {
   Buffer& b = buffers_[buffer];
-  if (!b.text) return;
-  munmap(b.text, kFileSize);
-  b.text = nullptr;
-  if (truncate(file(buffer).c_str(), static_cast<off_t>(b.used)) != 0) return;
+  g_mappings[buffer] = nullptr;
+  if (b.text) munmap(b.text, kFileSize);
+  if (b.fd >= 0) {
+    if (ftruncate(b.fd, static_cast<off_t>(b.used)) != 0) b.used = 0;
+    close(b.fd);
+  }
+  b = {};
+}
+
+// Makes room for `size` more bytes; false when there is none to be had.
+bool Logs::reserve_locked(int buffer, size_t size) {
+  Buffer& b = buffers_[buffer];
+  // Once a second: a person may have emptied or removed the file.
+  struct stat status;
+  if (b.fd >= 0 && b.checked != stamp_second_ && (fstat(b.fd, &status) != 0 || status.st_nlink == 0 || status.st_size < static_cast<off_t>(b.size))) {
+    b.used = 0;
+    close_locked(buffer);
+  }
+  b.checked = stamp_second_;
+  if (b.fd < 0 && !open_locked(buffer)) {
+    close_locked(buffer);
+    return false;
+  }
+  if (b.used + size > kFileSize) {
+    close_locked(buffer);
+    if (rename(file(buffer).c_str(), (file(buffer) + ".1").c_str()) != 0) unlink(file(buffer).c_str());
+    if (!open_locked(buffer) || b.used + size > kFileSize) {
+      close_locked(buffer);
+      return false;
+    }
+  }
+  while (b.used + size > b.size) {
+    // Blank lines ahead of the text: the disk has the room from here on, and the file is a text at any moment.
+    static const std::string blank(kGrowth, '\n');
+    if (pwrite(b.fd, blank.data(), blank.size(), static_cast<off_t>(b.size)) != static_cast<ssize_t>(blank.size())) {
+      if (ftruncate(b.fd, static_cast<off_t>(b.size)) != 0) close_locked(buffer);
+      return false;
+    }
+    b.size += blank.size();
+  }
+  return true;
 }
 
 int Logs::write(int buffer, int priority, const char* tag, const char* format, va_list arguments) {
@@ -80,8 +141,10 @@ int Logs::write(int buffer, int priority, const char* tag, const char* format, v
   int length = vsnprintf(text, kTextSize, format, arguments);
   out += std::clamp<int>(length, 0, kTextSize - 1);
   while (out > text && out[-1] == '\n') --out;
-  // One entry stays one line in the file, whatever text it carries.
-  for (char* at = text; (at = static_cast<char*>(memchr(at, '\n', static_cast<size_t>(out - at))));) *at = ' ';
+  // One entry stays one line, and no text acts upon a terminal.
+  for (char* at = text; at < out; ++at) {
+    if (static_cast<unsigned char>(*at) < ' ' || *at == 127) *at = ' ';
+  }
   *out++ = '\n';
 
   struct timespec now;
@@ -101,15 +164,12 @@ int Logs::write(int buffer, int priority, const char* tag, const char* format, v
 
   size_t size = static_cast<size_t>(out - line);
   if (priority >= echo_priority_) {
-    ssize_t ignored = ::write(STDERR_FILENO, line, size);
-    (void)ignored;
+    // Nobody may be reading; then the line is in the file alone.
+    struct pollfd writable = {STDERR_FILENO, POLLOUT, 0};
+    if (poll(&writable, 1, 0) == 1 && ::write(STDERR_FILENO, line, size) < 0) echo_priority_ = ANDROID_LOG_SILENT;
   }
+  if (!reserve_locked(buffer, size)) return -1;
   Buffer& b = buffers_[buffer];
-  if (b.text && b.used + size >= kFileSize) {
-    close_locked(buffer);
-    if (rename(file(buffer).c_str(), (file(buffer) + ".1").c_str()) != 0) return -1;
-  }
-  if (!open_locked(buffer)) return -1;
   memcpy(b.text + b.used, line, size);
   b.used += size;
   return length;
@@ -121,9 +181,8 @@ std::vector<std::string> Logs::lines(int buffer) const {
   for (const std::string& name : {file(buffer) + ".1", file(buffer)}) {
     std::string text;
     if (!read_file(name, &text)) continue;
-    text.resize(strnlen(text.data(), text.size()));
     for (size_t start = 0, end; (end = text.find('\n', start)) != std::string::npos; start = end + 1) {
-      result.push_back(text.substr(start, end - start));
+      if (end > start) result.push_back(text.substr(start, end - start));
     }
   }
   return result;

@@ -6,6 +6,7 @@
 #include <stddef.h>
 #include <time.h>
 
+#include <atomic>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -17,7 +18,10 @@ char priority_letter(int priority);
 
 class Logs {
  public:
-  explicit Logs(std::string folder) : folder_(std::move(folder)) {}
+  // How large a buffer's file grows, in bytes.
+  static constexpr size_t kFileSize = 512 * 1024;
+
+  explicit Logs(std::string folder);
   ~Logs();
 
   // Copies lines of this priority and above to standard error from now on; ANDROID_LOG_SILENT for none, the default.
@@ -39,23 +43,25 @@ class Logs {
   void clear();
 
  private:
-  // One buffer's present file, mapped, so that a line is one copy; a full one becomes NAME.1.
+  // One buffer's present file, mapped, so that a line costs one copy; a full one becomes NAME.1.
   struct Buffer {
+    int fd = -1;
     char* text = nullptr;
+    size_t size = 0;  // of the file: text, then blank lines
     size_t used = 0;
+    time_t checked = 0;
   };
 
   std::string file(int buffer) const;
   bool open_locked(int buffer);
   void close_locked(int buffer);
+  bool reserve_locked(int buffer, size_t size);
 
   static constexpr int kBuffers = 5;
-  static constexpr size_t kFileSize = 512 * 1024;
-
   std::string folder_;
   mutable std::mutex lock_;
   Buffer buffers_[kBuffers];
-  int echo_priority_ = 8;
+  std::atomic<int> echo_priority_{8};
   time_t stamp_second_ = -1;
   char stamp_[16];
 };

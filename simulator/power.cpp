@@ -11,10 +11,16 @@
 
 namespace atd::sim {
 
+void Power::shut() {
+  std::lock_guard guard(lock_);
+  shut_ = true;
+}
+
 bool Power::request(const std::string& what) {
   bool allowed;
   {
     std::lock_guard guard(lock_);
+    if (shut_) return false;
     allowed = static_cast<bool>(ended_);
     std::string text;
     read_file(file_, &text);

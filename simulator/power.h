@@ -1,5 +1,5 @@
-// Reboot and power-off. Each is recorded as a line of "sim/power" in the phone's folder and, where it is allowed, carried out by whoever runs
-// the phone.
+// Reboot and power-off. Each is recorded as a line of "sim/power" in the phone's folder and, where it is allowed,
+// carried out by whoever runs the phone.
 #pragma once
 
 #include <functional>
@@ -13,20 +13,24 @@ class Power {
  public:
   explicit Power(const std::string& root) : file_(root + "/sim/power") {}
 
-  // Lets reboot and power-off through: `ended` is called once for each, on the caller's thread, with "reboot", "power-off" or
-  // "reboot REASON" ("reboot dload" is download mode). Without it they are recorded and refused.
+  // Lets reboot and power-off through: `ended` is called for each, on the caller's thread, with "reboot", "power-off"
+  // or "reboot REASON" ("reboot dload" is download mode). Without it they are recorded and refused.
   void allow(std::function<void(const std::string& what)> ended) { ended_ = std::move(ended); }
+
+  // Refuses everything from now on without recording it: the phone is being put away.
+  void shut();
 
   // Records the request and carries it out; false when it was refused.
   bool request(const std::string& what);
 
-  // Everything that was asked for since the phone was made, oldest first, with "refused " in front where it was refused.
+  // Everything that was asked for since the phone was made, oldest first, with "refused " in front where it was.
   std::vector<std::string> history() const;
 
  private:
   std::string file_;
   mutable std::mutex lock_;
   std::function<void(const std::string&)> ended_;
+  bool shut_ = false;
 };
 
 }  // namespace atd::sim

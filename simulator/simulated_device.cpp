@@ -85,10 +85,14 @@ SimulatedDevice::SimulatedDevice(std::string root, int lock)
     abort();
   }
   shell.install_tools();
+  for (const char* folder : {"/sim", "/sim/items", "/sim/modem", "/data/property", "/system"}) {
+    remove_leftovers(root_ + folder);
+  }
   reboot();
 }
 
 SimulatedDevice::~SimulatedDevice() {
+  power.shut();
   clock.release();
   threads.await_none();
   g_current = nullptr;

@@ -35,6 +35,11 @@ bool await_writable(int fd, int64_t* deadline) {
   return ready > 0;
 }
 
+// Records the message when its connection is recorded.
+void record_message(const SocketClient* client, const struct iovec* parts, int count) {
+  if (auto* record = atd::sim::SimulatedDevice::current().sockets.record.get()) record->reply(client, parts, count);
+}
+
 }  // namespace
 
 SocketClient::SocketClient(int sock, bool owned) : SocketClient(sock, owned, false) {}
@@ -66,11 +71,13 @@ int SocketClient::sendMsg(int code, const char* msg, bool addErrno, bool useCmdN
   const int error = errno;
   const int number = getCmdNum();
   atd::sim::SocketMessage message(code, useCmdNum ? &number : nullptr, msg, addErrno ? &error : nullptr);
+  record_message(this, message.parts, message.count);
   return sendDatav(message.parts, message.count);
 }
 
 int SocketClient::sendMsg(const char* msg) {
   struct iovec text = {const_cast<char*>(msg), strlen(msg) + 1};
+  record_message(this, &text, 1);
   return sendDatav(&text, 1);
 }
 
@@ -80,6 +87,7 @@ int SocketClient::sendData(const void* data, int len) {
     return -1;
   }
   struct iovec bytes = {const_cast<void*>(data), static_cast<size_t>(len)};
+  record_message(this, &bytes, 1);
   return sendDatav(&bytes, 1);
 }
 

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 
+#include "simulator/simulated_device.h"
 #include "simulator/socket_message.h"
 #include "simulator/socket_path.h"
 
@@ -30,6 +31,12 @@ void log_error(const char* what, const char* name, int error) {
   char text[128];
   __android_log_print(ANDROID_LOG_ERROR, "SocketListener", "%s '%s' failed: %s", what, name,
                       strerror_r(error, text, sizeof(text)));
+}
+
+// Where the service of that name records what it hears and says; null for nowhere.
+atd::sim::SocketRecord* record_of(const std::string& name) {
+  atd::sim::SocketRecord* record = atd::sim::SimulatedDevice::current().sockets.record.get();
+  return record != nullptr && name == "atd" ? record : nullptr;
 }
 
 }  // namespace
@@ -120,6 +127,7 @@ int SocketListener::start(int backlog) {
   if (!mListen) {
     const bool owned = !mSocketName.empty();
     mClients.push_back(new SocketClient(mSock, owned, mUseCmdNum));
+    if (auto* record = record_of(mSocketName)) record->connected(mClients.back());
     if (owned) mSock = -1;  // the client closes it, when its last user is done
   }
   mClientsChanged = true;
@@ -171,6 +179,7 @@ void SocketListener::closeAll() {
 void SocketListener::sendBroadcast(int code, const char* msg, bool addErrno) {
   const int error = errno;
   atd::sim::SocketMessage message(code, nullptr, msg, addErrno ? &error : nullptr);
+  if (auto* record = record_of(mSocketName)) record->broadcast(message.parts, message.count);
   for (SocketClient* c : Snapshot(this)) {
     // One that is gone stays until the thread has read what it sent before it went.
     if (c->sendDatav(message.parts, message.count) == -1 && errno == ETIMEDOUT && release(c)) {
@@ -193,6 +202,7 @@ bool SocketListener::release(SocketClient* c) {
   }
   pthread_mutex_unlock(&mClientsLock);
   if (!found) return false;
+  if (auto* record = record_of(mSocketName)) record->disconnected(c);
   if (mListen) shutdown(c->getSocket(), SHUT_RDWR);
   c->decRef();
   return true;
@@ -245,7 +255,11 @@ void SocketListener::runListener() {
       SocketClient* c = polled[i - kFirstClient];
       // An earlier callback of this round may have dropped it.
       if (mClientsChanged && !isClient(c)) continue;
-      if (!onDataAvailable(c)) release(c);
+      auto* record = record_of(mSocketName);
+      if (record) record->before_read(c);
+      const bool keep = onDataAvailable(c);
+      if (record) record->after_read(c);
+      if (!keep) release(c);
     }
   }
   for (SocketClient* c : polled) c->decRef();
@@ -273,6 +287,7 @@ bool SocketListener::acceptClients() {
       return errno == EAGAIN;
     }
     SocketClient* c = new SocketClient(fd, true, mUseCmdNum);
+    if (auto* record = record_of(mSocketName)) record->connected(c);
     pthread_mutex_lock(&mClientsLock);
     mClients.push_back(c);
     mClientsChanged = true;

@@ -1,11 +1,18 @@
 // How the phone's local sockets behave.
 #pragma once
 
+#include <memory>
+
+#include "simulator/socket_record.h"
+
 namespace atd::sim {
 
 struct Sockets {
   // How long a connection that does not read may hold up a message before it is dropped, in milliseconds of real time.
   int send_wait_ms = 1000;
+
+  // The recording of the socket "atd", null for none; set before the socket is served.
+  std::unique_ptr<SocketRecord> record;
 };
 
 }  // namespace atd::sim

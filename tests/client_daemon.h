@@ -112,9 +112,9 @@ struct Outcome {
   std::string out, err;
 };
 
-// Runs atdctl on the daemon's socket, with `input` on its standard input.
-inline Outcome atdctl(FakeDaemon& daemon, Strings arguments, const std::string& input = "") {
-  arguments.insert(arguments.begin(), {"atdctl", "--socket", daemon.socket()});
+// Runs atdctl on a socket, with `input` on its standard input. One at a time: it takes the process's output.
+inline Outcome atdctl(const std::string& socket, Strings arguments, const std::string& input = "") {
+  arguments.insert(arguments.begin(), {"atdctl", "--socket", socket});
   std::vector<char*> argv;
   for (std::string& argument : arguments) argv.push_back(argument.data());
   FILE* file = tmpfile();
@@ -129,6 +129,10 @@ inline Outcome atdctl(FakeDaemon& daemon, Strings arguments, const std::string& 
   close(before);
   fclose(file);
   return {status, testing::internal::GetCapturedStdout(), testing::internal::GetCapturedStderr()};
+}
+
+inline Outcome atdctl(FakeDaemon& daemon, const Strings& arguments, const std::string& input = "") {
+  return atdctl(daemon.socket(), arguments, input);
 }
 
 }  // namespace atd::client

@@ -61,6 +61,9 @@ TEST_F(SimulatedDeviceTest, ItemsAreKeyedByIndexAndLength) {
   device().reboot();
   EXPECT_EQ("abcd", device().items.get(500, 4));
   EXPECT_LT(get_ftm_item(500, -1, buffer), 0);
+  // One that is there and cannot be read is not taken for one that was never written.
+  std::filesystem::create_directory(root_ + "/sim/items/501-4");
+  EXPECT_LT(get_ftm_item(501, 4, buffer), 0);
 }
 
 TEST_F(SimulatedDeviceTest, OnePhoneOneDaemon) {
@@ -83,6 +86,12 @@ TEST_F(SimulatedDeviceTest, LogsAreReadBackAndBounded) {
   for (int i = 0; i < 40000; ++i) SLOGI("line %d", i);
   EXPECT_EQ(1, logged("line 39999"));
   EXPECT_LT(device().logs.lines(LOG_ID_SYSTEM).size(), 40000u);
+  // A person empties the file under the daemon: lines may be lost, the daemon is not.
+  std::filesystem::resize_file(device().path("/dev/log/system"), 0);
+  for (int i = 0; i < 100; ++i) SLOGI("after the file was emptied");
+  std::string text;
+  ASSERT_TRUE(sim::read_file(device().path("/dev/log/system.1"), &text));
+  EXPECT_EQ(std::string::npos, text.find('\0'));
   EXPECT_LE(std::filesystem::file_size(device().path("/dev/log/system.1")), 512u * 1024);
 }
 

@@ -145,6 +145,7 @@ TEST_F(SocketService, TakesTheSocketThatInitHandsOver) {
       {"+" + number, EINVAL}, {"4294967299", EINVAL}, {"1000000", EBADF}, {std::to_string(pair_[0]), EINVAL},
       {number, 0}};  // bound and not listening yet
   Service holder("held", true);
+  __android_log_print(ANDROID_LOG_INFO, "test", "opens the buffer that failures are logged to");
   const auto before = descriptors();
   for (const auto& [value, error] : rows) {
     EXPECT_EQ(before, descriptors());

@@ -218,6 +218,18 @@ TEST_F(ServedPhone, StoppingTellsTheClients) {
   EXPECT_EQ(1, logged("stop_socket"));
 }
 
+TEST_F(ServedPhone, StoppingEndsARequestThatWaits) {
+  rzcmd_request req = {1013, 0, ""};
+  rzcmd_response rsp = {};
+  int result = 0;
+  std::thread asking([&] { result = g_AtSocket->ProcessAndroidRequest(&req, &rsp); });
+  device().clock.await_waiters();
+  stop_socket();
+  asking.join();
+  EXPECT_EQ(-1, result);
+  EXPECT_EQ(0, logged(ANDROID_LOG_ERROR, "sendRequest: socket timed out!!"));
+}
+
 using SilentPhone = Phone;
 
 TEST_F(SilentPhone, InitSocketEndsTheProcessWhenTheSocketCannotBeHad) {

@@ -107,37 +107,55 @@ int AtSocket::sendRequest(const char* text, char* out, unsigned seconds) {
   os_clock_gettime(CLOCK_REALTIME, &deadline);
   deadline.tv_sec += static_cast<time_t>(seconds);
   int result = 0;
-  while (!answered_ && result == 0) {
+  while (!answered_ && !stopping_ && result == 0) {
     result = os_cond_timedwait(&response_signal_, &response_lock_, CLOCK_REALTIME, &deadline);
   }
   bool answered = answered_;
+  bool timed_out = !answered && !stopping_;
   if (answered) {
     memset(out, 0, kRecordTextSize);
     memcpy(out, response_, strnlen(response_, kRecordTextSize - 1));
   }
   pthread_mutex_unlock(&response_lock_);
-  if (!answered) {
-    SLOGE("sendRequest: socket timed out!!\n");
-    return -1;
-  }
-  return 0;
+  if (timed_out) SLOGE("sendRequest: socket timed out!!\n");
+  return answered ? 0 : -1;
 }
 
 int AtSocket::ProcessAndroidRequest(rzcmd_request* req, rzcmd_response* rsp) {
   // The platform's answer gets a buffer of its own: a service request may be using reply_text_ on the listener's thread.
   char reply[kRecordTextSize] = "";
+  if (!enter()) return -1;
   pthread_mutex_lock(&command_lock_);
   memset(request_text_, 0, kRecordTextSize);
   base64_encode(req, kRequestHeaderSize + bounded_length(req->data_len), request_text_);
   int result = sendRequest(request_text_, reply, kAndroidTimeoutSeconds);
-  int length = base64_decode(reply, rsp, sizeof *rsp);
-  if (result == 0 && (bounded_length(rsp->data_len) != rsp->data_len || length < kResponseHeaderSize + rsp->data_len)) {
-    SLOGE("ProcessAndroidRequest: an answer of %d bytes is no response", length);
-    *rsp = {};
-    result = -1;
-  }
+  base64_decode(reply, rsp, sizeof *rsp);
   pthread_mutex_unlock(&command_lock_);
+  leave();
   return result;
+}
+
+bool AtSocket::enter() {
+  pthread_mutex_lock(&response_lock_);
+  bool open = !stopping_;
+  if (open) ++requests_;
+  pthread_mutex_unlock(&response_lock_);
+  return open;
+}
+
+void AtSocket::leave() {
+  pthread_mutex_lock(&response_lock_);
+  --requests_;
+  pthread_cond_broadcast(&response_signal_);
+  pthread_mutex_unlock(&response_lock_);
+}
+
+void AtSocket::EndRequests() {
+  pthread_mutex_lock(&response_lock_);
+  stopping_ = true;
+  pthread_cond_broadcast(&response_signal_);
+  while (requests_ > 0) pthread_cond_wait(&response_signal_, &response_lock_);
+  pthread_mutex_unlock(&response_lock_);
 }
 
 int AtSocket::RequestFromAndroid(const char* text) {

@@ -35,12 +35,16 @@ class AtSocket {
   int SendResponse(const char* text);
 
   // Sends a request's text (605 and 200) and waits at most `seconds` for an answer, of which at most 4095 characters
-  // go to `out` (4096 bytes, terminated); 0, or -1 on time-out with `out` untouched.
+  // go to `out` (4096 bytes, terminated); 0, or -1 on time-out or when the broker ends, with `out` untouched.
   int sendRequest(const char* text, char* out, unsigned seconds);
 
   // Sends a request to the service and decodes its answer into *rsp, which the caller has cleared; 0, or -1 when none
-  // came within 10 seconds or what came is no whole response. On the listener's own thread no answer can come.
+  // came within 10 seconds or the broker ends. On the listener's own thread no answer can come.
   int ProcessAndroidRequest(rzcmd_request* req, rzcmd_response* rsp);
+
+  // Ends every request that waits for an answer, as if none had come, and lets no further one begin; returns once they
+  // have all ended.
+  void EndRequests();
 
   // Runs the service request in a base64 text and broadcasts its response (210); 0.
   int RequestFromAndroid(const char* text);
@@ -48,6 +52,8 @@ class AtSocket {
  private:
   AtSocket();
   void Broadcast(int code, const char* text);
+  bool enter();
+  void leave();
 
   static AtSocket* sInstance;
 
@@ -59,7 +65,11 @@ class AtSocket {
   char* request_text_;
   char* reply_text_;
   CommandListener* listener_ = nullptr;
-  bool answered_ = false;  // an answer came since the last request; under the response lock
+
+  // Under the response lock.
+  bool answered_ = false;  // an answer came since the last request was sent
+  bool stopping_ = false;
+  int requests_ = 0;  // under way
 };
 
 // The broker while the socket is served, else null.

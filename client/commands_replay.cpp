@@ -1,0 +1,134 @@
+#include <algorithm>
+#include <chrono>
+#include <string_view>
+
+#include "client/commands.h"
+#include "client/recording.h"
+#include "client/replay_clients.h"
+
+namespace atd::client {
+namespace {
+
+using Kind = Event::Kind;
+
+// What a client sent, short enough for a line.
+std::string input_text(const std::string& bytes) {
+  constexpr size_t kShort = 60;
+  constexpr std::string_view kRequestWord = "atsrequest ";
+  std::string line = bytes.substr(0, bytes.find('\0'));
+  if (line.starts_with(kRequestWord)) return message_text({kPlatformCode, line.substr(kRequestWord.size()), ""});
+  return visible(line.substr(0, kShort)) + (line.size() > kShort ? "..." : "");
+}
+
+class Replay {
+ public:
+  Replay(const Target& target, const ReplayArguments& arguments, const std::vector<Event>& events, const Masks& masks)
+      : target_(target), arguments_(arguments), events_(events), masks_(masks), clients_(target, masks) {}
+
+  int run() {
+    ExchangeLock lock;
+    if (!lock.take(target_.socket, in_seconds(target_.timeout))) {
+      return complain(timed_out(target_, "no turn beside other clients"));
+    }
+    const Deadline begin = std::chrono::steady_clock::now();
+    for (const Event& event : events_) {
+      event_ = &event;
+      std::chrono::duration<double> since(event.time - events_[0].time);
+      if (arguments_.realtime) clients_.pass_time(begin + std::chrono::duration_cast<Deadline::duration>(since));
+      int status = play();
+      if (status != kOk) return status;
+    }
+    Failure failure = clients_.end();
+    if (failure) return complain(failure);
+    if (!clients_.unasked().empty()) return differ("nothing more", clients_.unasked().front().shown, kFailed);
+    print(std::to_string(compared_) + (compared_ == 1 ? " message" : " messages") + ", no difference\n");
+    return kOk;
+  }
+
+ private:
+  int play() {
+    Failure failure;
+    switch (event_->kind) {
+      case Kind::connect: failure = clients_.connect(event_->client, restarted_); break;
+      case Kind::disconnect: failure = clients_.disconnect(event_->client); break;
+      case Kind::input: failure = say(); break;
+      case Kind::missed:
+        complain({kOk, place() + std::to_string(event_->count) + " bytes of client " + std::to_string(event_->client) +
+                           " are not in the recording"});
+        break;
+      case Kind::message: return compare();
+    }
+    return failure ? complain({failure.status, place() + failure.text}) : kOk;
+  }
+
+  Failure say() {
+    input_ = event_;
+    Failure failure;
+    if (!clients_.is_there(event_->client)) failure = clients_.connect(event_->client, restarted_);
+    return failure ? failure : clients_.send(event_->client, event_->bytes);
+  }
+
+  int compare() {
+    if (event_->message.code == kStoppedCode) return end();
+    // Behind an input stand the answers to it; what the daemon says of its own accord cannot be had again.
+    bool is_heard = event_->client == 0 ? !clients_.is_empty() : clients_.is_there(event_->client);
+    if (input_ == nullptr || !is_heard || is_farewell(event_->message)) return kOk;
+    Comparable expected = masks_.apply(event_->message), got;
+    Failure failure = clients_.take(event_->client, &got);
+    if (failure.status == kTimedOut) return differ(expected.shown, failure.text, kTimedOut);
+    if (failure) return complain({failure.status, place() + failure.text});
+    ++compared_;
+    return expected.key == got.key ? kOk : differ(expected.shown, got.shown, kFailed);
+  }
+
+  // The recorded daemon ends. Behind the last input that was its owner's doing, before it goes on as another.
+  int end() {
+    auto is_input = [](const Event& event) { return event.kind == Kind::input; };
+    if (std::none_of(event_, &events_.back() + 1, is_input)) return kOk;
+    restarted_ = true;
+    Failure failure = clients_.await_end();
+    return failure ? differ("the end of the daemon", failure.text, kTimedOut) : kOk;
+  }
+
+  int differ(const std::string& expected, const std::string& got, int status) {
+    std::string text = place() + "the first difference\n";
+    if (input_ != nullptr) {
+      text += "  line " + std::to_string(input_->line) + ", client " + std::to_string(input_->client) + ": " +
+              input_text(input_->bytes) + "\n";
+    }
+    print(text + "  expected: " + expected + "\n  got:      " + got + "\n");
+    return status;
+  }
+
+  std::string place() const { return arguments_.file + ":" + std::to_string(event_->line) + ": "; }
+
+  const Target& target_;
+  const ReplayArguments& arguments_;
+  const std::vector<Event>& events_;
+  const Masks& masks_;
+  ReplayClients clients_;
+  const Event* event_ = nullptr;  // that is being played
+  const Event* input_ = nullptr;  // the last one, null for none yet
+  bool restarted_ = false;        // the daemon has ended, and another is to come
+  int compared_ = 0;
+};
+
+}  // namespace
+
+int run_replay(const Target& target, const ReplayArguments& arguments) {
+  Masks masks;
+  std::vector<Event> events;
+  Failure failure;
+  for (const std::string& mask : arguments.masks) {
+    if (!failure) failure = masks.add(mask);
+  }
+  if (!failure) failure = read_recording(arguments.file, &events);
+  auto is_input = [](const Event& event) { return event.kind == Kind::input; };
+  if (!failure && std::none_of(events.begin(), events.end(), is_input)) {
+    failure = {kUsage, arguments.file + " has nothing that a client sent, so there is nothing to play: atd --record " +
+                           "records both sides, atdctl monitor only what the daemon says"};
+  }
+  return failure ? complain(failure) : Replay(target, arguments, events, masks).run();
+}
+
+}  // namespace atd::client

@@ -1,0 +1,127 @@
+#include <errno.h>
+#include <time.h>
+
+#include <algorithm>
+
+#include "client/answers.h"
+#include "client/commands.h"
+#include "client/json.h"
+#include "client/stop_signals.h"
+
+namespace atd::client {
+namespace {
+
+class Platform {
+ public:
+  Platform(const Target& target, const WatchArguments& arguments, const std::vector<AnswerRow>& rows)
+      : target_(target), arguments_(arguments), rows_(rows) {}
+
+  int run() {
+    StopSignals signals;
+    deadline_ = in_seconds(target_.timeout);
+    Failure failure = connect(connection_, target_, deadline_);
+    if (!failure) failure = say("atcommand initialize", deadline_);
+    while (!failure && !is_done()) {
+      Message message;
+      Wait wait = connection_.next(&message, next_deadline(), signals.fd());
+      if (wait == Wait::woken) return kOk;
+      if (wait == Wait::gone) failure = went_away(target_);
+      if (wait == Wait::timed_out && !ready_ && in_seconds(0) >= deadline_) {
+        failure = timed_out(target_, "no answer to \"initialize\"");
+      }
+      if (wait == Wait::message && message.code == kStoppedCode) return kOk;
+      if (wait == Wait::message) take(message);
+      if (!failure) failure = send_due();
+    }
+    return failure ? complain(failure) : kOk;
+  }
+
+ private:
+  struct DueAnswer {
+    Deadline when;
+    Response response;
+  };
+
+  bool is_done() const { return arguments_.count != 0 && seen_ >= arguments_.count && due_.empty(); }
+
+  Deadline next_deadline() const {
+    Deadline next = ready_ ? Deadline::max() : deadline_;
+    for (const DueAnswer& answer : due_) next = std::min(next, answer.when);
+    return next;
+  }
+
+  void take(const Message& message) {
+    if (message.code == kReadyCode && !ready_) {
+      ready_ = true;
+      show(arguments_.json ? message_json(now(), 0, message) : "ready\n");
+    }
+    // What comes while the last answer is awaited is another's to deal with.
+    if (message.code != kPlatformCode || (arguments_.count != 0 && seen_ >= arguments_.count)) return;
+    ++seen_;
+    Request request;
+    if (!decode_request(message.text, &request)) {
+      show(arguments_.json ? request_json(now(), seen_, message, nullptr)
+                           : "command " + visible(message.text) + "\n");
+      return;
+    }
+    const AnswerRow* row = find_answer(rows_, request);
+    const AnswerRow answer = row == nullptr ? AnswerRow() : *row;
+    if (answer.answers) due_.push_back({in_seconds(answer.delay_ms / 1000.0), answer.response});
+    if (arguments_.json) {
+      show(request_json(now(), seen_, message, answer.answers ? &answer.response : nullptr));
+    } else {
+      bool is_hex = shape_of(nullptr, request.payload) == Shape::hex;
+      show(message_text(message) + "\n" + (is_hex ? hexdump(request.payload) : ""));
+      if (!answer.answers) show("no answer\n");
+    }
+  }
+
+  Failure send_due() {
+    Deadline present = in_seconds(0);
+    for (size_t i = 0; i < due_.size();) {
+      if (due_[i].when > present) {
+        ++i;
+        continue;
+      }
+      Failure failure = say(response_line(due_[i].response), in_seconds(target_.timeout));
+      if (failure) return failure;
+      if (!arguments_.json) show("answer " + response_text(due_[i].response) + "\n");
+      due_.erase(due_.begin() + i);
+    }
+    return {};
+  }
+
+  Failure say(const std::string& line, Deadline deadline) {
+    int error = connection_.send(line, deadline);
+    if (error == 0) return {};
+    return error == ETIMEDOUT ? timed_out(target_, "no room for a line") : went_away(target_);
+  }
+
+  static timespec now() {
+    timespec time;
+    clock_gettime(CLOCK_REALTIME, &time);
+    return time;
+  }
+
+  void show(const std::string& text) { print(arguments_.json ? text : clock_time(now()) + "  " + text); }
+
+  const Target& target_;
+  const WatchArguments& arguments_;
+  const std::vector<AnswerRow>& rows_;
+  Connection connection_;
+  Deadline deadline_;  // of the daemon's word that it has seen "initialize"
+  bool ready_ = false;
+  int seen_ = 0;
+  std::vector<DueAnswer> due_;
+};
+
+}  // namespace
+
+int run_serve(const Target& target, const WatchArguments& arguments) {
+  std::vector<AnswerRow> rows;
+  Failure failure;
+  if (!arguments.answers.empty()) failure = read_answers(arguments.answers, &rows);
+  return failure ? complain(failure) : Platform(target, arguments, rows).run();
+}
+
+}  // namespace atd::client

@@ -1,0 +1,44 @@
+// Messages as a replay compares them: records decoded, and what differs from run to run masked.
+#pragma once
+
+#include <regex.h>
+
+#include <string>
+#include <vector>
+
+#include "client/output.h"
+#include "client/wire.h"
+
+namespace atd::client {
+
+struct Comparable {
+  std::string key;    // equal for messages that say the same
+  std::string shown;  // the whole message for eyes, in one line
+};
+
+class Masks {
+ public:
+  // Masks dates as 2026-01-31 and clock times as 13:05:00.1.
+  Masks();
+  ~Masks();
+  Masks(const Masks&) = delete;
+  Masks& operator=(const Masks&) = delete;
+
+  // Masks as well what an extended regular expression matches; kUsage with the reason when it is none.
+  Failure add(const std::string& pattern);
+
+  // The message, with the masks applied to its text or to the data of its record.
+  Comparable apply(const Message& message) const;
+
+ private:
+  struct Mask {
+    regex_t regex;
+    int group;  // of the expression, the part to mask; 0 for the whole
+  };
+
+  Failure add(const char* pattern, int group);
+
+  std::vector<Mask> masks_;
+};
+
+}  // namespace atd::client

@@ -1,0 +1,75 @@
+// The clients of a recording come to life again: their connections to a daemon, and what it says to them.
+#pragma once
+
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+
+#include "client/comparable.h"
+#include "client/exchange.h"
+
+namespace atd::client {
+
+// Whether the daemon says that it ends. That is the doing of whoever ends it, and no answer: it is left out.
+bool is_farewell(const Message& message);
+
+// A message to all arrives once on every connection, and counts once, when the first connection has it.
+class ReplayClients {
+ public:
+  ReplayClients(const Target& target, const Masks& masks) : target_(target), masks_(masks) {}
+
+  // Connects a client by its number, anew if it is there, until the daemon answers it. With `patient`, waits for a
+  // daemon to start. Failures as of connect().
+  Failure connect(int client, bool patient);
+
+  // Disconnects a client, if it is there, when all it is told has been collected. Failures as of connect().
+  Failure disconnect(int client);
+
+  // Sends a client's bytes as one piece, when the daemon has read all that was sent before; kNoDaemon, kTimedOut.
+  Failure send(int client, const std::string& bytes);
+
+  // Takes the next message to a client alone, or with 0 to all, into *message; kTimedOut, or kNoDaemon when the daemon
+  // has ended.
+  Failure take(int client, Comparable* message);
+
+  // Collects what the daemon still says, after which nothing is taken any more. Failures as of connect().
+  Failure end();
+
+  // After end(), the messages that nobody has taken.
+  const std::deque<Comparable>& unasked() const { return unasked_; }
+
+  // Waits until the daemon has ended, and drops the connections; kTimedOut.
+  Failure await_end();
+
+  // Collects messages until the time comes.
+  void pass_time(Deadline end);
+
+  bool is_there(int client) const { return clients_.count(client) != 0; }
+  bool is_empty() const { return clients_.empty(); }
+
+ private:
+  struct Client {
+    Connection connection;
+    bool gone = false;
+    std::deque<Comparable> replies;  // to it alone
+    std::deque<std::string> due;     // messages to all that another has seen first
+  };
+
+  Failure settle();
+  Failure await_read(Deadline deadline);
+  Failure open(Connection& connection, Deadline deadline, bool patient);
+  void collect(Client& client);
+  bool await(const std::function<bool()>& done, Deadline deadline);
+
+  const Target& target_;
+  const Masks& masks_;
+  std::map<int, std::unique_ptr<Client>> clients_;
+  Connection bystander_;  // stays when the clients come and go, and sees the daemon end
+  bool ended_ = false;    // the daemon has closed it
+  std::deque<Comparable> broadcasts_;
+  std::deque<Comparable> unasked_;
+};
+
+}  // namespace atd::client

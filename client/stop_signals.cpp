@@ -1,0 +1,26 @@
+#include "client/stop_signals.h"
+
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+namespace atd::client {
+
+StopSignals::StopSignals() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  sigaddset(&signals, SIGINT);
+  sigaddset(&signals, SIGTERM);
+  pthread_sigmask(SIG_BLOCK, &signals, &before_);
+  fd_ = signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
+}
+
+StopSignals::~StopSignals() {
+  // One that came is taken here, or it would strike as soon as it is no longer blocked.
+  signalfd_siginfo taken;
+  while (read(fd_, &taken, sizeof taken) > 0) {
+  }
+  close(fd_);
+  pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+}
+
+}  // namespace atd::client

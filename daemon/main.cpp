@@ -1,0 +1,26 @@
+// The daemon on a phone: serves its socket, which init has made, until init tells it to stop.
+#include <signal.h>
+
+#include "atd.h"
+
+int main() {
+  // Blocked before the first thread starts, so that every thread leaves it to sigwait.
+  sigset_t stop;
+  sigemptyset(&stop);
+  sigaddset(&stop, SIGTERM);
+  sigprocmask(SIG_BLOCK, &stop, nullptr);
+  // A client that is gone is an error of the write, not the end of the daemon.
+  signal(SIGPIPE, SIG_IGN);
+
+  // None of these failures keeps the daemon from its socket: most requests still work, and the modem is asked again.
+  init_factory_item(0);
+  init_modem_interface(0);
+  imei_check_on_boot();
+  meid_check_on_boot();
+  init_socket();
+
+  int signal_number;
+  sigwait(&stop, &signal_number);
+  stop_socket();
+  return 0;
+}

@@ -1,0 +1,26 @@
+# The library and the daemon for a phone: -DATD_PLATFORM=android, with the NDK's toolchain file (docs/porting.md).
+set(ATD_ANDROID_INCLUDE_DIRS "" CACHE STRING "Folders with the headers of liblog, libcutils and libsysutils")
+set(ATD_ANDROID_LIBRARY_DIRS "" CACHE STRING "Folders with the device's libraries")
+set(ATD_ANDROID_LIBRARIES "" CACHE STRING "The device's libraries by name: \"log;cutils;sysutils;...\"")
+
+file(GLOB ATD_DOOR_SOURCES CONFIGURE_DEPENDS platform/android/*.cpp)
+target_sources(atd_rooms PRIVATE ${ATD_DOOR_SOURCES})
+target_include_directories(atd_rooms PUBLIC platform/android/include)
+target_include_directories(atd_rooms SYSTEM PUBLIC ${ATD_ANDROID_INCLUDE_DIRS})
+
+set(ATD_EXPORT_MAP ${CMAKE_SOURCE_DIR}/packaging/atd_common.map)
+add_library(atd_common_shared SHARED $<TARGET_OBJECTS:atd_rooms>)
+target_include_directories(atd_common_shared INTERFACE ${CMAKE_SOURCE_DIR})
+target_link_directories(atd_common_shared PUBLIC ${ATD_ANDROID_LIBRARY_DIRS})
+target_link_options(atd_common_shared PRIVATE -Wl,--version-script=${ATD_EXPORT_MAP})
+set_target_properties(atd_common_shared PROPERTIES OUTPUT_NAME atd_common LINK_DEPENDS ${ATD_EXPORT_MAP})
+
+if(ATD_ANDROID_LIBRARIES)
+  target_link_libraries(atd_common_shared PUBLIC ${ATD_ANDROID_LIBRARIES})
+  target_link_options(atd_common_shared PRIVATE -Wl,-z,defs)
+  add_executable(atd daemon/main.cpp)
+  target_link_libraries(atd PRIVATE atd_common_shared)
+else()
+  # Without the device's libraries at hand their functions stay open: whoever links the library names them then.
+  target_link_options(atd_common_shared PRIVATE -Wl,-z,undefs)
+endif()

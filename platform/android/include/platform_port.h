@@ -1,0 +1,12 @@
+// What differs between the phone and the desktop in the types of platform/os.h: here, the phone.
+#pragma once
+
+namespace atd {
+
+// The type of an ioctl request number.
+using ioctl_request_t = int;
+
+// A device path is the path itself.
+constexpr const char* device_path(const char* path) { return path; }
+
+}  // namespace atd

@@ -1,0 +1,55 @@
+#include "platform/os.h"
+
+#include <cutils/sockets.h>
+#include <errno.h>
+#include <stdlib.h>
+#include <sys/ioctl.h>
+#include <sys/mount.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace atd {
+
+int os_ioctl(int fd, ioctl_request_t request, void* argument) { return ioctl(fd, request, argument); }
+
+int os_system(const char* command) { return system(command); }
+
+void os_sleep_us(uint64_t microseconds) {
+  struct timespec left = {static_cast<time_t>(microseconds / 1000000), static_cast<long>(microseconds % 1000000 * 1000)};
+  while (nanosleep(&left, &left) != 0 && errno == EINTR) {
+  }
+}
+
+int os_clock_gettime(clockid_t clock, struct timespec* now) { return clock_gettime(clock, now); }
+
+int os_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex, clockid_t, const struct timespec* deadline) {
+  // The condition itself knows its clock, by its attributes.
+  return pthread_cond_timedwait(condition, mutex, deadline);
+}
+
+int os_umount2(const char* target, int flags) { return umount2(target, flags); }
+
+void os_sync() { sync(); }
+
+int os_statfs(const char* path, struct statfs* result) { return statfs(path, result); }
+
+int os_start_thread(void* (*body)(void*), void* argument) {
+  pthread_t thread;
+  int error = pthread_create(&thread, nullptr, body, argument);
+  if (error == 0) pthread_detach(thread);
+  return error;
+}
+
+int os_connect_local(const char* name) {
+  int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  if (fd < 0) return -1;
+  // A name that is too long fails without an errno of its own.
+  errno = ENAMETOOLONG;
+  if (socket_local_client_connect(fd, name, ANDROID_SOCKET_NAMESPACE_RESERVED, SOCK_STREAM) >= 0) return fd;
+  int error = errno;
+  close(fd);
+  errno = error;
+  return -1;
+}
+
+}  // namespace atd

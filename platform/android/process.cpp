@@ -1,0 +1,57 @@
+#include <errno.h>
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "platform/os.h"
+
+namespace atd {
+
+namespace {
+
+// In the child of a process with threads: only what is safe in a signal handler until the program runs.
+[[noreturn]] void become(const char* const* argv, int failure) {
+  // The daemon's own choices about signals are not the program's.
+  signal(SIGPIPE, SIG_DFL);
+  sigset_t none;
+  sigemptyset(&none);
+  sigprocmask(SIG_SETMASK, &none, nullptr);
+  execvp(argv[0], const_cast<char* const*>(argv));
+  ssize_t told = write(failure, &errno, sizeof errno);
+  _exit(told < 0 ? 126 : 127);
+}
+
+pid_t wait_for(pid_t child, int* status) {
+  pid_t result;
+  do {
+    result = waitpid(child, status, 0);
+  } while (result < 0 && errno == EINTR);
+  return result;
+}
+
+}  // namespace
+
+int os_run(const char* const* argv) {
+  // Closed by a program that starts; what is read from it is the errno of one that did not.
+  int failure[2];
+  if (!argv[0] || pipe2(failure, O_CLOEXEC) != 0) return -1;
+  pid_t child = fork();
+  if (child == 0) become(argv, failure[1]);
+  close(failure[1]);
+  if (child < 0) {
+    close(failure[0]);
+    return -1;
+  }
+  int error = 0;
+  ssize_t length;
+  do {
+    length = read(failure[0], &error, sizeof error);
+  } while (length < 0 && errno == EINTR);
+  close(failure[0]);
+  int status = 0;
+  if (wait_for(child, &status) != child || length != 0 || !WIFEXITED(status)) return -1;
+  return WEXITSTATUS(status);
+}
+
+}  // namespace atd

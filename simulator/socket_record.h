@@ -1,0 +1,56 @@
+// A recording of the daemon's socket: what its clients sent and what it told them, one JSON object a line.
+#pragma once
+
+#include <stddef.h>
+#include <sys/uio.h>
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+
+class SocketClient;
+
+namespace atd::sim {
+
+class SocketRecord {
+ public:
+  // Opens the file to append to it, and makes it when there is none; null with the reason in *error.
+  static std::unique_ptr<SocketRecord> open(const std::string& path, std::string* error);
+  ~SocketRecord();
+  SocketRecord(const SocketRecord&) = delete;
+  SocketRecord& operator=(const SocketRecord&) = delete;
+
+  // A connection began, and has the next number from now on, the first is 1; it ended. What is said below about a
+  // connection that is not known so is left out.
+  void connected(const SocketClient* client);
+  void disconnected(const SocketClient* client);
+
+  // The service is about to read a connection, and has done so. It reads once, at most 16382 bytes. Bytes that come in
+  // between escape the record, which says then how many.
+  void before_read(SocketClient* client);
+  void after_read(SocketClient* client);
+
+  // A message with its NUL goes out to one connection; to all of them.
+  void reply(const SocketClient* client, const struct iovec* parts, int count);
+  void broadcast(const struct iovec* parts, int count);
+
+ private:
+  struct Connection {
+    int number;
+    size_t seen;  // bytes of the read that is under way
+  };
+
+  explicit SocketRecord(int fd) : fd_(fd) {}
+  const Connection* find(const SocketClient* client) const;
+  void write_event(const Connection& connection, const char* event, size_t count = 0);
+  void write_message(int number, const struct iovec* parts, int count);
+  void write_line(const std::string& line);
+
+  std::mutex lock_;
+  int fd_;  // -1 once a write has failed
+  int last_number_ = 0;
+  std::map<const SocketClient*, Connection> connections_;
+};
+
+}  // namespace atd::sim
