@@ -16,7 +16,9 @@ std::string input_text(const std::string& bytes) {
   constexpr size_t kShort = 60;
   constexpr std::string_view kRequestWord = "atsrequest ";
   std::string line = bytes.substr(0, bytes.find('\0'));
-  if (line.starts_with(kRequestWord)) return message_text({kPlatformCode, line.substr(kRequestWord.size()), ""});
+  std::string text = line.starts_with(kRequestWord) ? line.substr(kRequestWord.size()) : "";
+  Request request;
+  if (decode_request(text, &request)) return message_text({kPlatformCode, text, ""});
   return visible(line.substr(0, kShort)) + (line.size() > kShort ? "..." : "");
 }
 

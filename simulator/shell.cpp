@@ -102,13 +102,18 @@ std::string mapped(const std::string& command, const std::string& root) {
   return result;
 }
 
+// Where a program lies: a bare name is one of the phone's tools.
+std::string program(const std::string& root, const std::string& name) {
+  return name.find('/') == std::string::npos ? root + "/system/bin/" + name : name;
+}
+
 int spawn(const std::string& root, const std::vector<std::string>& arguments) {
   std::vector<char*> argv;
   for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
   argv.push_back(nullptr);
   std::string path = "PATH=" + root + "/system/bin", home = "HOME=" + root, base = "ATD_ROOT=" + root;
   char* environment[] = {path.data(), home.data(), base.data(), nullptr};
-  std::string program = arguments[0].find('/') == std::string::npos ? root + "/system/bin/" + arguments[0] : arguments[0];
+  const std::string path_of_program = program(root, arguments[0]);
   pid_t child = fork();
   if (child < 0) return -1;
   if (child == 0) {
@@ -118,7 +123,7 @@ int spawn(const std::string& root, const std::vector<std::string>& arguments) {
     sigprocmask(SIG_SETMASK, &none, nullptr);
     signal(SIGPIPE, SIG_DFL);
     if (chdir(root.c_str()) != 0) _exit(127);
-    execve(program.c_str(), argv.data(), environment);
+    execve(path_of_program.c_str(), argv.data(), environment);
     _exit(127);
   }
   int status;
@@ -152,6 +157,7 @@ int Shell::run(const std::vector<std::string>& arguments) {
   }
   record(line);
   if (refused) return 126;
+  if (access(program(root_, local[0]).c_str(), X_OK) != 0) return -1;
   int status = spawn(root_, local);
   return status != -1 && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }

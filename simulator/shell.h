@@ -15,8 +15,7 @@ class Shell {
   // Runs a command line as "sh -c" would; its wait status, or -1. A command that names ".." is refused with status 126.
   int system(const std::string& command);
 
-  // Runs a program of the phone; its exit status, 126 for an argument with "..", 127 when there is no such program, or
-  // -1.
+  // Runs a program of the phone; its exit status, 126 for an argument with "..", or -1 when there is no such program.
   int run(const std::vector<std::string>& arguments);
 
   // Records what is done to the phone as a whole without a program ("sync").

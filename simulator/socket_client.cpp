@@ -21,19 +21,10 @@ int64_t now_ms() {
   return int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
 }
 
-// Waits until the socket takes bytes again or has failed; false with ETIMEDOUT at the deadline, which the first wait of
-// a message sets.
-bool await_writable(int fd, int64_t* deadline) {
-  if (*deadline == 0) *deadline = now_ms() + std::max(0, atd::sim::SimulatedDevice::current().sockets.send_wait_ms);
-  struct pollfd writable = {fd, POLLOUT, 0};
-  int ready;
-  do {
-    const int64_t left = std::max<int64_t>(0, *deadline - now_ms());
-    ready = poll(&writable, 1, static_cast<int>(left));
-  } while (ready == -1 && errno == EINTR);
-  if (ready == 0) errno = ETIMEDOUT;
-  return ready > 0;
-}
+// In how many times its length the patience with a client comes back.
+constexpr int kPatienceReturns = 10;
+
+int send_wait_ms() { return std::max(0, atd::sim::SimulatedDevice::current().sockets.send_wait_ms); }
 
 // Records the message when its connection is recorded.
 void record_message(const SocketClient* client, const struct iovec* parts, int count) {
@@ -91,15 +82,35 @@ int SocketClient::sendData(const void* data, int len) {
   return sendDatav(&bytes, 1);
 }
 
-int SocketClient::sendDatav(struct iovec* iov, int iovcnt) {
+int SocketClient::sendDatav(struct iovec* iov, int iovcnt) { return sendDatav(iov, iovcnt, INT_MAX); }
+
+int SocketClient::sendDatav(struct iovec* iov, int iovcnt, int wait_ms) {
   pthread_mutex_lock(&mWriteMutex);
-  const int result = sendDataLocked(iov, iovcnt);
+  const int result = sendDataLocked(iov, iovcnt, wait_ms);
   pthread_mutex_unlock(&mWriteMutex);
   return result;
 }
 
-int SocketClient::sendDataLocked(struct iovec* iov, int iovcnt) {
-  int64_t deadline = 0;
+// Waits until the socket takes bytes again or has failed; false with ETIMEDOUT when that takes longer than wait_ms, or
+// than what is left of the patience with this client: one that reads a little now and then holds the others up, too.
+bool SocketClient::awaitWritable(int wait_ms) {
+  const int64_t start = now_ms();
+  if (start - mPatienceSince > int64_t{kPatienceReturns} * send_wait_ms()) {
+    mPatienceSince = start;
+    mWaited = 0;
+  }
+  const int64_t end = start + std::min<int64_t>(wait_ms, std::max<int64_t>(0, send_wait_ms() - mWaited));
+  struct pollfd writable = {mSocket, POLLOUT, 0};
+  int ready;
+  do {
+    ready = poll(&writable, 1, static_cast<int>(std::max<int64_t>(0, end - now_ms())));
+  } while (ready == -1 && errno == EINTR);
+  mWaited += now_ms() - start;
+  if (ready == 0) errno = ETIMEDOUT;
+  return ready > 0;
+}
+
+int SocketClient::sendDataLocked(struct iovec* iov, int iovcnt, int wait_ms) {
   int first = 0;         // the first vector that is not out yet,
   size_t offset = 0;     // how much of it is,
   bool started = false;  // and whether anything of the message is
@@ -118,7 +129,7 @@ int SocketClient::sendDataLocked(struct iovec* iov, int iovcnt) {
     if (sent >= 0) {
       offset += sent;
       started = started || sent > 0;
-    } else if (errno != EINTR && !(errno == EAGAIN && await_writable(mSocket, &deadline))) {
+    } else if (errno != EINTR && !(errno == EAGAIN && awaitWritable(wait_ms))) {
       // A connection that holds half a message, or that nobody reads, is of no use to anyone. Its owner sees it end.
       const int error = errno;
       if (started || error == ETIMEDOUT) shutdown(mSocket, SHUT_RDWR);

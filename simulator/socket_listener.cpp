@@ -1,6 +1,7 @@
 #include <android/log.h>
 #include <errno.h>
 #include <fcntl.h>
+#include <limits.h>
 #include <poll.h>
 #include <string.h>
 #include <sys/socket.h>
@@ -16,6 +17,7 @@
 namespace {
 
 constexpr int kBacklog = 4;
+constexpr int kLaterWaits = 10;       // how many times shorter the waits of a broadcast are after its first time-out
 constexpr int kPauseMs = 100;         // after a failure that would come back at once
 constexpr int kAcceptsPerRound = 16;  // so that a stream of newcomers does not keep the others waiting
 
@@ -180,11 +182,13 @@ void SocketListener::sendBroadcast(int code, const char* msg, bool addErrno) {
   const int error = errno;
   atd::sim::SocketMessage message(code, nullptr, msg, addErrno ? &error : nullptr);
   if (auto* record = record_of(mSocketName)) record->broadcast(message.parts, message.count);
+  int wait_ms = INT_MAX;
   for (SocketClient* c : Snapshot(this)) {
     // One that is gone stays until the thread has read what it sent before it went.
-    if (c->sendDatav(message.parts, message.count) == -1 && errno == ETIMEDOUT && release(c)) {
-      log_error("Sending to a client of", mSocketName.c_str(), ETIMEDOUT);
-    }
+    if (c->sendDatav(message.parts, message.count, wait_ms) == 0 || errno != ETIMEDOUT) continue;
+    if (release(c)) log_error("Sending to a client of", mSocketName.c_str(), ETIMEDOUT);
+    // Who reads is not to wait for every one that does not.
+    wait_ms = std::max(1, atd::sim::SimulatedDevice::current().sockets.send_wait_ms / kLaterWaits);
   }
 }
 

@@ -4,6 +4,7 @@
 #include <signal.h>
 #include <sysutils/SocketListener.h>
 
+#include <atomic>
 #include <fstream>
 #include <thread>
 
@@ -242,10 +243,10 @@ TEST_F(RecordedPhone, RecordSaysWhatEscapedIt) {
     ~Late() override { stopListener(); }
     bool onDataAvailable(SocketClient* c) override {
       char bytes[100];
-      peer->send("late");
+      peer.load()->send("late");
       return read(c->getSocket(), bytes, sizeof bytes) == 7 && c->sendMsg("taken") == 0;
     }
-    Peer* peer = nullptr;
+    std::atomic<Peer*> peer = nullptr;
   };
   stop();
   std::string error;
@@ -260,10 +261,15 @@ TEST_F(RecordedPhone, RecordSaysWhatEscapedIt) {
     EXPECT_EQ("taken", peer.next());
     late->stopListener();
   }
-  EXPECT_EQ((Strings{"1 connect", "1 in now", "1 out 0 taken", "1 missed 4", "1 disconnect"}),
-            events_of(root_ + "/recording"));
   EXPECT_EQ(nullptr, sim::SocketRecord::open(root_ + "/none/recording", &error));
   EXPECT_TRUE(has(error, "/none/recording: No such file")) << error;
+  int pair[2], off = -1;
+  ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM, 0, pair));
+  const bool tells = setsockopt(pair[0], SOL_SOCKET, SO_PEEK_OFF, &off, sizeof off) == 0;
+  close(pair[0]), close(pair[1]);
+  if (!tells) GTEST_SKIP() << "nothing tells here what a read took, as in an emulator";
+  EXPECT_EQ((Strings{"1 connect", "1 in now", "1 out 0 taken", "1 missed 4", "1 disconnect"}),
+            events_of(root_ + "/recording"));
 }
 
 TEST_F(RecordedPhone, AReplayFindsTheFirstDifference) {

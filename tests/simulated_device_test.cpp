@@ -114,6 +114,8 @@ TEST_F(SimulatedDeviceTest, ShellCommandsStayInThePhone) {
   const char* const argv[] = {"ls", "/data/factory", nullptr};
   EXPECT_EQ(0, os_run(argv));
   EXPECT_EQ("ls /data/factory", device().shell.history().back());
+  const char* const missing[] = {"gcc", nullptr};
+  EXPECT_EQ(-1, os_run(missing));
 
   SLOGI("seen by logcat");
   system_property_set("sys.x", "seen by getprop");

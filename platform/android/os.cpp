@@ -15,7 +15,8 @@ int os_ioctl(int fd, ioctl_request_t request, void* argument) { return ioctl(fd,
 int os_system(const char* command) { return system(command); }
 
 void os_sleep_us(uint64_t microseconds) {
-  struct timespec left = {static_cast<time_t>(microseconds / 1000000), static_cast<long>(microseconds % 1000000 * 1000)};
+  struct timespec left = {static_cast<time_t>(microseconds / 1000000),
+                          static_cast<long>(microseconds % 1000000 * 1000)};
   while (nanosleep(&left, &left) != 0 && errno == EINTR) {
   }
 }

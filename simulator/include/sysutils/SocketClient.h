@@ -47,12 +47,17 @@ class SocketClient {
   bool decRef();
 
  private:
-  int sendDataLocked(struct iovec* iov, int iovcnt);
+  friend class SocketListener;
+  int sendDatav(struct iovec* iov, int iovcnt, int wait_ms);
+  int sendDataLocked(struct iovec* iov, int iovcnt, int wait_ms);
+  bool awaitWritable(int wait_ms);
 
   const int mSocket;
   const bool mSocketOwned;
   const bool mUseCmdNum;
   pthread_mutex_t mWriteMutex = PTHREAD_MUTEX_INITIALIZER;
+  int64_t mPatienceSince = 0;  // in milliseconds; both under the write mutex
+  int64_t mWaited = 0;         // for this client since then
   pid_t mPid = -1;
   uid_t mUid = static_cast<uid_t>(-1);
   gid_t mGid = static_cast<gid_t>(-1);
