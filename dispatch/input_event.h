@@ -12,6 +12,7 @@ struct InputEvent {
   uint16_t type;
   uint16_t code;
   int32_t value;
+  bool operator==(const InputEvent&) const = default;
 };
 static_assert(sizeof(InputEvent) == 16);
 

@@ -12,20 +12,12 @@
 #include <string>
 #include <vector>
 
+#include "dispatch/input_event.h"
 #include "simulator/settings_file.h"
 
 namespace atd::sim {
 
-// One record of a device file: that of a 32-bit phone, also on a 64-bit desktop.
-struct InputEvent {
-  uint32_t seconds;
-  uint32_t microseconds;
-  uint16_t type;
-  uint16_t code;
-  int32_t value;
-  bool operator==(const InputEvent&) const = default;
-};
-static_assert(sizeof(InputEvent) == 16);
+using atd::InputEvent;
 
 class Input {
  public:
