@@ -14,7 +14,7 @@ int init_socket();
 // Tells the clients that the daemon ends, and stops serving.
 void stop_socket();
 
-// --- Diagnostic tty ---------------------------------------------------------------------------------------------------
+// --- Diagnostic tty -------------------------------------------------------------------------------------------------
 
 // Blocks (any value but 0) or unblocks the diagnostic tty for whoever reads it.
 void set_diag_tty_block(int block);
@@ -70,8 +70,8 @@ int send_event(int fd, unsigned short type, unsigned short code, int value);
 // --- Modem items ----------------------------------------------------------------------------------------------------
 
 // Sends data (at most 2048 bytes) as a record of the modem, or asks for one; its answer in rsp (2048 bytes), the number
-// of bytes in *rsp_len, which may be null. 0, or the error of request_to_system; 1 without a request when data or rsp is
-// null.
+// of bytes in *rsp_len, which may be null. 0, or the error of request_to_system; 1 without a request when data or rsp
+// is null.
 int write_tav_impl(const char* data, int len, char* rsp, int* rsp_len);
 int read_tav_impl(const char* data, int len, char* rsp, int* rsp_len);
 int write_tav_bcpl(const char* data, int len, char* rsp, int* rsp_len);
@@ -99,7 +99,8 @@ int write_tav_idde(const char* data, int len, char* rsp, int* rsp_len);
 int read_tav_meid(char* rsp, int* rsp_len);
 int read_tav_pesn(char* rsp, int* rsp_len);
 
-// Writes or reads an IMEI by the modem's opcode for it; as above. An IMEI written with 116 is kept as factory item 13, too.
+// Writes or reads an IMEI by the modem's opcode for it; as above. An IMEI written with 116 is kept as factory item 13,
+// too.
 int write_tav_imei(int opcode, const char* data, int len, char* rsp, int* rsp_len);
 int read_tav_imei(int opcode, const char* data, int len, char* rsp, int* rsp_len);
 
@@ -127,8 +128,8 @@ int send_modem_data(const char* data, int length);
 // has set to 0; 0, 1 when there is none, or the error of request_to_system.
 int receive_modem_data(char* buffer, int* length);
 
-// Reads or writes the 128 bytes of a numbered item of the modem; 0, -1 without memory, 4 when the modem does not answer, 5
-// when the item is inactive, or the modem's own status.
+// Reads or writes the 128 bytes of a numbered item of the modem; 0, -1 without memory, 4 when the modem does not
+// answer, 5 when the item is inactive, or the modem's own status.
 int tav_diag_nvread(int item, char* data);
 int tav_diag_nvwrite(int item, const char* data);
 
@@ -141,9 +142,9 @@ int get_tav_data_from_modem(int opcode, const char* request, int length, char* r
 int campreq(int band);
 int campreq(char** arguments, int count, char* response);
 
-// Runs a production reset by kind: 0 first production, 1 its check, 2 start day check, 3 and 4 start day init and set, 100
-// return, 101 brand, 102 service return, 103 refurbish, 104 its check; 0 when the modem confirms, 1 when it does not, -1
-// for another kind, or the error of request_to_system.
+// Runs a production reset by kind: 0 first production, 1 its check, 2 start day check, 3 and 4 start day init and set,
+// 100 return, 101 brand, 102 service return, 103 refurbish, 104 its check; 0 when the modem confirms, 1 when it does
+// not, -1 for another kind, or the error of request_to_system.
 int tav_reset_production(int kind);
 
 // --- The modem's file system ----------------------------------------------------------------------------------------

@@ -55,8 +55,8 @@ void modem_exchange(benchmark::State& state) {
 }
 
 void chunks(benchmark::State& state) {
-  state.counters["chunks/s"] = benchmark::Counter(static_cast<double>(state.iterations() * ((kFile + kChunk - 1) / kChunk)),
-                                                  benchmark::Counter::kIsRate);
+  state.counters["chunks/s"] = benchmark::Counter(
+      static_cast<double>(state.iterations() * ((kFile + kChunk - 1) / kChunk)), benchmark::Counter::kIsRate);
 }
 
 void efs_write_file(benchmark::State& state) {

@@ -121,7 +121,8 @@ void many_clients(benchmark::State& state) {
     for (int fd : clients) receive(fd, answer);
     next = (next + 1) % clients.size();
   }
-  state.counters["requests/s"] = benchmark::Counter(static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
+  state.counters["requests/s"] =
+      benchmark::Counter(static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
   for (int fd : clients) close(fd);
 }
 
@@ -136,7 +137,8 @@ long resident_kib() {
 
 long descriptors() {
   long count = 0;
-  for (const auto& entry : std::filesystem::directory_iterator("/proc/" + std::to_string(bench::daemon_pid()) + "/fd")) {
+  for (const auto& entry :
+       std::filesystem::directory_iterator("/proc/" + std::to_string(bench::daemon_pid()) + "/fd")) {
     (void)entry;
     ++count;
   }
@@ -167,6 +169,10 @@ void growth(benchmark::State& state) {
 BENCHMARK(round_trip)->Name("socket/record_round_trip")->Arg(kGetDiagTtyBlock)->Arg(kGetSerialNumber)->UseRealTime();
 BENCHMARK(echo)->Name("socket/bare_echo")->UseRealTime();
 BENCHMARK(many_clients)->Name("socket/clients")->Arg(1)->Arg(8)->Arg(64)->UseRealTime();
-BENCHMARK(growth)->Name("socket/growth_over_100000_requests")->Iterations(1)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(growth)
+    ->Name("socket/growth_over_100000_requests")
+    ->Iterations(1)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
 
 }  // namespace

@@ -23,7 +23,7 @@ int request(int opcode, const char* data, int length, char* response, int* respo
   return request_to_system(opcode, data, length, response, response_length, nullptr);
 }
 
-int item_request(int opcode, const char* data, int length, char* response, int* response_length) {
+int ask(int opcode, const char* data, int length, char* response, int* response_length) {
   if (!data || !response) return RZCMD_FAIL;
   return request(opcode, data, length, response, response_length);
 }
@@ -44,20 +44,20 @@ void mirror(const char* record, int length, int (*get)(char*), int (*set)(const 
 
 }  // namespace
 
-int write_tav_impl(const char* data, int len, char* rsp, int* rsp_len) { return item_request(101, data, len, rsp, rsp_len); }
-int read_tav_impl(const char* data, int len, char* rsp, int* rsp_len) { return item_request(102, data, len, rsp, rsp_len); }
-int write_tav_bcpl(const char* data, int len, char* rsp, int* rsp_len) { return item_request(103, data, len, rsp, rsp_len); }
-int read_tav_bcpl(const char* data, int len, char* rsp, int* rsp_len) { return item_request(104, data, len, rsp, rsp_len); }
-int read_tav_idde(const char* data, int len, char* rsp, int* rsp_len) { return item_request(106, data, len, rsp, rsp_len); }
-int write_tav_otpe(const char* data, int len, char* rsp, int* rsp_len) { return item_request(107, data, len, rsp, rsp_len); }
-int write_tav_fusg(const char* data, int len, char* rsp, int* rsp_len) { return item_request(108, data, len, rsp, rsp_len); }
-int read_tav_fusg(const char* data, int len, char* rsp, int* rsp_len) { return item_request(109, data, len, rsp, rsp_len); }
-int write_tav_cdbe(const char* data, int len, char* rsp, int* rsp_len) { return item_request(110, data, len, rsp, rsp_len); }
-int write_tav_bcpe(const char* data, int len, char* rsp, int* rsp_len) { return item_request(111, data, len, rsp, rsp_len); }
-int write_tav_pid2(const char* data, int len, char* rsp, int* rsp_len) { return item_request(114, data, len, rsp, rsp_len); }
-int read_tav_pid2(const char* data, int len, char* rsp, int* rsp_len) { return item_request(115, data, len, rsp, rsp_len); }
-int write_tav_btad(const char* data, int len, char* rsp, int* rsp_len) { return item_request(122, data, len, rsp, rsp_len); }
-int read_tav_btad(const char* data, int len, char* rsp, int* rsp_len) { return item_request(123, data, len, rsp, rsp_len); }
+int write_tav_impl(const char* data, int len, char* rsp, int* rsp_len) { return ask(101, data, len, rsp, rsp_len); }
+int read_tav_impl(const char* data, int len, char* rsp, int* rsp_len) { return ask(102, data, len, rsp, rsp_len); }
+int write_tav_bcpl(const char* data, int len, char* rsp, int* rsp_len) { return ask(103, data, len, rsp, rsp_len); }
+int read_tav_bcpl(const char* data, int len, char* rsp, int* rsp_len) { return ask(104, data, len, rsp, rsp_len); }
+int read_tav_idde(const char* data, int len, char* rsp, int* rsp_len) { return ask(106, data, len, rsp, rsp_len); }
+int write_tav_otpe(const char* data, int len, char* rsp, int* rsp_len) { return ask(107, data, len, rsp, rsp_len); }
+int write_tav_fusg(const char* data, int len, char* rsp, int* rsp_len) { return ask(108, data, len, rsp, rsp_len); }
+int read_tav_fusg(const char* data, int len, char* rsp, int* rsp_len) { return ask(109, data, len, rsp, rsp_len); }
+int write_tav_cdbe(const char* data, int len, char* rsp, int* rsp_len) { return ask(110, data, len, rsp, rsp_len); }
+int write_tav_bcpe(const char* data, int len, char* rsp, int* rsp_len) { return ask(111, data, len, rsp, rsp_len); }
+int write_tav_pid2(const char* data, int len, char* rsp, int* rsp_len) { return ask(114, data, len, rsp, rsp_len); }
+int read_tav_pid2(const char* data, int len, char* rsp, int* rsp_len) { return ask(115, data, len, rsp, rsp_len); }
+int write_tav_btad(const char* data, int len, char* rsp, int* rsp_len) { return ask(122, data, len, rsp, rsp_len); }
+int read_tav_btad(const char* data, int len, char* rsp, int* rsp_len) { return ask(123, data, len, rsp, rsp_len); }
 
 int read_tav_pid(const char* data, int len, char* rsp, int* rsp_len) {
   return rsp ? request(kPidRead, data, len, rsp, rsp_len) : RZCMD_FAIL;
@@ -79,7 +79,7 @@ int write_tav_imei(int opcode, const char* data, int len, char* rsp, int* rsp_le
   constexpr char kWritten[] = "IMEI WRITE OK";
   constexpr int kWrittenLength = sizeof kWritten - 1;
   int answered = 0;
-  int error = item_request(opcode, data, len, rsp, &answered);
+  int error = ask(opcode, data, len, rsp, &answered);
   if (rsp_len) *rsp_len = answered;
   if (error != 0) {
     SLOGE("Cannot get response. Return error:%d\n", error);
@@ -96,7 +96,7 @@ int write_tav_imei(int opcode, const char* data, int len, char* rsp, int* rsp_le
 
 int read_tav_imei(int opcode, const char* data, int len, char* rsp, int* rsp_len) {
   SLOGI("[READ IMEI]: id= %d", opcode);
-  return item_request(opcode, data, len, rsp, rsp_len);
+  return ask(opcode, data, len, rsp, rsp_len);
 }
 
 void make_imei_chksum(char* imei, int length) {

@@ -91,7 +91,8 @@ bool Logs::reserve_locked(int buffer, size_t size) {
   Buffer& b = buffers_[buffer];
   // Once a second: a person may have emptied or removed the file.
   struct stat status;
-  if (b.fd >= 0 && b.checked != stamp_second_ && (fstat(b.fd, &status) != 0 || status.st_nlink == 0 || status.st_size < static_cast<off_t>(b.size))) {
+  if (b.fd >= 0 && b.checked != stamp_second_ &&
+      (fstat(b.fd, &status) != 0 || status.st_nlink == 0 || status.st_size < static_cast<off_t>(b.size))) {
     b.used = 0;
     close_locked(buffer);
   }

@@ -54,7 +54,8 @@ constexpr Tool kTools[] = {
      "echo \"$2\" > \"$f\"\n"},
     {"logcat",
      "#!/bin/sh\n"
-     "# logcat [-b BUFFER]... [-d] [-c] [-f FILE]: the buffers main, system and crash, or those named, in threadtime form.\n"
+     "# logcat [-b BUFFER]... [-d] [-c] [-f FILE]: the buffers main, system and crash, or those named, in threadtime "
+     "form.\n"
      "cd \"$ATD_ROOT\" || exit 1\n"
      "buffers= clear= out=\n"
      "while [ $# -gt 0 ]; do\n"

@@ -60,7 +60,9 @@ class Peer {
   Peer(const Peer&) = delete;
 
   // Sends bytes in one write.
-  void send(const std::string& bytes) { ASSERT_EQ(ssize_t(bytes.size()), ::send(fd_, bytes.data(), bytes.size(), MSG_NOSIGNAL)); }
+  void send(const std::string& bytes) {
+    ASSERT_EQ(ssize_t(bytes.size()), ::send(fd_, bytes.data(), bytes.size(), MSG_NOSIGNAL));
+  }
 
   // Sends a line with its NUL.
   void line(const std::string& text) { send(text + '\0'); }

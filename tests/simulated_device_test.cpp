@@ -105,7 +105,8 @@ TEST_F(SimulatedDeviceTest, ShellCommandsStayInThePhone) {
   const std::string outside = root_ + "-outside";
   std::ofstream(outside.c_str()) << "x";
   const std::string name = outside.substr(outside.rfind('/') + 1);
-  for (const std::string& command : {"rm -f " + outside, "rm -f ../" + name, "rm -f /data/../../" + name, "cd ..; rm -f " + name}) {
+  for (const std::string& command :
+       {"rm -f " + outside, "rm -f ../" + name, "rm -f /data/../../" + name, "cd ..; rm -f " + name}) {
     os_system(command.c_str());
     EXPECT_TRUE(std::filesystem::exists(outside)) << command;
   }
@@ -119,7 +120,8 @@ TEST_F(SimulatedDeviceTest, ShellCommandsStayInThePhone) {
 
   SLOGI("seen by logcat");
   system_property_set("sys.x", "seen by getprop");
-  EXPECT_EQ(0, os_system("logcat -d -b system -f /data/log.txt; getprop sys.x > /data/prop.txt; getprop ro.model.name >> /data/prop.txt"));
+  EXPECT_EQ(0, os_system("logcat -d -b system -f /data/log.txt; getprop sys.x > /data/prop.txt; getprop ro.model.name "
+                         ">> /data/prop.txt"));
   std::string text;
   ASSERT_TRUE(sim::read_file(device().path("/data/log.txt"), &text));
   EXPECT_NE(std::string::npos, text.find(" I Atd: seen by logcat\n"));

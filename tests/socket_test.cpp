@@ -256,7 +256,8 @@ TEST_F(SilentPhone, Wrappers) {
   device().clock.advance(1'500'000);
   waiting.join();
   EXPECT_FALSE(woken);
-  EXPECT_EQ(0, device().logs.count(LOG_ID_MAIN, ANDROID_LOG_ERROR, "BrcmNfcJni", "CondVar::wait: fail timed wait; error=0x6E"));
+  EXPECT_EQ(0, device().logs.count(LOG_ID_MAIN, ANDROID_LOG_ERROR, "BrcmNfcJni",
+                                   "CondVar::wait: fail timed wait; error=0x6E"));
 
   std::thread signalled(wait);
   device().clock.await_waiters();
@@ -270,7 +271,8 @@ TEST_F(SilentPhone, Wrappers) {
   mutex.lock();
   EXPECT_FALSE(condition.wait(mutex, 10));
   mutex.unlock();
-  EXPECT_EQ(1, device().logs.count(LOG_ID_MAIN, ANDROID_LOG_ERROR, "BrcmNfcJni", "CondVar::wait: fail get time; errno=0x16"));
+  EXPECT_EQ(
+      1, device().logs.count(LOG_ID_MAIN, ANDROID_LOG_ERROR, "BrcmNfcJni", "CondVar::wait: fail get time; errno=0x16"));
 }
 
 }  // namespace

@@ -122,7 +122,8 @@ int AtSocket::sendRequest(const char* text, char* out, unsigned seconds) {
 }
 
 int AtSocket::ProcessAndroidRequest(rzcmd_request* req, rzcmd_response* rsp) {
-  // The platform's answer gets a buffer of its own: a service request may be using reply_text_ on the listener's thread.
+  // The platform's answer gets a buffer of its own: a service request may be using reply_text_ on the listener's
+  // thread.
   char reply[kRecordTextSize] = "";
   if (!enter()) return -1;
   pthread_mutex_lock(&command_lock_);

@@ -29,7 +29,8 @@ int CommandListener::AtCmd::runCommand(SocketClient*, int argc, char** argv) {
     SLOGI("adc test!");
     // Behind "adc" stands one separator; from there the command begins at the first character that can be part of one.
     const char* command = text + strnlen(text, 4);
-    while (*command != '\0' && (static_cast<unsigned char>(*command) <= 32 || static_cast<unsigned char>(*command) >= 128)) {
+    while (*command != '\0' &&
+           (static_cast<unsigned char>(*command) <= 32 || static_cast<unsigned char>(*command) >= 128)) {
       ++command;
     }
     if (*command != '\0') g_AtSocket->SendAtCommand(command);

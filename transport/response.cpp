@@ -31,6 +31,8 @@ bool parse_number(const char* text, int* number) {
   return end != text && *end == '\0';
 }
 
-const char* request_text(const rzcmd_request* req) { return memchr(req->data, '\0', sizeof req->data) ? req->data : ""; }
+const char* request_text(const rzcmd_request* req) {
+  return memchr(req->data, '\0', sizeof req->data) ? req->data : "";
+}
 
 }  // namespace atd

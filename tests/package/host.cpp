@@ -1,4 +1,5 @@
-// A host daemon: host DIR COMMAND serves the phone in the folder DIR while the command runs; its status is the command's.
+// A host daemon: host DIR COMMAND serves the phone in the folder DIR while the command runs; its status is the
+// command's.
 #include <atd.h>
 #include <simulator/simulated_device.h>
 #include <stdio.h>
