@@ -84,13 +84,15 @@ int AtSocket::SendResponse(const char* text) {
   pthread_mutex_lock(&response_lock_);
   memset(response_, 0, kResponseSize);
   memcpy(response_, text, strnlen(text, kResponseSize - 1));
+  unsigned answered = waiting_;
   pthread_mutex_unlock(&response_lock_);
 
   Broadcast(610, "Response OK");
   Broadcast(200, "Response OK");
 
   pthread_mutex_lock(&response_lock_);
-  answered_ = true;
+  // A request that was sent only after this answer had come waits for another one.
+  if (answered != 0 && answered == waiting_) answered_ = true;
   pthread_cond_signal(&response_signal_);
   pthread_mutex_unlock(&response_lock_);
   return 0;
@@ -98,8 +100,8 @@ int AtSocket::SendResponse(const char* text) {
 
 int AtSocket::sendRequest(const char* text, char* out, unsigned seconds) {
   pthread_mutex_lock(&response_lock_);
-  // An answer that nobody waited for belongs to an older request.
   answered_ = false;
+  waiting_ = ++sent_;
   Broadcast(605, text);
   Broadcast(200, text);
 
@@ -110,6 +112,7 @@ int AtSocket::sendRequest(const char* text, char* out, unsigned seconds) {
   while (!answered_ && !stopping_ && result == 0) {
     result = os_cond_timedwait(&response_signal_, &response_lock_, CLOCK_REALTIME, &deadline);
   }
+  waiting_ = 0;
   bool answered = answered_;
   bool timed_out = !answered && !stopping_;
   if (answered) {

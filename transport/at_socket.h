@@ -67,7 +67,9 @@ class AtSocket {
   CommandListener* listener_ = nullptr;
 
   // Under the response lock.
-  bool answered_ = false;  // an answer came since the last request was sent
+  unsigned sent_ = 0;      // requests so far
+  unsigned waiting_ = 0;   // the one that waits for its answer, 0 for none
+  bool answered_ = false;  // its answer has come
   bool stopping_ = false;
   int requests_ = 0;  // under way
 };
