@@ -128,8 +128,8 @@ int send_modem_data(const char* data, int length);
 // has set to 0; 0, 1 when there is none, or the error of request_to_system.
 int receive_modem_data(char* buffer, int* length);
 
-// Reads or writes the 128 bytes of a numbered item of the modem; 0, -1 without memory, 4 when the modem does not
-// answer, 5 when the item is inactive, or the modem's own status.
+// Reads or writes the 128 bytes of a numbered item of the modem; 0, 1 for a null pointer, -1 without memory, 4 when the
+// modem does not answer, 5 when the item is inactive, or the modem's own status.
 int tav_diag_nvread(int item, char* data);
 int tav_diag_nvwrite(int item, const char* data);
 
@@ -137,9 +137,12 @@ int tav_diag_nvwrite(int item, const char* data);
 // pointer, or the error of request_to_system.
 int get_tav_data_from_modem(int opcode, const char* request, int length, char* response, int* response_length);
 
-// Asks the modem to camp on a band (4 to 94, others are left alone with 0) or with arguments, joined by commas, and the
-// answer in response (2048 bytes); 0, 1 when there was no answer, 2 when it does not camp.
+// Asks the modem to camp on a band (4 to 94, others are left alone with 0); 0 when it camps, 2 when it does not or does
+// not answer.
 int campreq(int band);
+
+// Asks the modem to camp by arguments, joined by commas, with its answer in response (2048 bytes); 0, or the error of
+// request_to_system.
 int campreq(char** arguments, int count, char* response);
 
 // Runs a production reset by kind: 0 first production, 1 its check, 2 start day check, 3 and 4 start day init and set,

@@ -77,6 +77,7 @@ void boot_again(const Options& options, const char* log_level, int spare_socket)
   std::vector<const char*> arguments = {"atd", "--device", options.device.c_str(), "--log-level", log_level,
                                         "--rebooted"};
   if (!options.record.empty()) arguments.insert(arguments.end(), {"--record", options.record.c_str()});
+  if (options.console) arguments.push_back("--console");
   arguments.push_back(nullptr);
   execv("/proc/self/exe", const_cast<char**>(arguments.data()));
   fprintf(stderr, "atd: cannot start again: %s\n", strerror(errno));
@@ -142,9 +143,12 @@ int serve(const Options& options, const char* log_level) {
 
   int signal = 0;
   sigwait(&signals, &signal);
-  // A request of the console's has its answer, or its time-out, before the socket goes.
-  console_busy.lock();
+  // Nothing that sleeps, a slow modem above all, holds the end up.
+  device->power.shut();
+  device->clock.release();
   stop_socket();
+  // What the console still runs uses the phone.
+  console_busy.lock();
   device.reset();
   if (signal != kRebootSignal) return 0;
   fprintf(stderr, "atd: phone %s: %s\n", options.device.c_str(), g_ended_by.c_str());

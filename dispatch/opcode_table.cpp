@@ -26,6 +26,14 @@ void text(rzcmd_request* req, rzcmd_response* rsp) {
   handler(request_text(req), rsp);
 }
 
+// With the empty text the handler reads; a payload without its terminator is a write that nobody may take for that.
+template <void (*handler)(const char*, rzcmd_response*)>
+void text_or_none(rzcmd_request* req, rzcmd_response* rsp) {
+  const char* given = request_text(req);
+  if (*given == '\0' && req->data[0] != '\0') return respond(rsp, RZCMD_FAIL);
+  handler(given, rsp);
+}
+
 template <void (*handler)(const char*, int, rzcmd_response*)>
 void bytes(rzcmd_request* req, rzcmd_response* rsp) {
   handler(req->data, bounded_length(req->data_len), rsp);
@@ -91,8 +99,8 @@ constexpr Opcode kOpcodes[] = {
     {4061, "crcwizard_get",            P::none,     A::text,   0,                      not_built},
     {4062, "get_file_crc",             P::none,     A::text,   0,                      not_built},
     {4063, "get_file_dump",            P::none,     A::text,   0,                      not_built},
-    {4064, "automid_imei",             P::optional, A::text,   kModem,                 text<handle_automid_imei>},
-    {4065, "automid_mac",              P::optional, A::text,   0,                      text<handle_automid_mac>},
+    {4064, "automid_imei",             P::optional, A::text,   kModem,                 text_or_none<handle_automid_imei>},
+    {4065, "automid_mac",              P::optional, A::text,   0,                      text_or_none<handle_automid_mac>},
     {4066, "automid_btaddr",           P::optional, A::text,   0,                      not_built},
     {4068, "get_impl",                 P::none,     A::text,   kModem,                 answer<handle_get_impl>},
     {4069, "get_fusg",                 P::none,     A::text,   kModem,                 answer<handle_get_fusg>},

@@ -166,8 +166,8 @@ int read_pid(char* buffer) {
 }
 
 int write_pid(const char* text) {
-  if (!text) return RZCMD_FAIL;
-  // The request carries the length in 16 bits.
+  // Longer than a request is refused, before its length is cut to 16 bits.
+  if (!text || strlen(text) > MAX_RZCMD_REQ_SIZE) return RZCMD_FAIL;
   int error = request(kPidWrite, text, static_cast<uint16_t>(strlen(text)), nullptr, nullptr);
   if (error == RZCMD_FAIL) {
     SLOGE("Cannot get response. Return error:%d\n", error);

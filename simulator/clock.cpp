@@ -21,6 +21,15 @@ struct timespec to_timespec(uint64_t us) {
 
 }  // namespace
 
+Clock::~Clock() {
+  {
+    std::lock_guard guard(lock_);
+    gone_ = true;
+    changed_.notify_all();
+  }
+  if (waker_.joinable()) waker_.join();
+}
+
 void Clock::make_virtual() {
   std::lock_guard guard(lock_);
   struct timespec real, monotonic;
@@ -29,6 +38,22 @@ void Clock::make_virtual() {
   virtual_ = true;
   virtual_now_ = microseconds(monotonic);
   realtime_base_ = static_cast<int64_t>(microseconds(real)) - static_cast<int64_t>(virtual_now_);
+}
+
+// A thread of its own, because what moves the time must not take a lock of the waiter's. Without that lock a wake-up may
+// come just before the waiter waits and be lost, so it comes again until the waiter is gone.
+void Clock::wake_overdue() {
+  std::unique_lock guard(lock_);
+  while (!gone_) {
+    bool overdue = false;
+    for (const TimedWait& wait : timed_waits_) {
+      if (wait.end > virtual_now_) continue;
+      pthread_cond_broadcast(wait.condition);
+      overdue = true;
+    }
+    if (overdue) changed_.wait_for(guard, std::chrono::milliseconds(1));
+    else changed_.wait(guard);
+  }
 }
 
 void Clock::hold_sleeps() {
@@ -91,39 +116,25 @@ void Clock::sleep(uint64_t us) {
 int Clock::timed_wait(pthread_cond_t* condition, pthread_mutex_t* mutex, clockid_t clock,
                       const struct timespec* deadline) {
   if (deadline->tv_nsec < 0 || deadline->tv_nsec >= 1000000000) return EINVAL;
-  uint64_t end;
+  auto wait = timed_waits_.end();
   {
     std::lock_guard guard(lock_);
-    if (!virtual_) end = 0;
-    else end = microseconds(*deadline) - static_cast<uint64_t>(clock == CLOCK_REALTIME ? realtime_base_ : 0);
+    if (virtual_) {
+      uint64_t end = microseconds(*deadline) - static_cast<uint64_t>(clock == CLOCK_REALTIME ? realtime_base_ : 0);
+      wait = timed_waits_.insert(timed_waits_.end(), {condition, end});
+      if (!waker_.joinable()) waker_ = std::thread([this] { wake_overdue(); });
+    }
     ++waiters_;
     changed_.notify_all();
   }
-  int result;
-  if (end == 0) {
-    result = pthread_cond_timedwait(condition, mutex, deadline);
-  } else {
-    // The waker signals the caller's condition and `advance` moves the time without it, so look at the time every
-    // millisecond: short enough for a test, and no lock of the caller's is ever taken from `advance`.
-    do {
-      {
-        std::lock_guard guard(lock_);
-        if (virtual_now_ >= end) {
-          result = ETIMEDOUT;
-          break;
-        }
-      }
-      struct timespec soon;
-      clock_gettime(clock, &soon);
-      soon.tv_nsec += 1000000;
-      if (soon.tv_nsec >= 1000000000) {
-        soon.tv_nsec -= 1000000000;
-        ++soon.tv_sec;
-      }
-      result = pthread_cond_timedwait(condition, mutex, &soon);
-    } while (result == ETIMEDOUT);
-  }
+  // Not in short timed waits of its own: a signal that comes as one of them ends, before it has the mutex again, is lost.
+  const bool timed = wait == timed_waits_.end();
+  int result = timed ? pthread_cond_timedwait(condition, mutex, deadline) : pthread_cond_wait(condition, mutex);
   std::lock_guard guard(lock_);
+  if (!timed) {
+    if (virtual_now_ >= wait->end) result = ETIMEDOUT;
+    timed_waits_.erase(wait);
+  }
   --waiters_;
   return result;
 }

@@ -7,12 +7,16 @@
 #include <time.h>
 
 #include <condition_variable>
+#include <list>
 #include <mutex>
+#include <thread>
 
 namespace atd::sim {
 
 class Clock {
  public:
+  ~Clock();
+
   // From now on a sleep moves the time ahead at once, and a timed wait lasts until it is woken or `advance` passes
   // its deadline.
   void make_virtual();
@@ -38,15 +42,25 @@ class Clock {
   int timed_wait(pthread_cond_t* condition, pthread_mutex_t* mutex, clockid_t clock, const struct timespec* deadline);
 
  private:
+  // A timed wait of the virtual clock, and the time that ends it.
+  struct TimedWait {
+    pthread_cond_t* condition;
+    uint64_t end;
+  };
+
+  void wake_overdue();
 
   mutable std::mutex lock_;
   std::condition_variable changed_;
   bool virtual_ = false;
   bool hold_ = false;
   bool released_ = false;
+  bool gone_ = false;
   uint64_t virtual_now_ = 0;  // microseconds, the same for both clocks but for the epoch below
   int64_t realtime_base_ = 0;
   int waiters_ = 0;
+  std::list<TimedWait> timed_waits_;
+  std::thread waker_;  // of timed waits, from the first one on
   uint64_t slept_ = 0;
 };
 

@@ -138,6 +138,7 @@ const Case kCases[] = {
     {"MAC write", 4065, "0a1B2c3D4e5Fxyz", 6, std::string(6, '\0'), 0, "", "\x0a\x1b\x2c\x3d\x4e\x5f"},
     {"MAC write, foreign character", 4065, "0a1B2c3D4e5G", 6, "keepme", 1, "", "keepme"},
     {"MAC write, short", 4065, "0a1B", 6, "keepme", 1, "", "keepme"},
+    {"MAC write without a terminator", 4065, std::string(2048, 'A'), 6, "keepme", 1, "", "keepme"},
     {"MAC read", 4065, "", 6, "\x0a\x1b\x2c\x3d\x4e\xff", 0, "0A1B2C3D4EFF", "\x0a\x1b\x2c\x3d\x4e\xff"},
     {"MAC of zeros", 4065, "", 6, std::string(6, '\0'), 1, "", std::string(6, '\0')},
 };

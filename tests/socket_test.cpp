@@ -180,6 +180,25 @@ TEST_F(ServedPhone, APlatformRequestIsAnswered) {
   EXPECT_EQ(0, memcmp(&answer, &rsp, sizeof rsp));
 }
 
+TEST_F(ServedPhone, AnAnswerOrARequestThatClaimsMoreThanCame) {
+  const rzcmd_response claims = {0, 100, 0, "short"};
+  for (const std::string& text : {""s, "!!!!"s, "QUJD"s, encoded(&claims, 17)}) {
+    int result = -1, length = 0;
+    char out[2048];
+    std::thread asking([&] { result = request_to_system(1013, nullptr, 0, out, &length, nullptr); });
+    service_->next(2);
+    service_->line("atresponse " + text);
+    service_->next(2);
+    asking.join();
+    EXPECT_EQ(1, result) << text;
+    EXPECT_EQ(-1, length) << text;
+  }
+  init_modem_interface(0);
+  const std::string imei = "490154203237518";
+  EXPECT_EQ(0, ask(request_text(4293, imei, 2000)).result);
+  EXPECT_EQ((sim::ModemRequest{116, imei}), device().modem.requests().back());
+}
+
 TEST_F(ServedPhone, APlatformRequestTimesOutAfterTenSeconds) {
   rzcmd_request req = {1013, 0, ""};
   rzcmd_response rsp = {};

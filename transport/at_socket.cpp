@@ -3,6 +3,7 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include <algorithm>
 #include <new>
 
 #include "platform/log.h"
@@ -133,7 +134,9 @@ int AtSocket::ProcessAndroidRequest(rzcmd_request* req, rzcmd_response* rsp) {
   memset(request_text_, 0, kRecordTextSize);
   base64_encode(req, kRequestHeaderSize + bounded_length(req->data_len), request_text_);
   int result = sendRequest(request_text_, reply, kAndroidTimeoutSeconds);
-  base64_decode(reply, rsp, sizeof *rsp);
+  int length = base64_decode(reply, rsp, sizeof *rsp);
+  // An answer that is no whole record is none: its length tells the reader so.
+  if (result == 0 && length < kResponseHeaderSize + bounded_length(rsp->data_len)) *rsp = {.data_len = -1};
   pthread_mutex_unlock(&command_lock_);
   leave();
   return result;
@@ -166,7 +169,9 @@ int AtSocket::RequestFromAndroid(const char* text) {
   pthread_mutex_lock(&service_request_lock_);
   rzcmd_request req = {};
   rzcmd_response rsp = {};
-  base64_decode(text, &req, sizeof req);
+  int length = base64_decode(text, &req, sizeof req);
+  // No handler is told of more than came.
+  if (req.data_len > 0) req.data_len = std::min(req.data_len, std::max(0, length - kRequestHeaderSize));
   request_from_android(&req, &rsp);
   memset(reply_text_, 0, kRecordTextSize);
   base64_encode(&rsp, kResponseHeaderSize + bounded_length(rsp.data_len), reply_text_);

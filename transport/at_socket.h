@@ -38,7 +38,8 @@ class AtSocket {
   // go to `out` (4096 bytes, terminated); 0, or -1 on time-out or when the broker ends, with `out` untouched.
   int sendRequest(const char* text, char* out, unsigned seconds);
 
-  // Sends a request to the service and decodes its answer into *rsp, which the caller has cleared; 0, or -1 when none
+  // Sends a request to the service and decodes its answer into *rsp, which the caller has cleared; 0, with data_len -1
+  // when the answer is no whole record, or -1 when none
   // came within 10 seconds or the broker ends. On the listener's own thread no answer can come.
   int ProcessAndroidRequest(rzcmd_request* req, rzcmd_response* rsp);
 
