@@ -11,7 +11,7 @@
 #include "atd.h"
 #include "platform/modem_interface.h"
 #include "simulator/simulated_device.h"
-#include "transport/records.h"
+#include "platform/records.h"
 
 namespace {
 

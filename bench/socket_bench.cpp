@@ -18,7 +18,7 @@
 
 #include "bench/peers.h"
 #include "transport/base64.h"
-#include "transport/records.h"
+#include "platform/records.h"
 
 namespace {
 

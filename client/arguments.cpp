@@ -8,46 +8,19 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <numeric>
-#include <utility>
 
-#include "transport/records.h"
+#include "desk/nearest.h"
+#include "desk/words.h"
+#include "platform/records.h"
 
 namespace atd::client {
-namespace {
-
-// Letters to put in, take out or change to get from one to the other, case aside.
-size_t distance(const std::string& a, const std::string& b) {
-  std::vector<size_t> row(b.size() + 1);
-  std::iota(row.begin(), row.end(), 0);
-  for (size_t i = 0; i < a.size(); ++i) {
-    size_t diagonal = std::exchange(row[0], i + 1);
-    for (size_t j = 0; j < b.size(); ++j) {
-      size_t changed = diagonal + (tolower(a[i]) != tolower(b[j]));
-      diagonal = row[j + 1];
-      row[j + 1] = std::min({changed, row[j] + 1, row[j + 1] + 1});
-    }
-  }
-  return row.back();
-}
-
-// The number of a digit, 16 for what is none.
-unsigned digit(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  return 16;
-}
-
-}  // namespace
-
 Failure parse_opcode(const std::string& text, int32_t* opcode) {
   if (const Opcode* row = find_opcode(text.c_str())) {
     *opcode = row->number;
     return {};
   }
   bool is_signed = text.starts_with('-') || text.starts_with('+');
-  if (text.size() > is_signed && digit(text[is_signed]) < 10) {
+  if (text.size() > is_signed && isdigit(static_cast<unsigned char>(text[is_signed]))) {
     bool is_hex = text.compare(is_signed, 2, "0x") == 0 || text.compare(is_signed, 2, "0X") == 0;
     char* end = nullptr;
     errno = 0;
@@ -56,33 +29,12 @@ Failure parse_opcode(const std::string& text, int32_t* opcode) {
       *opcode = static_cast<int32_t>(number);
       return {};
     }
-    return {kUsage, "\"" + text + "\" is no opcode: a number from -2147483648 to 2147483647, or 0x and up to 8 digits"};
+    return {kUsage, "\"" + text + "\" is not an opcode: write a number from -2147483648 to 2147483647, or 0x and up to 8 digits"};
   }
-  std::string nearest;
-  for (const std::string& name : nearest_names(text, 3)) nearest += (nearest.empty() ? " " : ", ") + name;
-  return {kUsage, "no request is named \"" + text + "\"; nearest:" + nearest + "; \"atdctl ops\" lists all"};
-}
-
-std::vector<std::string> nearest_names(const std::string& name, size_t count) {
-  std::vector<std::pair<size_t, std::string>> found;
-  for (const Opcode& row : opcodes()) {
-    size_t away = distance(name, row.name);
-    // A part of a name, as "imei", counts as near to it.
-    if (name.size() > 2 && std::string(row.name).find(name) != std::string::npos) away /= 4;
-    found.emplace_back(away, row.name);
-  }
-  std::stable_sort(found.begin(), found.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
   std::vector<std::string> names;
-  for (size_t i = 0; i < found.size() && i < count; ++i) names.push_back(found[i].second);
-  return names;
-}
-
-bool take_hex_pair(std::string_view* text, std::string* bytes) {
-  unsigned high = text->empty() ? 16 : digit((*text)[0]), low = text->size() < 2 ? 16 : digit((*text)[1]);
-  if (high > 15 || low > 15) return false;
-  *bytes += static_cast<char>(high << 4 | low);
-  text->remove_prefix(2);
-  return true;
+  for (const Opcode& row : opcodes()) names.push_back(row.name);
+  return {kUsage, "no request is named \"" + text + "\"; nearest: " + listed(nearest(text, names, 3)) +
+                      "; \"atdctl ops\" lists all"};
 }
 
 Failure parse_hex(const std::string& text, std::string* bytes) {

@@ -2,8 +2,8 @@
 
 #include <CLI/CLI.hpp>
 
-#include "client/answers.h"
 #include "client/commands.h"
+#include "desk/answer_rows.h"
 
 namespace atd::client {
 namespace {
@@ -104,7 +104,8 @@ void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
   add_watch(command, "End after so many commands and requests");
   command->add_option("--answers", options.watch.answers, "Rows of answers, as serve --help explains; none: result 0")
       ->option_text("FILE");
-  command->footer(kAnswerRows);
+  command->footer("The file has rows; the first that matches counts:\n\n" + answer_row_help(RowsOf::platform) +
+                  "Lines that begin with # are skipped. Any other request is answered with result 0 and no data.");
 
   command = add("replay", "Play what the clients in a recording said, and compare the answers",
                 [&, target] { return run_replay(target(), options.replay); });

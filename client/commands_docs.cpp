@@ -182,9 +182,8 @@ int run_completion(const CLI::App& app) {
 
 int run_dictionary() {
   std::string out = "# The socket's lines, and every opcode as a record's first bytes and as a whole line.\n";
-  for (const char* word : {"atcommand ", "atresponse ", "atsrequest ", "initialize", "adc "}) {
-    out += "\"" + std::string(word) + "\"\n";
-  }
+  for (const std::string word : {kCommandWord, kResponseWord, kRequestWord, kSend}) out += "\"" + word + " \"\n";
+  out += std::string("\"") + kInitialize + "\"\n";
   for (const Opcode& row : opcodes()) {
     std::string number;
     for (int shift = 0; shift < 32; shift += 8) number += dictionary_byte(static_cast<unsigned>(row.number) >> shift);
@@ -212,8 +211,8 @@ int run_manual(const CLI::App& app) {
   for (const Opcode& row : opcodes()) {
     out << row.number << "\t" << roff(row.name) << "\t" << roff(to_text(row.payload)) << "\t"
         << roff(to_text(row.answer)) << "\t" << (row.effects & kDestructive ? "D" : "")
-        << (row.effects & kModem ? "M" : "") << (state(row) == State::not_built ? "N" : "")
-        << (state(row) == State::unsupported ? "U" : "") << "\n";
+        << (row.effects & kModem ? "M" : "") << (row.state == State::not_built ? "N" : "")
+        << (row.state == State::unsupported ? "U" : "") << "\n";
   }
   out << ".TE\n.PP\nFlags: D, destructive: restarts the phone, or changes or erases what cannot be read back;\n"
       << "M, needs the modem; N, not built yet; U, not supported on this device.\n"

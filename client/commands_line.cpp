@@ -73,7 +73,7 @@ class RawConversation {
     if (int error = connection_.send(line, deadline)) {
       return error == ETIMEDOUT ? timed_out(target_, "no room for the line") : went_away(target_);
     }
-    bool is_request = line.starts_with("atsrequest ");
+    bool is_request = line.starts_with(std::string(kRequestWord) + " ");
     Message message;
     for (;;) {
       Deadline limit = is_request ? deadline : std::min(deadline, in_seconds(quiet_));
@@ -99,13 +99,13 @@ int run_send(const Target& target, const std::string& text) {
   if (sent_on.empty()) {
     return complain({kUsage, "nothing to send: an AT command has a character above 32 and below 128, as AT+CSQ"});
   }
-  return run_line(target, "atcommand adc " + quote(text), [&](const Message& message) {
+  return run_line(target, send_line(text), [&](const Message& message) {
     return message.code == kPlatformCode && message.text == sent_on;
   });
 }
 
 int run_initialize(const Target& target) {
-  return run_line(target, "atcommand initialize",
+  return run_line(target, initialize_line(),
                   [](const Message& message) { return message.code == kReadyCode; });
 }
 

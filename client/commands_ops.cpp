@@ -38,8 +38,8 @@ int run_ops(bool json) {
   std::array<int, 3> counts = {};  // by State
   for (const Opcode& row : opcodes()) {
     lines.push_back({std::to_string(row.number), row.name, to_text(row.payload), to_text(row.answer),
-                     effects_text(row.effects), to_text(state(row))});
-    ++counts[static_cast<size_t>(state(row))];
+                     effects_text(row.effects), to_text(row.state)});
+    ++counts[static_cast<size_t>(row.state)];
   }
   std::array<size_t, 6> widths = {};
   for (const Cells& cells : lines) {
@@ -47,7 +47,7 @@ int run_ops(bool json) {
   }
   bool colourful = is_colourful();
   for (size_t n = 0; n < lines.size(); ++n) {
-    bool missing = n > 0 && state(opcodes()[n - 1]) == State::not_built;
+    bool missing = n > 0 && opcodes()[n - 1].state == State::not_built;
     std::string text = missing ? "! " : "  ";
     for (size_t i = 0; i < lines[n].size(); ++i) {
       std::string padding(widths[i] - lines[n][i].size(), ' ');

@@ -14,12 +14,16 @@ using Kind = Event::Kind;
 // What a client sent, short enough for a line.
 std::string input_text(const std::string& bytes) {
   constexpr size_t kShort = 60;
-  constexpr std::string_view kRequestWord = "atsrequest ";
+  const std::string word = std::string(kRequestWord) + " ";
   std::string line = bytes.substr(0, bytes.find('\0'));
-  std::string text = line.starts_with(kRequestWord) ? line.substr(kRequestWord.size()) : "";
+  std::string text = line.starts_with(word) ? line.substr(word.size()) : "";
   Request request;
   if (decode_request(text, &request)) return message_text({kPlatformCode, text, ""});
   return visible(line.substr(0, kShort)) + (line.size() > kShort ? "..." : "");
+}
+
+std::chrono::nanoseconds time_of(const Event& event) {
+  return std::chrono::seconds(event.time.tv_sec) + std::chrono::nanoseconds(event.time.tv_nsec);
 }
 
 class Replay {
@@ -35,8 +39,7 @@ class Replay {
     const Deadline begin = std::chrono::steady_clock::now();
     for (const Event& event : events_) {
       event_ = &event;
-      std::chrono::duration<double> since(event.time - events_[0].time);
-      if (arguments_.realtime) clients_.pass_time(begin + std::chrono::duration_cast<Deadline::duration>(since));
+      if (arguments_.realtime) clients_.pass_time(begin + (time_of(event) - time_of(events_[0])));
       int status = play();
       if (status != kOk) return status;
     }

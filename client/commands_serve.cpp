@@ -3,10 +3,12 @@
 
 #include <algorithm>
 
-#include "client/answers.h"
 #include "client/commands.h"
+#include "client/input.h"
 #include "client/json.h"
 #include "client/stop_signals.h"
+#include "desk/answer_rows.h"
+#include "desk/words.h"
 
 namespace atd::client {
 namespace {
@@ -20,7 +22,7 @@ class Platform {
     StopSignals signals;
     deadline_ = in_seconds(target_.timeout);
     Failure failure = connect(connection_, target_, deadline_);
-    if (!failure) failure = say("atcommand initialize", deadline_);
+    if (!failure) failure = say(initialize_line(), deadline_);
     while (!failure && !is_done()) {
       Message message;
       Wait wait = connection_.next(&message, next_deadline(), signals.fd());
@@ -64,8 +66,10 @@ class Platform {
                            : "command " + visible(message.text) + "\n");
       return;
     }
-    const AnswerRow* row = find_answer(rows_, request);
-    const AnswerRow answer = row == nullptr ? AnswerRow() : *row;
+    auto row = std::find_if(rows_.begin(), rows_.end(), [&](const AnswerRow& candidate) {
+      return matches(candidate, request.opcode, request.payload);
+    });
+    const AnswerRow answer = row == rows_.end() ? AnswerRow() : *row;
     if (answer.answers) due_.push_back({in_seconds(answer.delay_ms / 1000.0), answer.response});
     if (arguments_.json) {
       show(request_json(now(), seen_, message, answer.answers ? &answer.response : nullptr));
@@ -120,7 +124,13 @@ class Platform {
 int run_serve(const Target& target, const WatchArguments& arguments) {
   std::vector<AnswerRow> rows;
   Failure failure;
-  if (!arguments.answers.empty()) failure = read_answers(arguments.answers, &rows);
+  if (!arguments.answers.empty()) {
+    failure = read_lines(arguments.answers, [&](int, const std::string& line) -> std::string {
+      const size_t begin = line.find_first_not_of(kSpaces);
+      if (begin == line.npos || line[begin] == '#') return "";
+      return parse_answer_row(line, RowsOf::platform, &rows.emplace_back());
+    });
+  }
   return failure ? complain(failure) : Platform(target, arguments, rows).run();
 }
 

@@ -2,6 +2,8 @@
 
 #include <iterator>
 
+#include "desk/words.h"
+
 namespace atd::client {
 namespace {
 
@@ -35,7 +37,7 @@ std::string data_text(const std::string& data) {
   switch (shape_of(nullptr, data)) {
     case Shape::none: return "";
     case Shape::text: return ": \"" + visible(data) + "\"";
-    default: return ": hex " + hex(data);
+    default: return ": hex " + to_hex(data);
   }
 }
 

@@ -7,7 +7,8 @@
 #include <vector>
 
 #include "client/output.h"
-#include "client/wire.h"
+#include "desk/message.h"
+#include "desk/records.h"
 
 namespace atd::client {
 

@@ -4,16 +4,16 @@
 #include <fcntl.h>
 #include <linux/sockios.h>
 #include <poll.h>
-#include <string.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <thread>
+
+#include "desk/socket_address.h"
 
 namespace atd::client {
 namespace {
@@ -27,23 +27,6 @@ std::chrono::nanoseconds left_until(Deadline deadline) {
   return std::max<std::chrono::nanoseconds>(deadline - std::chrono::steady_clock::now(), 0ns);
 }
 
-// Fills in the address; 0 or an error number. A path that does not fit goes through its folder's descriptor, which is
-// left in *folder for the caller to close after it has connected.
-int fill_address(const std::string& path, sockaddr_un* address, int* folder) {
-  std::string name = path;
-  if (path.size() >= sizeof address->sun_path) {
-    size_t slash = path.rfind('/');
-    std::string parent = slash == std::string::npos ? "." : path.substr(0, slash + 1);
-    *folder = ::open(parent.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
-    if (*folder < 0) return errno;
-    name = "/proc/self/fd/" + std::to_string(*folder) + "/" + path.substr(slash + 1);
-    if (name.size() >= sizeof address->sun_path) return ENAMETOOLONG;
-  }
-  address->sun_family = AF_UNIX;
-  memcpy(address->sun_path, name.c_str(), name.size() + 1);
-  return 0;
-}
-
 }  // namespace
 
 Deadline in_seconds(double seconds) {
@@ -54,20 +37,18 @@ Deadline in_seconds(double seconds) {
 
 int Connection::open(const std::string& path, Deadline deadline) {
   close();
-  sockaddr_un address = {};
-  int folder = -1;
-  int error = fill_address(path, &address, &folder);
+  const SocketAddress address(path);
+  int error = address.error();
   if (error == 0) {
     fd_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     if (fd_ < 0) error = errno;
   }
-  while (error == 0 && connect(fd_, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
+  while (error == 0 && connect(fd_, address.get(), address.size()) != 0) {
     // A full queue in front of a busy daemon says EAGAIN, and poll() can't wait for it.
     if (errno != EAGAIN && errno != EINTR) error = errno;
     else if (left_until(deadline) == 0ns) error = ETIMEDOUT;
     else std::this_thread::sleep_for(std::min<std::chrono::nanoseconds>(10ms, left_until(deadline)));
   }
-  if (folder >= 0) ::close(folder);
   if (error != 0) close();
   return error;
 }

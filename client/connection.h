@@ -4,7 +4,8 @@
 #include <chrono>
 #include <string>
 
-#include "client/wire.h"
+#include "desk/message.h"
+#include "transport/wire.h"
 
 namespace atd::client {
 

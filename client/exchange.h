@@ -6,7 +6,8 @@
 
 #include "client/connection.h"
 #include "client/output.h"
-#include "client/wire.h"
+#include "desk/message.h"
+#include "desk/records.h"
 
 namespace atd::client {
 

@@ -1,7 +1,9 @@
 #include "client/input.h"
 
 #include <errno.h>
+#include <fcntl.h>
 #include <poll.h>
+#include <string.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -30,6 +32,22 @@ bool InputLines::take(std::string* line) {
   *line = pending_.substr(begin_, end - begin_);
   begin_ = end + 1;
   return true;
+}
+
+Failure read_lines(const std::string& file, const std::function<std::string(int number, const std::string& line)>& take) {
+  const bool is_input = file == "-";
+  const int fd = is_input ? STDIN_FILENO : open(file.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return {kUsage, file + ": " + strerror(errno)};
+  Failure failure;
+  InputLines lines(fd);
+  std::string line;
+  for (int number = 1; !failure && lines.take(&line); ++number) {
+    const std::string wrong = take(number, line);
+    if (!wrong.empty()) failure = {kUsage, file + ":" + std::to_string(number) + ": " + wrong};
+  }
+  if (!failure && lines.error() != 0) failure = {kUsage, file + ": " + strerror(lines.error())};
+  if (!is_input) close(fd);
+  return failure;
 }
 
 }  // namespace atd::client

@@ -1,7 +1,10 @@
 // Lines of a file or of standard input, read without a buffer that would hide them from poll().
 #pragma once
 
+#include <functional>
 #include <string>
+
+#include "client/output.h"
 
 namespace atd::client {
 
@@ -15,7 +18,7 @@ class InputLines {
   // Reads what there is, and waits when there is nothing yet.
   void fill();
 
-  // Takes the next line without its line feed, at the end the rest that has none; false behind the last.
+  // Takes the next line without its line feed, at the end the rest that has none; false after the last.
   bool take(std::string* line);
 
   // The error number of the read that ended the lines, 0 when they ended by themselves.
@@ -28,5 +31,9 @@ class InputLines {
   bool ended_ = false;
   int error_ = 0;
 };
+
+// Hands the lines of a file, "-" for standard input, to `take` with their numbers, 1 for the first, until it says what
+// is wrong with one; kUsage with that as "FILE:LINE: what is wrong", or when the file cannot be read.
+Failure read_lines(const std::string& file, const std::function<std::string(int number, const std::string& line)>& take);
 
 }  // namespace atd::client

@@ -3,6 +3,8 @@
 #include <nlohmann/json.hpp>
 
 #include "client/output.h"
+#include "desk/recording.h"
+#include "desk/words.h"
 
 namespace atd::client {
 namespace {
@@ -24,7 +26,7 @@ void put_data(Json& json, const Opcode* row, const std::string& data) {
   json["data_len"] = data.size();
   json["text"] = shape == Shape::text ? Json(text_of(data)) : Json();
   json["byte"] = shape == Shape::byte ? Json(static_cast<unsigned char>(data[0])) : Json();
-  json["hex"] = data.empty() ? Json() : Json(hex(data));
+  json["hex"] = data.empty() ? Json() : Json(to_hex(data));
 }
 
 void put_response(Json& json, const Opcode* row, const Response& response) {
@@ -70,7 +72,8 @@ std::string opcode_json(const Opcode& row) {
   json["answer"] = to_text(row.answer);
   json["destructive"] = (row.effects & kDestructive) != 0;
   json["modem"] = (row.effects & kModem) != 0;
-  json["state"] = to_text(state(row));
+  json["state"] = to_text(row.state);
+  json["summary"] = row.summary;
   return to_line(json);
 }
 
@@ -100,15 +103,6 @@ std::string request_json(const timespec& time, int sequence, const Message& mess
   json["answer"] = nullptr;
   if (answer != nullptr) put_response(json["answer"], nullptr, *answer);
   return to_line(json);
-}
-
-std::string iso_time(const timespec& time) {
-  tm utc;
-  char seconds[32], whole[64];
-  gmtime_r(&time.tv_sec, &utc);
-  strftime(seconds, sizeof seconds, "%Y-%m-%dT%H:%M:%S", &utc);
-  snprintf(whole, sizeof whole, "%s.%06ldZ", seconds, time.tv_nsec / 1000);
-  return whole;
 }
 
 }  // namespace atd::client

@@ -7,7 +7,8 @@
 
 #include <string>
 
-#include "client/wire.h"
+#include "desk/message.h"
+#include "desk/records.h"
 #include "dispatch/opcode_table.h"
 
 namespace atd::client {
@@ -26,8 +27,5 @@ std::string message_json(const timespec& time, int sequence, const Message& mess
 
 // A message to the platform likewise, and the answer to it; null for none.
 std::string request_json(const timespec& time, int sequence, const Message& message, const Response* answer);
-
-// The time as ISO 8601 in UTC, with microseconds.
-std::string iso_time(const timespec& time);
 
 }  // namespace atd::client

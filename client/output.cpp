@@ -5,7 +5,8 @@
 #include <algorithm>
 #include <iterator>
 
-#include "transport/records.h"
+#include "desk/words.h"
+#include "platform/records.h"
 
 namespace atd::client {
 namespace {
@@ -29,18 +30,11 @@ constexpr size_t kShortHex = 24;  // bytes of a payload that a line of text has 
 
 // Bytes of the UTF-8 character at `at`, 0 when there is none that can be shown.
 size_t character_size(const std::string& text, size_t at) {
-  auto byte = [&](size_t i) { return i < text.size() ? static_cast<unsigned char>(text[i]) : 0u; };
-  unsigned first = byte(at);
-  if (first < 0x80) return first >= ' ' && first != 0x7f ? 1 : 0;
-  if (first < 0xc2 || first > 0xf4) return 0;
-  size_t size = first < 0xe0 ? 2 : first < 0xf0 ? 3 : 4;
-  for (size_t i = 1; i < size; ++i) {
-    if ((byte(at + i) & 0xc0) != 0x80) return 0;
-  }
-  bool control = first == 0xc2 && byte(at + 1) < 0xa0;
-  bool overlong = (first == 0xe0 && byte(at + 1) < 0xa0) || (first == 0xf0 && byte(at + 1) < 0x90);
-  bool no_scalar = (first == 0xed && byte(at + 1) >= 0xa0) || (first == 0xf4 && byte(at + 1) >= 0x90);
-  return control || overlong || no_scalar ? 0 : size;
+  const size_t size = utf8_size(text, at);
+  const unsigned char first = size > 0 ? static_cast<unsigned char>(text[at]) : 0;
+  const bool control = first < ' ' || first == 0x7f;
+  const bool second_control = first == 0xc2 && static_cast<unsigned char>(text[at + 1]) < 0xa0;
+  return control || second_control ? 0 : size;
 }
 
 bool is_printable(const std::string& text) {
@@ -68,7 +62,7 @@ std::string byte_text(const std::string& data) {
 std::string short_data(const std::string& data, Shape shape) {
   if (shape == Shape::text) return "\"" + visible(text_of(data)) + "\"";
   if (shape == Shape::byte) return byte_text(data);
-  return hex(data.substr(0, kShortHex)) + (data.size() > kShortHex ? "..." : "");
+  return to_hex(data.substr(0, kShortHex)) + (data.size() > kShortHex ? "..." : "");
 }
 
 std::string with_data(std::string line, const std::string& data) {
@@ -115,12 +109,6 @@ Shape shape_of(const Opcode* row, const std::string& data) {
 }
 
 std::string text_of(const std::string& data) { return data.substr(0, data.find_last_not_of('\0') + 1); }
-
-std::string hex(const std::string& bytes) {
-  std::string text;
-  for (unsigned char byte : bytes) text += format("%02x", byte);
-  return text;
-}
 
 std::string hexdump(const std::string& bytes) {
   constexpr size_t kPerLine = 16;
@@ -175,7 +163,7 @@ std::string opcode_title(int32_t opcode) {
 std::string answer_text(int32_t opcode, const Response& response) {
   const Opcode* row = find_opcode(opcode);
   std::string text = opcode_title(opcode) + ": " + result_name(response.result);
-  if (response.result == kNotSupported && row != nullptr && state(*row) == State::not_built) {
+  if (response.result == kNotSupported && row != nullptr && row->state == State::not_built) {
     text += " (not in this build yet)";
   }
   if (response.result_status != 0) text += ", status " + std::to_string(response.result_status);

@@ -7,7 +7,8 @@
 #include <span>
 #include <string>
 
-#include "client/wire.h"
+#include "desk/message.h"
+#include "desk/records.h"
 #include "dispatch/opcode_table.h"
 
 namespace atd::client {
@@ -58,9 +59,6 @@ Shape shape_of(const Opcode* row, const std::string& data);
 
 // The text in an answer's data, without the NULs that may pad it.
 std::string text_of(const std::string& data);
-
-// Two hex digits a byte, without blanks.
-std::string hex(const std::string& bytes);
 
 // Lines of an offset, sixteen bytes in hex, and their characters.
 std::string hexdump(const std::string& bytes);

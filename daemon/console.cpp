@@ -10,7 +10,7 @@
 
 #include "atd.h"
 #include "simulator/simulated_device.h"
-#include "transport/records.h"
+#include "platform/records.h"
 
 namespace {
 

@@ -20,6 +20,7 @@
 #include <vector>
 
 #include "atd.h"
+#include "daemon/boot.h"
 #include "daemon/console.h"
 #include "simulator/simulated_device.h"
 
@@ -106,7 +107,7 @@ int serve(const Options& options, const char* log_level) {
     return 1;
   }
   if (!options.record.empty()) {
-    device->sockets.record = atd::sim::SocketRecord::open(options.record, &error);
+    device->sockets.record = atd::sim::SocketRecord::open(options.record, device->clock, &error);
     if (!device->sockets.record) {
       fprintf(stderr, "atd: %s\n", error.c_str());
       return 1;
@@ -121,11 +122,7 @@ int serve(const Options& options, const char* log_level) {
   });
   // Whatever level is asked for, the reason why the daemon cannot start is shown.
   device->logs.echo(std::min(options.log_level, static_cast<int>(ANDROID_LOG_ERROR)));
-  init_factory_item(0);
-  init_modem_interface(0);
-  imei_check_on_boot();
-  meid_check_on_boot();
-  init_socket();
+  atd::boot();
   device->logs.echo(options.log_level);
   if (options.log_level <= ANDROID_LOG_INFO) {
     fprintf(stderr, "atd: phone %s is up; talk to it with: atdctl --device %s\n", device->root().c_str(),

@@ -2,6 +2,7 @@
 #include <signal.h>
 
 #include "atd.h"
+#include "daemon/boot.h"
 
 int main() {
   // Blocked before the first thread starts, so that every thread leaves it to sigwait.
@@ -12,12 +13,7 @@ int main() {
   // A client that is gone is an error of the write, not the end of the daemon.
   signal(SIGPIPE, SIG_IGN);
 
-  // None of these failures keeps the daemon from its socket: most requests still work, and the modem is asked again.
-  init_factory_item(0);
-  init_modem_interface(0);
-  imei_check_on_boot();
-  meid_check_on_boot();
-  init_socket();
+  atd::boot();
 
   int signal_number;
   sigwait(&stop, &signal_number);

@@ -6,19 +6,13 @@ struct rzcmd_response;
 
 namespace atd {
 
-// Answers an operation that this device does not support: result 2 and nothing else.
-void not_supported(rzcmd_request* req, rzcmd_response* rsp);
-
-// Answers an operation that this build does not contain yet: result 2 and nothing else.
-void not_built(rzcmd_request* req, rzcmd_response* rsp);
-
 // Blocks (any value but 0) or unblocks the diagnostic tty with the first payload byte.
 void handle_set_diag_tty_block(rzcmd_request* req, rzcmd_response* rsp);
 
 // Answers one byte 0, whatever the state is: stations rely on that.
-void handle_get_diag_tty_block(rzcmd_request* req, rzcmd_response* rsp);
+void handle_get_diag_tty_block(rzcmd_response* rsp);
 
 // Marks the sniff download data, sets the factory status to 2 and restarts the phone; result 1 when that fails.
-void handle_sniff_w_mid(int opcode, rzcmd_response* rsp);
+void handle_sniff_w_mid(rzcmd_response* rsp);
 
 }  // namespace atd

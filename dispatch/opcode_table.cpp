@@ -4,167 +4,238 @@
 
 #include <algorithm>
 
-#include "atd.h"
-#include "connectivity/address.h"
 #include "dispatch/handlers.h"
 #include "factory/item_handlers.h"
 #include "factory/modem_handlers.h"
-#include "transport/response.h"
+#include "reset/reset_handlers.h"
+#include "system/power_handlers.h"
 
 namespace atd {
 
 namespace {
 
-// A handler is one of three shapes; each stands in the table as a function of both records.
-template <void (*handler)(rzcmd_response*)>
-void answer(rzcmd_request*, rzcmd_response* rsp) {
-  handler(rsp);
-}
-
-template <void (*handler)(const char*, rzcmd_response*)>
-void text(rzcmd_request* req, rzcmd_response* rsp) {
-  handler(request_text(req), rsp);
-}
-
-// With the empty text the handler reads; a payload without its terminator is a write that nobody may take for that.
-template <void (*handler)(const char*, rzcmd_response*)>
-void text_or_none(rzcmd_request* req, rzcmd_response* rsp) {
-  const char* given = request_text(req);
-  if (*given == '\0' && req->data[0] != '\0') return respond(rsp, RZCMD_FAIL);
-  handler(given, rsp);
-}
-
-template <void (*handler)(const char*, int, rzcmd_response*)>
-void bytes(rzcmd_request* req, rzcmd_response* rsp) {
-  handler(req->data, bounded_length(req->data_len), rsp);
-}
-
-template <void (*handler)(int, rzcmd_response*)>
-void opcode(rzcmd_request* req, rzcmd_response* rsp) {
-  handler(req->opcode, rsp);
-}
-
-// The response stays as it came, whatever becomes of it.
-void efs_sync(rzcmd_request*, rzcmd_response*) { system_efs_sync(); }
-
-template <int kind>
-void production_reset(rzcmd_request*, rzcmd_response* rsp) {
-  respond(rsp, tav_reset_production(kind));
-}
-
-template <void (*handler)(const char*, rzcmd_response*)>
-void raw(rzcmd_request* req, rzcmd_response* rsp) {
-  handler(req->data, rsp);
-}
-
 using P = Payload;
 using A = Answer;
+using S = State;
+constexpr unsigned D = kDestructive;
+constexpr unsigned M = kModem;
 
 constexpr Opcode kOpcodes[] = {
     // clang-format off
-    {3170, "set_dload_mode",           P::bytes,    A::result, 0,                      raw<handle_set_dload_mode>},
-    {3171, "get_dload_mode",           P::none,     A::text,   0,                      answer<handle_get_dload_mode>},
-    {3200, "get_wine_ime",             P::none,     A::byte,   0,                      answer<handle_get_wine_ime>},
-    {3201, "set_wine_ime",             P::bytes,    A::result, 0,                      bytes<handle_set_wine_ime>},
-    {4001, "aat_result",               P::text,     A::text,   0,                      not_built},
-    {4002, "frst_start",               P::number,   A::result, kDestructive | kModem,  not_built},
-    {4003, "charger_skip",             P::number,   A::result, 0,                      text<handle_charger_skip>},
-    {4004, "devicetest_start",         P::number,   A::result, kDestructive | kModem,  not_built},
-    {4005, "factory_mode_check",       P::none,     A::byte,   kModem,                 not_built},
-    {4006, "qfuse_check",              P::none,     A::text,   0,                      not_supported},
-    {4007, "fwx_start",                P::number,   A::result, kDestructive | kModem,  not_built},
-    {4008, "sniff_config",             P::text,     A::result, 0,                      not_built},
-    {4009, "sniff_w_mid",              P::none,     A::result, kDestructive | kModem,  opcode<handle_sniff_w_mid>},
-    {4010, "get_serial_number",        P::none,     A::text,   0,                      answer<handle_get_serial_number>},
-    {4011, "get_factory_version_2",    P::none,     A::text,   0,                      not_built},
-    {4012, "get_hw_revision",          P::none,     A::text,   0,                      not_built},
-    {4013, "get_code_crc",             P::none,     A::text,   0,                      not_built},
-    {4015, "get_msn",                  P::none,     A::text,   0,                      answer<handle_get_msn>},
-    {4016, "get_manuf_date",           P::none,     A::text,   0,                      answer<handle_get_manuf_date>},
-    {4017, "get_set_revision",         P::none,     A::text,   0,                      not_built},
-    {4018, "get_csn",                  P::none,     A::text,   0,                      answer<handle_get_csn>},
-    {4019, "get_factory_version_1",    P::none,     A::text,   0,                      not_built},
-    {4020, "efs_sync",                 P::none,     A::result, kModem,                 efs_sync},
-    {4021, "rfsw_get_cal_data",        P::none,     A::text,   kModem,                 not_built},
-    {4024, "get_sw_fixed_area_version",P::none,     A::text,   0,                      answer<handle_get_sw_fixed_area_version>},
-    {4025, "get_hiddenmenu_enable",    P::none,     A::text,   0,                      not_built},
-    {4030, "sim_issim",                P::text,     A::text,   kModem,                 not_built},
-    {4031, "sim_simoff",               P::text,     A::text,   kModem,                 not_built},
-    {4032, "sim_isvsim",               P::text,     A::text,   kModem,                 not_built},
-    {4033, "sim_satpc_0",              P::none,     A::text,   kModem,                 opcode<handle_sim_satpc>},
-    {4034, "sim_satpc_1",              P::none,     A::text,   kModem,                 opcode<handle_sim_satpc>},
-    {4040, "pwr_hardreset_enable",     P::none,     A::result, kModem,                 not_built},
-    {4059, "get_nv_crc",               P::none,     A::text,   kModem,                 not_built},
-    {4060, "crcwizard_set",            P::text,     A::result, 0,                      not_built},
-    {4061, "crcwizard_get",            P::none,     A::text,   0,                      not_built},
-    {4062, "get_file_crc",             P::none,     A::text,   0,                      not_built},
-    {4063, "get_file_dump",            P::none,     A::text,   0,                      not_built},
-    {4064, "automid_imei",             P::optional, A::text,   kModem,                 text_or_none<handle_automid_imei>},
-    {4065, "automid_mac",              P::optional, A::text,   0,                      text_or_none<handle_automid_mac>},
-    {4066, "automid_btaddr",           P::optional, A::text,   0,                      not_built},
-    {4068, "get_impl",                 P::none,     A::text,   kModem,                 answer<handle_get_impl>},
-    {4069, "get_fusg",                 P::none,     A::text,   kModem,                 answer<handle_get_fusg>},
-    {4070, "tpm_read_pcr",             P::bytes,    A::bytes,  0,                      not_supported},
-    {4071, "tpm_write_pcr",            P::bytes,    A::result, kDestructive,           not_supported},
-    {4072, "tpm_save_pcr",             P::bytes,    A::result, kDestructive,           not_supported},
-    {4073, "tpm_extend",               P::bytes,    A::result, kDestructive,           not_supported},
-    {4074, "tpm_quote",                P::bytes,    A::bytes,  0,                      not_supported},
-    {4075, "tpm_quote_info",           P::bytes,    A::bytes,  0,                      not_supported},
-    {4076, "tpm_verify_rsa_key",       P::bytes,    A::result, 0,                      not_supported},
-    {4077, "tpm_load_app",             P::none,     A::result, 0,                      not_supported},
-    {4078, "tpm_terminate_app",        P::none,     A::result, 0,                      not_supported},
-    {4079, "mirrorlink_confirm_keys",  P::none,     A::result, 0,                      not_supported},
-    {4080, "set_diag_tty_block",       P::bytes,    A::result, 0,                      handle_set_diag_tty_block},
-    {4081, "get_diag_tty_block",       P::none,     A::byte,   0,                      handle_get_diag_tty_block},
-    {4090, "aatset_write",             P::text,     A::result, 0,                      not_built},
-    {4091, "aat_orderset_write",       P::text,     A::result, 0,                      not_built},
-    {4180, "aat_write_start",          P::text,     A::result, kDestructive | kModem,  not_built},
-    {4211, "fp_spi_test",              P::none,     A::text,   0,                      not_built},
-    {4212, "fp_zone_test",             P::none,     A::text,   0,                      not_built},
-    {4213, "fp_checkboard_test",       P::none,     A::text,   0,                      not_built},
-    {4215, "get_ldaf_cal",             P::none,     A::bytes,  0,                      answer<handle_get_ldaf_cal>},
-    {4230, "get_saat_result",          P::none,     A::text,   0,                      not_built},
-    {4231, "set_saat_result",          P::text,     A::result, 0,                      not_built},
-    {4232, "saat_proxi_sync",          P::text,     A::result, 0,                      not_built},
-    {4240, "read_flex_gpio_sum",       P::none,     A::bytes,  0,                      not_built},
-    {4241, "write_flex_gpio_sum",      P::bytes,    A::result, 0,                      not_built},
-    {4266, "sdcard_download",          P::text,     A::result, kDestructive | kModem,  not_built},
-    {4293, "write_imei",               P::bytes,    A::text,   kDestructive | kModem,  handle_write_imei},
-    {4294, "read_imei",                P::none,     A::text,   kModem,                 answer<handle_read_imei>},
-    {4295, "read_startday",            P::none,     A::text,   kModem,                 not_built},
-    {4296, "get_image_status",         P::none,     A::byte,   0,                      answer<handle_get_image_status>},
-    {4297, "get_image_secno",          P::none,     A::bytes,  0,                      answer<handle_get_image_secno>},
-    {4298, "get_image_name",           P::none,     A::text,   0,                      answer<handle_get_image_name>},
-    {4400, "read_meid",                P::none,     A::text,   kModem,                 answer<handle_read_meid>},
-    {4401, "read_pesn",                P::none,     A::text,   kModem,                 answer<handle_read_pesn>},
-    {4402, "get_ram_size",             P::none,     A::text,   0,                      not_built},
-    {4403, "not_supported",            P::none,     A::result, 0,                      not_supported},
-    {4404, "get_sku",                  P::none,     A::text,   0,                      not_built},
-    {4405, "reset_production_1",       P::none,     A::result, kDestructive | kModem,  production_reset<1>},
-    {4406, "reset_production_0",       P::none,     A::result, kDestructive | kModem,  production_reset<0>},
-    {4407, "get_midauto_result",       P::none,     A::text,   0,                      not_built},
-    {4408, "set_midauto_result",       P::text,     A::result, 0,                      not_built},
-    {4409, "get_midauto_crc_0",        P::none,     A::text,   0,                      not_built},
-    {4410, "get_midauto_crc_1",        P::none,     A::text,   0,                      not_built},
-    {4411, "get_midauto_crc_2",        P::none,     A::text,   0,                      not_built},
-    {4412, "get_midauto_crc_3",        P::none,     A::text,   0,                      not_built},
-    {4413, "midauto_read_imei2",       P::none,     A::text,   kModem,                 answer<handle_midauto_read_imei2>},
-    {4414, "midauto_read_imei3",       P::none,     A::text,   kModem,                 answer<handle_midauto_read_imei3>},
+    {3170, "set_dload_mode",            P::bytes,    A::result, 0,     S::built,       handle_set_dload_mode,
+     "Stores the download mode, \"on\" or another text that begins with \"o\"."},
+    {3171, "get_dload_mode",            P::none,     A::text,   0,     S::built,       handle_get_dload_mode,
+     "Answers the download mode, \"off\" where none is stored."},
+    {3200, "get_wine_ime",              P::none,     A::byte,   0,     S::built,       handle_get_wine_ime,
+     "Answers the wine IME flag, 255 when it cannot be read."},
+    {3201, "set_wine_ime",              P::bytes,    A::result, 0,     S::built,       handle_set_wine_ime,
+     "Stores the wine IME flag."},
+    {4001, "aat_result",                P::text,     A::text,   0,     S::not_built,   nullptr,
+     "Answers the result of the automatic test."},
+    {4002, "frst_start",                P::number,   A::result, D | M, S::not_built,   nullptr,
+     "Starts the factory reset or production reset of the number given."},
+    {4003, "charger_skip",              P::number,   A::result, 0,     S::built,       handle_charger_skip,
+     "Sets the charger-skip flag; the number 2 answers the flag in the result."},
+    {4004, "devicetest_start",          P::number,   A::result, D | M, S::not_built,   nullptr,
+     "Restarts the phone into the device test."},
+    {4005, "factory_mode_check",        P::none,     A::byte,   M,     S::not_built,   nullptr,
+     "Answers the factory mode, 1 after a factory boot."},
+    {4006, "qfuse_check",               P::none,     A::text,   0,     S::unsupported, nullptr,
+     "Answers the state of the secure-boot fuse."},
+    {4007, "fwx_start",                 P::number,   A::result, D | M, S::not_built,   nullptr,
+     "Restarts the phone into the boot status given."},
+    {4008, "sniff_config",              P::text,     A::result, 0,     S::not_built,   nullptr,
+     "Stores the sniff download configuration."},
+    {4009, "sniff_w_mid",               P::none,     A::result, D | M, S::built,       handle_sniff_w_mid,
+     "Marks the sniff download data, sets the factory status to 2 and restarts the phone."},
+    {4010, "get_serial_number",         P::none,     A::text,   0,     S::built,       handle_get_serial_number,
+     "Answers the factory serial number, \"0\" where none is stored."},
+    {4011, "get_factory_version_2",     P::none,     A::text,   0,     S::not_built,   nullptr,
+     "Answers the factory software version of kind 2."},
+    {4012, "get_hw_revision",           P::none,     A::text,   0,     S::not_built,   nullptr,
+     "Answers the hardware revision."},
+    {4013, "get_code_crc",              P::none,     A::text,   0,     S::not_built,   nullptr,
+     "Answers the CRC of the code image."},
+    {4015, "get_msn",                   P::none,     A::text,   0,     S::built,       handle_get_msn,
+     "Answers the MSN."},
+    {4016, "get_manuf_date",            P::none,     A::text,   0,     S::built,       handle_get_manuf_date,
+     "Answers the manufacture date."},
+    {4017, "get_set_revision",          P::none,     A::text,   0,     S::not_built,   nullptr,
+     "Answers the set revision."},
+    {4018, "get_csn",                   P::none,     A::text,   0,     S::built,       handle_get_csn,
+     "Answers the CSN."},
+    {4019, "get_factory_version_1",     P::none,     A::text,   0,     S::not_built,   nullptr,
+     "Answers the factory software version of kind 1."},
+    {4020, "efs_sync",                  P::none,     A::result, M,     S::built,       handle_efs_sync,
+     "Writes the modem's file system out."},
+    {4021, "rfsw_get_cal_data",         P::none,     A::text,   M,     S::not_built,   nullptr,
+     "Answers the check of the RF calibration data."},
+    {4024, "get_sw_fixed_area_version", P::none,     A::text,   0,     S::built,       handle_get_sw_fixed_area_version,
+     "Answers the version of the fixed software area."},
+    {4025, "get_hiddenmenu_enable",     P::none,     A::text,   0,     S::not_built,   nullptr,
+     "Answers whether the hidden menu is enabled."},
+    {4030, "sim_issim",                 P::text,     A::text,   M,     S::not_built,   nullptr,
+     "Answers whether a SIM is present."},
+    {4031, "sim_simoff",                P::text,     A::text,   M,     S::not_built,   nullptr,
+     "Switches the virtual SIM off or on."},
+    {4032, "sim_isvsim",                P::text,     A::text,   M,     S::not_built,   nullptr,
+     "Answers the state of the virtual SIM."},
+    {4033, "sim_satpc_0",               P::none,     A::text,   M,     S::built,       handle_sim_satpc_0,
+     "Sends the SIM toolkit request of mode 0."},
+    {4034, "sim_satpc_1",               P::none,     A::text,   M,     S::built,       handle_sim_satpc_1,
+     "Sends the SIM toolkit request of mode 1."},
+    {4040, "pwr_hardreset_enable",      P::none,     A::result, M,     S::not_built,   nullptr,
+     "Enables or disables the power key's hard reset."},
+    {4059, "get_nv_crc",                P::none,     A::text,   M,     S::not_built,   nullptr,
+     "Answers the CRC of the modem's numbered items."},
+    {4060, "crcwizard_set",             P::text,     A::result, 0,     S::not_built,   nullptr,
+     "Stores the selection of the CRC wizard."},
+    {4061, "crcwizard_get",             P::none,     A::text,   0,     S::not_built,   nullptr,
+     "Answers the selection of the CRC wizard."},
+    {4062, "get_file_crc",              P::none,     A::text,   0,     S::not_built,   nullptr,
+     "Answers the CRC of the files."},
+    {4063, "get_file_dump",             P::none,     A::text,   0,     S::not_built,   nullptr,
+     "Writes the dump of the files."},
+    {4064, "automid_imei",              P::optional, A::text,   M,     S::built,       handle_automid_imei,
+     "Writes the IMEI, or answers it."},
+    {4065, "automid_mac",               P::optional, A::text,   0,     S::built,       handle_automid_mac,
+     "Writes the WLAN MAC address, or answers it."},
+    {4066, "automid_btaddr",            P::optional, A::text,   0,     S::not_built,   nullptr,
+     "Writes the Bluetooth address, or answers it."},
+    {4068, "get_impl",                  P::none,     A::text,   M,     S::built,       handle_get_impl,
+     "Answers the modem's IMPL record."},
+    {4069, "get_fusg",                  P::none,     A::text,   M,     S::built,       handle_get_fusg,
+     "Answers the modem's FUSG record."},
+    {4070, "tpm_read_pcr",              P::bytes,    A::bytes,  0,     S::unsupported, nullptr,
+     "Reads a register of the trusted platform."},
+    {4071, "tpm_write_pcr",             P::bytes,    A::result, D,     S::unsupported, nullptr,
+     "Writes a register of the trusted platform."},
+    {4072, "tpm_save_pcr",              P::bytes,    A::result, D,     S::unsupported, nullptr,
+     "Saves a register of the trusted platform."},
+    {4073, "tpm_extend",                P::bytes,    A::result, D,     S::unsupported, nullptr,
+     "Extends a register of the trusted platform."},
+    {4074, "tpm_quote",                 P::bytes,    A::bytes,  0,     S::unsupported, nullptr,
+     "Answers a quote of the trusted platform."},
+    {4075, "tpm_quote_info",            P::bytes,    A::bytes,  0,     S::unsupported, nullptr,
+     "Answers the quote's information."},
+    {4076, "tpm_verify_rsa_key",        P::bytes,    A::result, 0,     S::unsupported, nullptr,
+     "Verifies the RSA key of the trusted platform."},
+    {4077, "tpm_load_app",              P::none,     A::result, 0,     S::unsupported, nullptr,
+     "Loads the trusted application."},
+    {4078, "tpm_terminate_app",         P::none,     A::result, 0,     S::unsupported, nullptr,
+     "Ends the trusted application."},
+    {4079, "mirrorlink_confirm_keys",   P::none,     A::result, 0,     S::unsupported, nullptr,
+     "Confirms the keys of the screen link to a car."},
+    {4080, "set_diag_tty_block",        P::bytes,    A::result, 0,     S::built,       handle_set_diag_tty_block,
+     "Blocks or unblocks the diagnostic tty."},
+    {4081, "get_diag_tty_block",        P::none,     A::byte,   0,     S::built,       handle_get_diag_tty_block,
+     "Answers 0, whatever the state of the diagnostic tty is."},
+    {4090, "aatset_write",              P::text,     A::result, 0,     S::not_built,   nullptr,
+     "Stores the set of the automatic test."},
+    {4091, "aat_orderset_write",        P::text,     A::result, 0,     S::not_built,   nullptr,
+     "Stores the order of the automatic test."},
+    {4180, "aat_write_start",           P::text,     A::result, D | M, S::not_built,   nullptr,
+     "Starts the automatic test."},
+    {4211, "fp_spi_test",               P::none,     A::text,   0,     S::not_built,   nullptr,
+     "Tests the fingerprint sensor's bus."},
+    {4212, "fp_zone_test",              P::none,     A::text,   0,     S::not_built,   nullptr,
+     "Tests the fingerprint sensor's zones."},
+    {4213, "fp_checkboard_test",        P::none,     A::text,   0,     S::not_built,   nullptr,
+     "Tests the fingerprint sensor's checkerboard image."},
+    {4215, "get_ldaf_cal",              P::none,     A::bytes,  0,     S::built,       handle_get_ldaf_cal,
+     "Answers the calibration of the laser autofocus."},
+    {4230, "get_saat_result",           P::none,     A::text,   0,     S::not_built,   nullptr,
+     "Answers the result of the self test."},
+    {4231, "set_saat_result",           P::text,     A::result, 0,     S::not_built,   nullptr,
+     "Stores the result of the self test."},
+    {4232, "saat_proxi_sync",           P::text,     A::result, 0,     S::not_built,   nullptr,
+     "Synchronises the proximity sensor of the self test."},
+    {4240, "read_flex_gpio_sum",        P::none,     A::bytes,  0,     S::not_built,   nullptr,
+     "Answers the GPIO sum."},
+    {4241, "write_flex_gpio_sum",       P::bytes,    A::result, 0,     S::not_built,   nullptr,
+     "Stores the GPIO sum."},
+    {4266, "sdcard_download",           P::text,     A::result, D | M, S::not_built,   nullptr,
+     "Stores the SD-card download path and restarts the phone into download mode."},
+    {4293, "write_imei",                P::bytes,    A::text,   D | M, S::built,       handle_write_imei,
+     "Writes the IMEI and answers the modem's text."},
+    {4294, "read_imei",                 P::none,     A::text,   M,     S::built,       handle_read_imei,
+     "Answers the IMEI."},
+    {4295, "read_startday",             P::none,     A::text,   M,     S::not_built,   nullptr,
+     "Answers the start day."},
+    {4296, "get_image_status",          P::none,     A::byte,   0,     S::built,       handle_get_image_status,
+     "Answers whether the image resize is complete."},
+    {4297, "get_image_secno",           P::none,     A::bytes,  0,     S::built,       handle_get_image_secno,
+     "Answers the image's security number."},
+    {4298, "get_image_name",            P::none,     A::text,   0,     S::built,       handle_get_image_name,
+     "Answers the image's name."},
+    {4400, "read_meid",                 P::none,     A::text,   M,     S::built,       handle_read_meid,
+     "Answers the MEID."},
+    {4401, "read_pesn",                 P::none,     A::text,   M,     S::built,       handle_read_pesn,
+     "Answers the pseudo ESN."},
+    {4402, "get_ram_size",              P::none,     A::text,   0,     S::not_built,   nullptr,
+     "Answers the size of the RAM."},
+    {4403, "not_supported",             P::none,     A::result, 0,     S::unsupported, nullptr,
+     "Answers \"not supported\" on every phone."},
+    {4404, "get_sku",                   P::none,     A::text,   0,     S::not_built,   nullptr,
+     "Answers the SKU."},
+    {4405, "reset_production_1",        P::none,     A::result, D | M, S::built,       handle_reset_production_1,
+     "Checks the production reset of the first production."},
+    {4406, "reset_production_0",        P::none,     A::result, D | M, S::built,       handle_reset_production_0,
+     "Runs the production reset of the first production."},
+    {4407, "get_midauto_result",        P::none,     A::text,   0,     S::not_built,   nullptr,
+     "Answers the result of the MID automatic test."},
+    {4408, "set_midauto_result",        P::text,     A::result, 0,     S::not_built,   nullptr,
+     "Stores the result of the MID automatic test."},
+    {4409, "get_midauto_crc_0",         P::none,     A::text,   0,     S::not_built,   nullptr,
+     "Answers the first CRC of the MID automatic test."},
+    {4410, "get_midauto_crc_1",         P::none,     A::text,   0,     S::not_built,   nullptr,
+     "Answers the second CRC of the MID automatic test."},
+    {4411, "get_midauto_crc_2",         P::none,     A::text,   0,     S::not_built,   nullptr,
+     "Answers the third CRC of the MID automatic test."},
+    {4412, "get_midauto_crc_3",         P::none,     A::text,   0,     S::not_built,   nullptr,
+     "Answers the fourth CRC of the MID automatic test."},
+    {4413, "midauto_read_imei2",        P::none,     A::text,   M,     S::built,       handle_midauto_read_imei2,
+     "Answers the second IMEI."},
+    {4414, "midauto_read_imei3",        P::none,     A::text,   M,     S::built,       handle_midauto_read_imei3,
+     "Answers the third IMEI."},
     // clang-format on
 };
 
-static_assert(std::adjacent_find(std::begin(kOpcodes), std::end(kOpcodes), [](const Opcode& a, const Opcode& b) {
-                return a.number >= b.number;
-              }) == std::end(kOpcodes), "opcodes stand in ascending order, each once");
+constexpr bool in_order() {
+  for (size_t i = 1; i < sizeof kOpcodes / sizeof *kOpcodes; ++i) {
+    if (kOpcodes[i - 1].number >= kOpcodes[i].number) return false;
+  }
+  return true;
+}
+static_assert(in_order(), "opcodes stand in ascending order, each once");
+
+constexpr bool fits(const Opcode& row) {
+  const bool answer = row.handler.answer, text = row.handler.text, record = row.handler.record;
+  if (row.state != State::built) return !answer && !text && !record;
+  switch (row.payload) {
+    case Payload::none: return answer;
+    case Payload::bytes: return record;
+    default: return text;
+  }
+}
+
+constexpr bool handlers_fit() {
+  for (const Opcode& row : kOpcodes) {
+    if (!fits(row)) return false;
+  }
+  return true;
+}
+static_assert(handlers_fit(), "a built row has a handler of the shape that its payload wants, any other row has none");
 
 }  // namespace
 
-std::span<const Opcode> opcodes() { return kOpcodes; }
+Opcodes opcodes() { return {kOpcodes, sizeof kOpcodes / sizeof *kOpcodes}; }
 
 const Opcode* find_opcode(int number) {
-  const Opcode* row = std::lower_bound(std::begin(kOpcodes), std::end(kOpcodes), number,
+  const Opcodes rows = opcodes();
+  const Opcode* row = std::lower_bound(rows.begin(), rows.end(), number,
                                        [](const Opcode& a, int wanted) { return a.number < wanted; });
-  return row != std::end(kOpcodes) && row->number == number ? row : nullptr;
+  return row != rows.end() && row->number == number ? row : nullptr;
 }
 
 const Opcode* find_opcode(const char* name) {
@@ -172,11 +243,6 @@ const Opcode* find_opcode(const char* name) {
     if (strcmp(row.name, name) == 0) return &row;
   }
   return nullptr;
-}
-
-State state(const Opcode& row) {
-  if (row.handler == not_built) return State::not_built;
-  return row.handler == not_supported ? State::unsupported : State::built;
 }
 
 const char* to_text(Payload payload) {

@@ -2,7 +2,7 @@
 // page and the fuzz dictionary are made from.
 #pragma once
 
-#include <span>
+#include <stddef.h>
 
 struct rzcmd_request;
 struct rzcmd_response;
@@ -40,26 +40,50 @@ enum class State {
   not_built,    // not in this build yet: answered with result 2
 };
 
+// A handler has one of three shapes, as its row's payload wants it: none the first, a text or a number the second,
+// bytes the third. One of the pointers is set in a row that is built, and none in any other.
+struct Handler {
+  constexpr Handler(decltype(nullptr)) {}
+  constexpr Handler(void (*function)(rzcmd_response* rsp)) : answer(function) {}
+  constexpr Handler(void (*function)(const char* text, rzcmd_response* rsp)) : text(function) {}
+  constexpr Handler(void (*function)(rzcmd_request* req, rzcmd_response* rsp)) : record(function) {}
+
+  void (*answer)(rzcmd_response* rsp) = nullptr;
+  void (*text)(const char* text, rzcmd_response* rsp) = nullptr;
+  void (*record)(rzcmd_request* req, rzcmd_response* rsp) = nullptr;
+};
+
 struct Opcode {
   int number;
   const char* name;
   Payload payload;
   Answer answer;
   unsigned effects;
-  void (*handler)(rzcmd_request* req, rzcmd_response* rsp);
+  State state;
+  Handler handler;
+  const char* summary;  // what the request does, one sentence
 };
 
 // All rows, by ascending number.
-std::span<const Opcode> opcodes();
+class Opcodes {
+ public:
+  constexpr Opcodes(const Opcode* rows, size_t count) : rows_(rows), count_(count) {}
+  constexpr const Opcode* begin() const { return rows_; }
+  constexpr const Opcode* end() const { return rows_ + count_; }
+  constexpr size_t size() const { return count_; }
+  constexpr const Opcode& operator[](size_t i) const { return rows_[i]; }
+
+ private:
+  const Opcode* rows_;
+  size_t count_;
+};
+Opcodes opcodes();
 
 // The row of an opcode, or null.
 const Opcode* find_opcode(int number);
 
 // The row of a name, or null.
 const Opcode* find_opcode(const char* name);
-
-// How far a row is, as its handler tells.
-State state(const Opcode& row);
 
 // The words for a row's columns: "text", "result", "built"...
 const char* to_text(Payload payload);

@@ -3,12 +3,27 @@
 #include "dispatch/opcode_table.h"
 #include "platform/log.h"
 #include "transport/at_socket.h"
+#include "transport/response.h"
 
 namespace atd {
 
+namespace {
+
+void run(const Opcode& row, rzcmd_request* req, rzcmd_response* rsp) {
+  if (row.handler.answer) return row.handler.answer(rsp);
+  if (row.handler.record) return row.handler.record(req, rsp);
+  if (!row.handler.text) return respond(rsp, kNotSupported);
+  const char* text = request_text(req);
+  // Without a terminator this is a write that nobody may take for a read.
+  if (row.payload == Payload::optional && *text == '\0' && req->data[0] != '\0') return respond(rsp, RZCMD_FAIL);
+  row.handler.text(text, rsp);
+}
+
+}  // namespace
+
 int service_handler(rzcmd_request* req, rzcmd_response* rsp) {
   SLOGI("service_handler: opcode = %d\n", req->opcode);
-  if (const Opcode* row = find_opcode(req->opcode)) row->handler(req, rsp);
+  if (const Opcode* row = find_opcode(req->opcode)) run(*row, req, rsp);
   return 0;
 }
 

@@ -1,7 +1,7 @@
 // The switch through which every service request reaches its handler.
 #pragma once
 
-#include "transport/records.h"
+#include "platform/records.h"
 
 namespace atd {
 

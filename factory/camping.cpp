@@ -1,15 +1,16 @@
-#include <stdio.h>
+#include "factory/camping.h"
+
 #include <string.h>
 
-#include "atd.h"
+#include "channel/opcodes.h"
+#include "channel/request_channel.h"
 #include "platform/log.h"
-#include "transport/records.h"
+#include "platform/records.h"
+#include "text/text_writer.h"
 
 using namespace atd;
 
 namespace {
-
-constexpr int kCamp = 20;
 
 // Which number the modem knows a band by. That 7 goes to "4" and 8 to "6", and 25 to "30", is the modem's numbering.
 struct Bands {
@@ -23,15 +24,16 @@ constexpr Bands kBands[] = {{4, 7, -3}, {8, 20, -2}, {25, 25, 5}, {49, 71, 0}, {
 }  // namespace
 
 int campreq(int band) {
-  char request[8] = "";
+  char request[8];
+  TextWriter text(request);
   for (const Bands& row : kBands) {
-    if (band >= row.first && band <= row.last) snprintf(request, sizeof request, "%d", band + row.offset);
+    if (band >= row.first && band <= row.last) text.format("%d", band + row.offset);
   }
-  if (!*request) return 0;
+  if (text.length() == 0) return 0;
 
   char response[MAX_RZCMD_REQ_SIZE + 1] = {};
   int length = 0, status = 0;
-  int request_length = static_cast<int>(strlen(request));
+  int request_length = static_cast<int>(text.length());
   SLOGI("[campreq][REQ] request data : %s, request data length : %d\n", request, request_length);
   int error = request_to_system(kCamp, request, request_length, response, &length, &status);
   SLOGI("[campreq][RSP] result_status : %d, result_data : %s, result_data_len : %d\n", status, response, length);
@@ -55,18 +57,16 @@ int campreq(int band) {
 }
 
 int campreq(char** arguments, int count, char* response) {
-  char data[MAX_RZCMD_REQ_SIZE] = "";
-  size_t used = 0;
-  for (int i = 0; i < count && used < sizeof data; ++i) {
-    used += static_cast<size_t>(snprintf(data + used, sizeof data - used, "%s%s", i > 0 ? "," : "", arguments[i]));
-  }
-  int data_length = static_cast<int>(strlen(data));
+  char data[MAX_RZCMD_REQ_SIZE];
+  TextWriter text(data);
+  for (int i = 0; i < count; ++i) text.text(i > 0 ? "," : "").text(arguments[i]);
+  int data_length = static_cast<int>(text.length());
   SLOGI("[ATcampreq] c.data : %s\n", data);
   SLOGI("[ATcampreq] req.len : %d\n", data_length);
   char answer[MAX_RZCMD_REQ_SIZE + 1] = {};
   int length = 0, status = 0;
   int error = request_to_system(kCamp, data, data_length, answer, &length, &status);
-  if (response) memcpy(response, answer, strnlen(answer, MAX_RZCMD_REQ_SIZE - 1) + 1);
+  if (response) TextWriter(response, MAX_RZCMD_REQ_SIZE).text(answer);
   SLOGI("[ATcampreq] rsp->result_status : %d\n", status);
   SLOGI("[ATcampreq] rsp->result_data : %s\n", answer);
   SLOGI("[ATcampreq] rsp->result_data_len : %d\n", length);

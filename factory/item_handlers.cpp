@@ -3,9 +3,10 @@
 #include <stdint.h>
 #include <string.h>
 
-#include "atd.h"
 #include "factory/item_registry.h"
+#include "factory/items.h"
 #include "platform/log.h"
+#include "text/number.h"
 #include "transport/response.h"
 
 namespace atd {
@@ -31,15 +32,15 @@ void answer_bytes(rzcmd_response* rsp, const FactoryItem& item) {
 
 }  // namespace
 
-int tav_factory_serial_number_read(char* out) { return read_text(item(9), out); }
-int tav_factory_msn_read(char* out) { return read_text(item(18), out); }
-int tav_factory_manufacture_date_read(char* out) { return read_text(item(19), out); }
-int tav_factory_csn_read(char* out) { return read_text(item(37), out); }
+int tav_factory_serial_number_read(char* out) { return read_text(item<9>, out); }
+int tav_factory_msn_read(char* out) { return read_text(item<18>, out); }
+int tav_factory_manufacture_date_read(char* out) { return read_text(item<19>, out); }
+int tav_factory_csn_read(char* out) { return read_text(item<37>, out); }
 
 int tav_factory_serial_number_write(const char* text) {
-  char buffer[item(9).length] = {};
+  char buffer[item<9>.length] = {};
   memcpy(buffer, text, strnlen(text, sizeof buffer));
-  return write_item(item(9), buffer) < 0 ? -1 : 0;
+  return write_item(item<9>, buffer) < 0 ? -1 : 0;
 }
 
 void handle_charger_skip(const char* data, rzcmd_response* rsp) {
@@ -50,26 +51,26 @@ void handle_charger_skip(const char* data, rzcmd_response* rsp) {
   respond(rsp, RZCMD_OK);
 }
 
-void handle_set_dload_mode(const char* data, rzcmd_response* rsp) {
-  if (data[0] != 'o') return respond(rsp, RZCMD_FAIL);
-  respond(rsp, write_item(item(129), data) < 0 ? RZCMD_FAIL : RZCMD_OK);
+void handle_set_dload_mode(rzcmd_request* req, rzcmd_response* rsp) {
+  if (req->data[0] != 'o') return respond(rsp, RZCMD_FAIL);
+  respond(rsp, write_item(item<129>, req->data) < 0 ? RZCMD_FAIL : RZCMD_OK);
 }
 
 void handle_get_dload_mode(rzcmd_response* rsp) {
-  char mode[item(129).length + 1];
-  bool set = read_text(item(129), mode) == 0 && mode[0] == 'o';
+  char mode[item<129>.length + 1];
+  bool set = read_text(item<129>, mode) == 0 && mode[0] == 'o';
   respond_text(rsp, set ? mode : "off");
 }
 
-void handle_get_serial_number(rzcmd_response* rsp) { answer_text(rsp, item(9), "0"); }
-void handle_get_msn(rzcmd_response* rsp) { answer_text(rsp, item(18)); }
-void handle_get_manuf_date(rzcmd_response* rsp) { answer_text(rsp, item(19)); }
-void handle_get_csn(rzcmd_response* rsp) { answer_text(rsp, item(37)); }
-void handle_get_sw_fixed_area_version(rzcmd_response* rsp) { answer_text(rsp, item(31)); }
-void handle_get_image_name(rzcmd_response* rsp) { answer_text(rsp, item(215)); }
-void handle_get_ldaf_cal(rzcmd_response* rsp) { answer_bytes(rsp, item(211)); }
-void handle_get_image_status(rzcmd_response* rsp) { answer_bytes(rsp, item(213)); }
-void handle_get_image_secno(rzcmd_response* rsp) { answer_bytes(rsp, item(214)); }
+void handle_get_serial_number(rzcmd_response* rsp) { answer_text(rsp, item<9>, "0"); }
+void handle_get_msn(rzcmd_response* rsp) { answer_text(rsp, item<18>); }
+void handle_get_manuf_date(rzcmd_response* rsp) { answer_text(rsp, item<19>); }
+void handle_get_csn(rzcmd_response* rsp) { answer_text(rsp, item<37>); }
+void handle_get_sw_fixed_area_version(rzcmd_response* rsp) { answer_text(rsp, item<31>); }
+void handle_get_image_name(rzcmd_response* rsp) { answer_text(rsp, item<215>); }
+void handle_get_ldaf_cal(rzcmd_response* rsp) { answer_bytes(rsp, item<211>); }
+void handle_get_image_status(rzcmd_response* rsp) { answer_bytes(rsp, item<213>); }
+void handle_get_image_secno(rzcmd_response* rsp) { answer_bytes(rsp, item<214>); }
 
 void handle_get_wine_ime(rzcmd_response* rsp) {
   int value = get_wine_ime();
@@ -77,8 +78,8 @@ void handle_get_wine_ime(rzcmd_response* rsp) {
   SLOGI("%s : %d\n", "handle_get_wine_ime", value);
 }
 
-void handle_set_wine_ime(const char* data, int length, rzcmd_response* rsp) {
-  respond(rsp, length < 1 || set_wine_ime(data[0]) != 0 ? RZCMD_FAIL : RZCMD_OK);
+void handle_set_wine_ime(rzcmd_request* req, rzcmd_response* rsp) {
+  respond(rsp, req->data_len < 1 || set_wine_ime(req->data[0]) != 0 ? RZCMD_FAIL : RZCMD_OK);
 }
 
 }  // namespace atd

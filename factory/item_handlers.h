@@ -1,6 +1,7 @@
 // Handlers that read and write factory items.
 #pragma once
 
+struct rzcmd_request;
 struct rzcmd_response;
 
 namespace atd {
@@ -20,8 +21,12 @@ void handle_charger_skip(const char* data, rzcmd_response* rsp);
 
 // The download mode: "on" or another text that begins with "o" is stored (8 bytes of data), anything else is refused
 // with result 1; reading answers that text, or "off".
-void handle_set_dload_mode(const char* data, rzcmd_response* rsp);
+void handle_set_dload_mode(rzcmd_request* req, rzcmd_response* rsp);
 void handle_get_dload_mode(rzcmd_response* rsp);
+
+// Writes the WLAN MAC address given by the text's first 12 digits, or with the empty text answers it as text; result 1
+// on any failure.
+void handle_automid_mac(const char* text, rzcmd_response* rsp);
 
 // Answer an item as text, result 1 when it cannot be read; an empty serial number reads "0".
 void handle_get_serial_number(rzcmd_response* rsp);
@@ -39,7 +44,7 @@ void handle_get_image_secno(rzcmd_response* rsp);   // 4 bytes
 // The wine IME flag as one byte, 255 when it cannot be read, always with result 0.
 void handle_get_wine_ime(rzcmd_response* rsp);
 
-// Stores the first of `length` bytes as the wine IME flag; result 1 when there is none or it cannot be stored.
-void handle_set_wine_ime(const char* data, int length, rzcmd_response* rsp);
+// Stores the first payload byte as the wine IME flag; result 1 when there is none or it cannot be stored.
+void handle_set_wine_ime(rzcmd_request* req, rzcmd_response* rsp);
 
 }  // namespace atd

@@ -96,17 +96,17 @@ static_assert([] {
   return true;
 }(), "factory items stand in the order of their indexes, each once");
 
-// Never defined: calling it is the error that a compiler shows for an unknown index.
-void not_a_registered_factory_item();
+// The registered item of an index, or null.
+constexpr const FactoryItem* find_item(unsigned index) {
+  for (const FactoryItem& entry : kFactoryItems) {
+    if (entry.index == index) return &entry;
+  }
+  return nullptr;
+}
 
 // The registered item of an index; one that is not registered does not compile.
-consteval const FactoryItem& item(unsigned index) {
-  for (const FactoryItem& entry : kFactoryItems) {
-    if (entry.index == index) return entry;
-  }
-  not_a_registered_factory_item();
-  return kFactoryItems[0];
-}
+template <unsigned index>
+inline constexpr const FactoryItem& item = *find_item(index);
 
 // Reads an item into a buffer of its length; what the store returns, negative on failure.
 inline int read_item(const FactoryItem& item, void* buffer) { return get_ftm_item(item.index, item.length, buffer); }

@@ -1,39 +1,20 @@
+#include "factory/modem_channel.h"
+
 #include <stdint.h>
 #include <string.h>
 
 #include <algorithm>
 
-#include "atd.h"
-#include "factory/item_registry.h"
+#include "channel/modem_records.h"
+#include "channel/opcodes.h"
+#include "channel/request_channel.h"
 #include "platform/diagpkt.h"
 #include "platform/log.h"
-#include "transport/records.h"
+#include "platform/records.h"
 
 using namespace atd;
 
 namespace {
-
-constexpr int kBulkSend = 155;
-constexpr int kBulkReceive = 156;
-constexpr int kChunk = 255;
-
-constexpr int kNvRead = 550;
-constexpr int kNvWrite = 551;
-constexpr unsigned kNvReadCode = 38;
-constexpr unsigned kNvWriteCode = 39;
-constexpr int kNvDataSize = 128;
-
-// Status bytes of the diagnostic protocol.
-constexpr uint8_t kNvFailed = 4;
-constexpr uint8_t kNvInactive = 5;
-
-struct __attribute__((packed)) NvPacket {
-  uint8_t code;
-  uint16_t item;
-  char data[kNvDataSize];
-  uint8_t status;
-};
-static_assert(sizeof(NvPacket) == 132 && offsetof(NvPacket, data) == 3 && offsetof(NvPacket, status) == 131);
 
 // The answers of the last read and the last write, kept until the next one.
 NvPacket* g_read_answer;
@@ -56,7 +37,7 @@ int exchange(int opcode, unsigned code, int item, const char* data, NvPacket** k
     return -1;
   }
   if (data) memcpy(request->data, data, kNvDataSize);
-  // The answer is the data and the status byte; more than that is no answer to this packet.
+  // The answer is the data and the status byte; more than that is not an answer to this packet.
   char answer[MAX_RZCMD_REQ_SIZE];
   int error = get_tav_data_from_modem(opcode, reinterpret_cast<char*>(request), sizeof *request, answer, length);
   diagpkt_free(request);
@@ -75,8 +56,8 @@ int send_modem_data(const char* data, int length) {
   SLOGI("MAX_RZCMD_REQ_SIZE(%d)\n", MAX_RZCMD_REQ_SIZE);
   if (length < 0 || !data) return RZCMD_FAIL;
   // The receiver takes the first chunk shorter than the others for the end, so there is always one, if need be empty.
-  for (int left = length; left >= 0; left -= kChunk) {
-    int error = request_to_system(kBulkSend, data + (length - left), std::min(left, kChunk), nullptr, nullptr, nullptr);
+  for (int left = length; left >= 0; left -= kBulkChunk) {
+    int error = request_to_system(kBulkSend, data + (length - left), std::min(left, kBulkChunk), nullptr, nullptr, nullptr);
     if (error != 0) {
       SLOGE("send_modem_data. Return error:%d\n", error);
       return error;
@@ -91,8 +72,8 @@ int receive_modem_data(char* buffer, int* length) {
     char chunk[MAX_RZCMD_REQ_SIZE] = {};
     int size = 0;
     int error = request_to_system(kBulkReceive, nullptr, 0, chunk, &size, nullptr);
-    // A longer chunk than the channel has is none of its own.
-    if (error == 0 && size > kChunk) error = RZCMD_FAIL;
+    // A longer chunk is not one of this channel.
+    if (error == 0 && size > kBulkChunk) error = RZCMD_FAIL;
     if (error != 0) {
       SLOGE("receive_modem_data Return error:%d\n", error);
       return error;
@@ -102,7 +83,7 @@ int receive_modem_data(char* buffer, int* length) {
     *length += size;
     SLOGI("receive_modem_data(), buffer_size = %d\n", *length);
     if (*length == 0 && size == 0) return RZCMD_FAIL;
-    if (size < kChunk) return 0;
+    if (size < kBulkChunk) return 0;
     position += size;
     SLOGI("receive_modem_data(), cur_ptr = %d\n", position);
   }

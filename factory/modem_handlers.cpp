@@ -1,20 +1,16 @@
 #include "factory/modem_handlers.h"
 
-#include <stdio.h>
 #include <string.h>
 
-#include "atd.h"
+#include "channel/opcodes.h"
+#include "factory/modem_items.h"
 #include "platform/log.h"
+#include "text/text_writer.h"
 #include "transport/response.h"
 
 namespace atd {
 
 namespace {
-
-constexpr int kImeiWrite = 116;
-constexpr int kImeiRead = 117;
-constexpr int kImei2Read = 119;
-constexpr int kImei3Read = 121;
 
 // Room for an answer of the modem, one byte longer than the longest, so that it always ends in a NUL.
 struct ModemAnswer {
@@ -40,8 +36,8 @@ void answer_imei(rzcmd_response* rsp, int opcode) {
 
 void handle_automid_imei(const char* text, rzcmd_response* rsp) {
   if (!*text) return answer_imei(rsp, kImeiRead);
-  char imei[MAX_RZCMD_REQ_SIZE] = {};
-  int length = snprintf(imei, sizeof imei, "%s", text);
+  char imei[MAX_RZCMD_REQ_SIZE];
+  int length = static_cast<int>(TextWriter(imei).text(text).length());
   if (length == 14 && strspn(imei, "0123456789") == 14) make_imei_chksum(imei, length++);
   ModemAnswer answer;
   int error = write_tav_imei(kImeiWrite, imei, length, answer.data, &answer.length);
@@ -92,5 +88,8 @@ void handle_sim_satpc(int opcode, rzcmd_response* rsp) {
   int error = tav_satpc_req(opcode == 4034 ? 1 : 0, nullptr, 0, answer.data, &answer.length);
   respond_answer(rsp, error, answer);
 }
+
+void handle_sim_satpc_0(rzcmd_response* rsp) { handle_sim_satpc(4033, rsp); }
+void handle_sim_satpc_1(rzcmd_response* rsp) { handle_sim_satpc(4034, rsp); }
 
 }  // namespace atd

@@ -1,7 +1,7 @@
 // Handlers that read and write modem items. Each answers result 1 when the modem does not answer.
 #pragma once
 
-#include "transport/records.h"
+#include "platform/records.h"
 
 namespace atd {
 
@@ -29,5 +29,7 @@ void handle_get_fusg(rzcmd_response* rsp);
 
 // Sends the SIM toolkit request that the opcode stands for, 4033 mode 0 and 4034 mode 1, and answers the modem's text.
 void handle_sim_satpc(int opcode, rzcmd_response* rsp);
+void handle_sim_satpc_0(rzcmd_response* rsp);
+void handle_sim_satpc_1(rzcmd_response* rsp);
 
 }  // namespace atd

@@ -1,22 +1,22 @@
+#include "factory/modem_items.h"
+
 #include <stdint.h>
 #include <string.h>
 
 #include <algorithm>
 
-#include "atd.h"
+#include "channel/opcodes.h"
+#include "channel/request_channel.h"
+#include "factory/items.h"
 #include "platform/log.h"
 #include "platform/properties.h"
-#include "transport/records.h"
+#include "platform/records.h"
+#include "text/text_writer.h"
 
 using namespace atd;
 
 namespace {
 
-constexpr int kImeiWrite = 116;
-constexpr int kMeidRead = 157;
-constexpr int kPesnRead = 158;
-constexpr int kPidRead = 202;
-constexpr int kPidWrite = 203;
 constexpr int kPidSize = 30;
 
 int request(int opcode, const char* data, int length, char* response, int* response_length) {
@@ -44,20 +44,48 @@ void mirror(const char* record, int length, int (*get)(char*), int (*set)(const 
 
 }  // namespace
 
-int write_tav_impl(const char* data, int len, char* rsp, int* rsp_len) { return ask(101, data, len, rsp, rsp_len); }
-int read_tav_impl(const char* data, int len, char* rsp, int* rsp_len) { return ask(102, data, len, rsp, rsp_len); }
-int write_tav_bcpl(const char* data, int len, char* rsp, int* rsp_len) { return ask(103, data, len, rsp, rsp_len); }
-int read_tav_bcpl(const char* data, int len, char* rsp, int* rsp_len) { return ask(104, data, len, rsp, rsp_len); }
-int read_tav_idde(const char* data, int len, char* rsp, int* rsp_len) { return ask(106, data, len, rsp, rsp_len); }
-int write_tav_otpe(const char* data, int len, char* rsp, int* rsp_len) { return ask(107, data, len, rsp, rsp_len); }
-int write_tav_fusg(const char* data, int len, char* rsp, int* rsp_len) { return ask(108, data, len, rsp, rsp_len); }
-int read_tav_fusg(const char* data, int len, char* rsp, int* rsp_len) { return ask(109, data, len, rsp, rsp_len); }
-int write_tav_cdbe(const char* data, int len, char* rsp, int* rsp_len) { return ask(110, data, len, rsp, rsp_len); }
-int write_tav_bcpe(const char* data, int len, char* rsp, int* rsp_len) { return ask(111, data, len, rsp, rsp_len); }
-int write_tav_pid2(const char* data, int len, char* rsp, int* rsp_len) { return ask(114, data, len, rsp, rsp_len); }
-int read_tav_pid2(const char* data, int len, char* rsp, int* rsp_len) { return ask(115, data, len, rsp, rsp_len); }
-int write_tav_btad(const char* data, int len, char* rsp, int* rsp_len) { return ask(122, data, len, rsp, rsp_len); }
-int read_tav_btad(const char* data, int len, char* rsp, int* rsp_len) { return ask(123, data, len, rsp, rsp_len); }
+int write_tav_impl(const char* data, int len, char* rsp, int* rsp_len) {
+  return ask(kImplWrite, data, len, rsp, rsp_len);
+}
+int read_tav_impl(const char* data, int len, char* rsp, int* rsp_len) {
+  return ask(kImplRead, data, len, rsp, rsp_len);
+}
+int write_tav_bcpl(const char* data, int len, char* rsp, int* rsp_len) {
+  return ask(kBcplWrite, data, len, rsp, rsp_len);
+}
+int read_tav_bcpl(const char* data, int len, char* rsp, int* rsp_len) {
+  return ask(kBcplRead, data, len, rsp, rsp_len);
+}
+int read_tav_idde(const char* data, int len, char* rsp, int* rsp_len) {
+  return ask(kIddeRead, data, len, rsp, rsp_len);
+}
+int write_tav_otpe(const char* data, int len, char* rsp, int* rsp_len) {
+  return ask(kOtpeWrite, data, len, rsp, rsp_len);
+}
+int write_tav_fusg(const char* data, int len, char* rsp, int* rsp_len) {
+  return ask(kFusgWrite, data, len, rsp, rsp_len);
+}
+int read_tav_fusg(const char* data, int len, char* rsp, int* rsp_len) {
+  return ask(kFusgRead, data, len, rsp, rsp_len);
+}
+int write_tav_cdbe(const char* data, int len, char* rsp, int* rsp_len) {
+  return ask(kCdbeWrite, data, len, rsp, rsp_len);
+}
+int write_tav_bcpe(const char* data, int len, char* rsp, int* rsp_len) {
+  return ask(kBcpeWrite, data, len, rsp, rsp_len);
+}
+int write_tav_pid2(const char* data, int len, char* rsp, int* rsp_len) {
+  return ask(kPid2Write, data, len, rsp, rsp_len);
+}
+int read_tav_pid2(const char* data, int len, char* rsp, int* rsp_len) {
+  return ask(kPid2Read, data, len, rsp, rsp_len);
+}
+int write_tav_btad(const char* data, int len, char* rsp, int* rsp_len) {
+  return ask(kBtadWrite, data, len, rsp, rsp_len);
+}
+int read_tav_btad(const char* data, int len, char* rsp, int* rsp_len) {
+  return ask(kBtadRead, data, len, rsp, rsp_len);
+}
 
 int read_tav_pid(const char* data, int len, char* rsp, int* rsp_len) {
   return rsp ? request(kPidRead, data, len, rsp, rsp_len) : RZCMD_FAIL;
@@ -72,7 +100,7 @@ int read_tav_pesn(char* rsp, int* rsp_len) { return answer_only_request(kPesnRea
 
 int tav_satpc_req(int mode, const char* data, int len, char* rsp, int* rsp_len) {
   if (mode != 0 && mode != 1) return RZCMD_FAIL;
-  return request(mode == 1 ? 32 : 13, data, len, rsp, rsp_len);
+  return request(mode == 1 ? kSatpcOn : kSatpcOff, data, len, rsp, rsp_len);
 }
 
 int write_tav_imei(int opcode, const char* data, int len, char* rsp, int* rsp_len) {
@@ -116,7 +144,7 @@ void make_imei_chksum(char* imei, int length) {
 int imei_check_on_boot() {
   char imei[MAX_RZCMD_REQ_SIZE] = {};
   int length = 0;
-  int error = read_tav_imei(117, "", 0, imei, &length);
+  int error = read_tav_imei(kImeiRead, "", 0, imei, &length);
   if (error != 0) {
     SLOGE("Cannot get imei from nv. %d\n", error);
     return error;
@@ -143,9 +171,7 @@ int read_pid(char* buffer) {
   int length = 0;
   int error = request(kPidRead, "", 0, answer, &length);
   if (error == 0) {
-    length = std::min(length, MAX_RZCMD_REQ_SIZE - 1);
-    memcpy(buffer, answer, static_cast<size_t>(length));
-    buffer[length] = '\0';
+    TextWriter(buffer, MAX_RZCMD_REQ_SIZE).bytes(answer, static_cast<size_t>(length));
     if (system_property_set("sys.lifeisgood", "1") != 0) {
       SLOGE("Fail to set pid property");
       return RZCMD_FAIL;

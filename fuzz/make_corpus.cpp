@@ -8,7 +8,7 @@
 
 #include "dispatch/opcode_table.h"
 #include "transport/base64.h"
-#include "transport/records.h"
+#include "platform/records.h"
 
 namespace {
 

@@ -4,20 +4,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <charconv>
 #include <sstream>
 
+#include "desk/words.h"
 #include "simulator/files.h"
 
 namespace atd::sim {
 
-namespace {
-
-constexpr const char* kBlanks = " \t\r";
-
-}  // namespace
-
-SettingsFile::SettingsFile(const std::string& root, const char* name, const char* tag, const char* standard)
+SettingsFile::SettingsFile(const std::string& root, const char* name, const char* tag, const std::string& standard)
     : path_(root + "/" + name), name_(name), tag_(tag) {
   make_folders(path_.substr(0, path_.rfind('/')));
   if (access(path_.c_str(), F_OK) != 0) write_file(path_, standard);
@@ -39,8 +33,8 @@ bool SettingsFile::changed(std::vector<SettingsLine>* lines) {
   int number = 0;
   for (std::string line; std::getline(text, line);) {
     ++number;
-    line.erase(line.find_last_not_of(kBlanks) + 1);
-    line.erase(0, line.find_first_not_of(kBlanks));
+    line.erase(line.find_last_not_of(kSpaces) + 1);
+    line.erase(0, line.find_first_not_of(kSpaces));
     if (!line.empty() && line[0] != '#') lines->push_back({number, line});
   }
   return true;
@@ -48,27 +42,6 @@ bool SettingsFile::changed(std::vector<SettingsLine>* lines) {
 
 void SettingsFile::report(int line, const std::string& what) const {
   __android_log_print(ANDROID_LOG_ERROR, tag_, "%s:%d: %s", name_, line, what.c_str());
-}
-
-std::string take_word(std::string* text) {
-  const size_t start = text->find_first_not_of(kBlanks);
-  if (start == std::string::npos) {
-    text->clear();
-    return "";
-  }
-  const size_t end = text->find_first_of(kBlanks, start);
-  std::string word = text->substr(start, end == std::string::npos ? end : end - start);
-  text->erase(0, end);
-  return word;
-}
-
-bool read_number(const std::string& word, int lowest, int highest, int* number) {
-  const char* end = word.data() + word.size();
-  int value = 0;
-  const auto [rest, error] = std::from_chars(word.data(), end, value);
-  if (error != std::errc() || rest != end || value < lowest || value > highest) return false;
-  *number = value;
-  return true;
 }
 
 }  // namespace atd::sim

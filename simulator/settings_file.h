@@ -17,11 +17,11 @@ struct SettingsLine {
 class SettingsFile {
  public:
   // `name` is the place below the root ("sim/modem.conf"), where the text `standard` is put if there is no such file;
-  // both and `tag` outlive the object.
-  SettingsFile(const std::string& root, const char* name, const char* tag, const char* standard);
+  // the name and the tag outlive the object.
+  SettingsFile(const std::string& root, const char* name, const char* tag, const std::string& standard);
 
   // True when the file is not as it was the last time, and then *lines is what it says now, without comments, empty
-  // lines, and blanks around a line; a missing file says nothing.
+  // lines, and spaces around a line; a missing file says nothing.
   bool changed(std::vector<SettingsLine>* lines);
 
   // Makes the next `changed` true.
@@ -46,11 +46,5 @@ class SettingsFile {
   const char* tag_;
   Version seen_;
 };
-
-// Takes the first word off a text; "" at its end.
-std::string take_word(std::string* text);
-
-// Reads a whole word as a decimal number within the bounds; false for anything else.
-bool read_number(const std::string& word, int lowest, int highest, int* number);
 
 }  // namespace atd::sim

@@ -77,7 +77,7 @@ std::unique_ptr<SimulatedDevice> SimulatedDevice::open(const std::string& root, 
 }
 
 SimulatedDevice::SimulatedDevice(std::string root, int lock)
-    : root_(std::move(root)), lock_(lock), logs(root_ + "/dev/log"), properties(root_), items(root_), modem(root_),
+    : root_(std::move(root)), lock_(lock), logs(root_ + "/dev/log"), properties(root_), items(root_), modem(root_, clock, faults),
       input(root_), power(root_), shell(root_) {
   SimulatedDevice* none = nullptr;
   if (!g_current.compare_exchange_strong(none, this)) {

@@ -9,6 +9,9 @@
 #include <mutex>
 #include <string>
 
+#include "desk/recording.h"
+#include "simulator/clock.h"
+
 class SocketClient;
 
 namespace atd::sim {
@@ -16,7 +19,8 @@ namespace atd::sim {
 class SocketRecord {
  public:
   // Opens the file to append to it, and makes it when there is none; null with the reason in *error.
-  static std::unique_ptr<SocketRecord> open(const std::string& path, std::string* error);
+  // The clock stays the caller's and outlives the recording.
+  static std::unique_ptr<SocketRecord> open(const std::string& path, Clock& clock, std::string* error);
   ~SocketRecord();
   SocketRecord(const SocketRecord&) = delete;
   SocketRecord& operator=(const SocketRecord&) = delete;
@@ -41,12 +45,13 @@ class SocketRecord {
     size_t seen;  // bytes of the read that is under way
   };
 
-  explicit SocketRecord(int fd) : fd_(fd) {}
+  SocketRecord(int fd, Clock& clock) : clock_(clock), fd_(fd) {}
   const Connection* find(const SocketClient* client) const;
-  void write_event(const Connection& connection, const char* event, size_t count = 0);
+  void write_event(Event::Kind kind, const Connection& connection, size_t count = 0);
   void write_message(int number, const struct iovec* parts, int count);
-  void write_line(const std::string& line);
+  void write(Event event);
 
+  Clock& clock_;
   std::mutex lock_;
   int fd_;  // -1 once a write has failed
   int last_number_ = 0;

@@ -1,17 +1,18 @@
-#include <string.h>
+#include "system/power.h"
 
 #include <cutils/android_reboot.h>
+#include <string.h>
 
-#include "atd.h"
+#include "channel/opcodes.h"
+#include "channel/request_channel.h"
 #include "platform/log.h"
 #include "platform/os.h"
-#include "transport/records.h"
+#include "platform/records.h"
+#include "system/power_handlers.h"
 
 using namespace atd;
 
 namespace {
-
-constexpr int kModemFileSystemSync = 200;
 
 // Long enough for the answer of the request that asked for it.
 constexpr uint64_t kRebootDelayUs = 1000000;
@@ -56,3 +57,10 @@ int system_restart() {
   SLOGI("end system_restart\n");
   return 0;
 }
+
+namespace atd {
+
+// The response stays as it came, whatever becomes of the sync.
+void handle_efs_sync(rzcmd_response*) { system_efs_sync(); }
+
+}  // namespace atd

@@ -16,7 +16,7 @@
 #include <vector>
 
 #include "client/cli.h"
-#include "client/wire.h"
+#include "desk/records.h"
 #include "transport/base64.h"
 
 namespace atd::client {

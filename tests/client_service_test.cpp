@@ -146,15 +146,15 @@ TEST_F(ServicePhone, ServeEndsWithTheDaemonOrASignal) {
 
 TEST(Client, ServeNamesARowThatMakesNoSense) {
   const std::pair<std::string, const char*> kRows[] = {
-      {"999 * \"\"", "write a number from 1000 to 4414"}, {"4415 * \"\"", "'4415' is no opcode"},
-      {"10x3 * \"\"", "'10x3' is no opcode"}, {"1013", "no payload"}, {"1013 abc fail", "no payload"},
+      {"999 * \"\"", "write a number from 1000 to 4414"}, {"4415 * \"\"", "'4415' is not an opcode"},
+      {"10x3 * \"\"", "'10x3' is not an opcode"}, {"1013", "no payload"}, {"1013 abc fail", "no payload"},
       {"1013 \"abc fail", "no payload"}, {"1013 \"a\"b fail", "no payload"}, {"1013 hex:0 fail", "no payload"},
       {"1013 *", "no answer"}, {"1013 * failed", "no answer"}, {"1013 * \"x", "no answer"},
       {"1013 * \"\\q none", "no answer"}, {"1013 * \"\\", "no answer"}, {"1013 * \"x\"y", "no answer"},
       {"1013 * \"" + std::string(2049, 'x') + "\"", "an answer of 2049 bytes: write at most 2048"},
       {"1013 * fail result=", "'result=' after the answer"}, {"1013 * fail delay=-1", "'delay=-1' after"},
       {"1013 * fail status=1x", "'status=1x' after"}, {"1013 * fail wait=1", "delay=MILLISECONDS or nothing"},
-      {"1013 * none delay=1", "write nothing behind none"},
+      {"1013 * none delay=1", "write nothing after none"},
   };
   FakeDaemon daemon([](const std::string&) { return ""; });
   for (const auto& row : kRows) {
@@ -190,7 +190,7 @@ class RecordedPhone : public ServicePhone {
   void restart(const std::string& recording) {
     stop();
     std::string error;
-    device().sockets.record = recording.empty() ? nullptr : sim::SocketRecord::open(recording, &error);
+    device().sockets.record = recording.empty() ? nullptr : sim::SocketRecord::open(recording, device().clock, &error);
     EXPECT_EQ("", error);
     start();
   }
@@ -250,7 +250,7 @@ TEST_F(RecordedPhone, RecordSaysWhatEscapedIt) {
   };
   stop();
   std::string error;
-  device().sockets.record = sim::SocketRecord::open(root_ + "/recording", &error);
+  device().sockets.record = sim::SocketRecord::open(root_ + "/recording", device().clock, &error);
   Late listener("atd", true), other("other", true);
   ASSERT_EQ(0, listener.startListener());
   ASSERT_EQ(0, other.startListener());
@@ -261,7 +261,7 @@ TEST_F(RecordedPhone, RecordSaysWhatEscapedIt) {
     EXPECT_EQ("taken", peer.next());
     late->stopListener();
   }
-  EXPECT_EQ(nullptr, sim::SocketRecord::open(root_ + "/none/recording", &error));
+  EXPECT_EQ(nullptr, sim::SocketRecord::open(root_ + "/none/recording", device().clock, &error));
   EXPECT_TRUE(has(error, "/none/recording: No such file")) << error;
   int pair[2], off = -1;
   ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM, 0, pair));
@@ -356,16 +356,16 @@ TEST(Client, ReplayRefusesWhatIsNoRecording) {
   const std::pair<std::string, const char*> kRows[] = {
       {"", "- has nothing that a client sent"},
       {time + R"("dir":"out","client":null,"code":1,"text":"x"})", "- has nothing that a client sent"},
-      {good + "{", "-:2: no line"}, {good + "[]", "-:2: no line"}, {R"({"time":1})", "\"time\" is not as"},
-      {R"({"time":"2026-01-31"})", "\"time\" is not as"}, {time + R"("dir":"on"})", "neither \"in\" nor \"out\""},
+      {good + "{", "-:2: not a line"}, {good + "[]", "-:2: not a line"}, {R"({"time":1})", "\"time\" is not written as"},
+      {R"({"time":"2026-01-31"})", "\"time\" is not written as"}, {time + R"("dir":"on"})", "neither \"in\" nor \"out\""},
       {time + R"("dir":"in"})", "\"client\" is no"},
       {time + R"("dir":"in","client":0,"bytes":""})", "\"client\" is no"},
       {time + R"("dir":"in","client":1})", "neither \"bytes\" nor"},
       {time + R"("dir":"in","client":1,"bytes":7})", "\"bytes\" is neither"},
       {time + R"("dir":"in","client":1,"bytes":{"hex":"012"}})", "\"bytes\" is neither"},
       {time + R"("dir":"in","client":1,"event":"sleep"})", "connect, disconnect or missed"},
-      {time + R"("dir":"in","client":1,"event":"missed"})", "\"count\" is no number"},
-      {time + R"("dir":"out","code":"x"})", "\"code\" is no number"},
+      {time + R"("dir":"in","client":1,"event":"missed"})", "\"count\" is not a number"},
+      {time + R"("dir":"out","code":"x"})", "\"code\" is not a number"},
       {time + R"("dir":"out","code":1})", "\"text\" is neither"},
   };
   FakeDaemon daemon([](const std::string&) { return ""; });

@@ -44,8 +44,8 @@ class DispatchTest : public Phone {
     EXPECT_EQ(0, rsp.result_status) << opcode;
     ASSERT_GE(rsp.data_len, 0) << opcode;
     ASSERT_LE(rsp.data_len, MAX_RZCMD_REQ_SIZE) << opcode;
-    if (state(*row) != State::built) EXPECT_EQ(2, rsp.result) << opcode;
-    if (state(*row) != State::built || row->answer == Answer::result) EXPECT_EQ(0, rsp.data_len) << opcode;
+    if (row->state != State::built) EXPECT_EQ(2, rsp.result) << opcode;
+    if (row->state != State::built || row->answer == Answer::result) EXPECT_EQ(0, rsp.data_len) << opcode;
     if (row->answer == Answer::text && rsp.data_len < MAX_RZCMD_REQ_SIZE) {
       EXPECT_EQ(static_cast<size_t>(rsp.data_len), strlen(rsp.data)) << opcode;
     }
@@ -72,7 +72,7 @@ TEST_F(DispatchTest, EveryOpcodeWithEveryPayload) {
 
 TEST_F(DispatchTest, EveryOpcodeWithEachCallBelowItFailing) {
   for (const Opcode& row : opcodes()) {
-    if (state(row) != State::built) continue;
+    if (row.state != State::built) continue;
     for (const std::string& payload : {""s, "1"s, "0a1B2c3D4e5F"s}) {
       int before = device().faults.calls();
       run(row.number, payload);

@@ -17,7 +17,7 @@
 
 #include "simulator/simulated_device.h"
 #include "transport/base64.h"
-#include "transport/records.h"
+#include "platform/records.h"
 
 namespace atd {
 

@@ -28,11 +28,11 @@ class InputTest : public Phone {
     return size > static_cast<int>(code / 8) && (bits[code / 8] >> (code % 8) & 1);
   }
 
-  void inject(int n, const std::vector<sim::InputEvent>& events) {
+  void inject(int n, const std::vector<InputEvent>& events) {
     const int fd = open_device(n);
     unsigned char bits[96];
     EXPECT_EQ(8, os_ioctl(fd, EVIOCGBIT(EV_ABS, sizeof bits), bits));
-    for (const sim::InputEvent& event : events) EXPECT_EQ(16, write(fd, &event, sizeof event));
+    for (const InputEvent& event : events) EXPECT_EQ(16, write(fd, &event, sizeof event));
     close(fd);
   }
 
@@ -89,7 +89,7 @@ TEST_F(InputTest, GivesNoMoreThanTheCallerHasRoomFor) {
 }
 
 TEST_F(InputTest, CollectsWhatIsWrittenUntilTheNextBoot) {
-  const sim::InputEvent move = {0, 0, EV_ABS, ABS_MT_POSITION_X, 100}, lift = {0, 0, EV_ABS, ABS_MT_TRACKING_ID, -1},
+  const InputEvent move = {0, 0, EV_ABS, ABS_MT_POSITION_X, 100}, lift = {0, 0, EV_ABS, ABS_MT_TRACKING_ID, -1},
                         sync = {0, 0, EV_SYN, SYN_REPORT, 0}, odd = {1, 2, 0xffff, 0xfffe, INT32_MIN};
   inject(1, {move, sync});
   inject(1, {lift, odd, sync});
@@ -127,11 +127,11 @@ TEST_F(InputTest, FollowsItsFileAndNamesWhatMakesNoSense) {
   EXPECT_FALSE(has(0, EV_KEY, KEY_POWER));
   EXPECT_FALSE(has(1, EV_ABS, ABS_MT_POSITION_X)) << "a device that is no more";
   EXPECT_TRUE(has(5, EV_ABS, 63));
-  const std::string axis = "is no axis: write a number from 0 to 63, a range as 2-11, or a name as ABS_MT_POSITION_X",
-                    key = "is no key: write a number from 0 to 767, a range as 2-11, or a name as KEY_POWER";
+  const std::string axis = "is not a code of an axis: write a number from 0 to 63, a range such as 2-11, or a name such as ABS_MT_POSITION_X",
+                    key = "is not a code of a key: write a number from 0 to 767, a range such as 2-11, or a name such as KEY_POWER";
   for (const std::string& text :
-       {"1: '0x10' " + key, "4: 'event32' is no device: write event0 to event31"s,
-        "5: 'mouse' is no device: write event0 to event31"s,
+       {"1: '0x10' " + key, "4: 'event32' is not a device: write event0 to event31"s,
+        "5: 'mouse' is not a device: write event0 to event31"s,
         "6: 'wheel' after the device: write name, key or axis"s, "7: '768' " + key, "8: '5-4' " + axis,
         "9: '2-' " + axis, "10: 'KEY_POWER' " + axis}) {
     EXPECT_EQ(1, complaints("sim/input.conf:" + text)) << text;

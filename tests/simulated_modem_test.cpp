@@ -238,7 +238,7 @@ TEST_F(ModemTest, ReadsItsFileAgainWhenAPersonEditsIt) {
 }
 
 TEST_F(ModemTest, NamesARowThatMakesNoSenseOnceAndGoesOn) {
-  const std::string opcode = "is no opcode of the modem: write a number from 0 to 971",
+  const std::string opcode = "is not an opcode of the modem: write a number from 0 to 971",
                     payload = "no payload after the opcode: write *, \"text\", \"begins so\"*, hex:0a1b or hex:0a1b*",
                     answer = "no answer after the payload: write \"text\", hex:0a1b or fail",
                     option = "after the answer: write status=NUMBER, delay=MILLISECONDS or nothing";

@@ -2,7 +2,7 @@
 #include <sys/resource.h>
 #include <sysutils/SocketListener.h>
 
-#include "simulator/socket_path.h"
+#include "simulator/door/sysutils/socket_path.h"
 #include "tests/phone.h"
 
 namespace atd {

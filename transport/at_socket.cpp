@@ -8,8 +8,10 @@
 
 #include "platform/log.h"
 #include "platform/os.h"
+#include "text/scoped_lock.h"
 #include "transport/base64.h"
 #include "transport/commands.h"
+#include "transport/wire.h"
 
 namespace atd {
 
@@ -58,53 +60,51 @@ void AtSocket::Broadcast(int code, const char* text) {
 }
 
 int AtSocket::Initialize() {
-  pthread_mutex_lock(&command_lock_);
-  Broadcast(601, "AT Command Start");
-  Broadcast(200, "AT Command Start");
-  pthread_mutex_unlock(&command_lock_);
+  ScopedLock lock(command_lock_);
+  Broadcast(kReadyCode, "AT Command Start");
+  Broadcast(kCopyCode, "AT Command Start");
   return 0;
 }
 
 int AtSocket::Clear() {
   if (!sInstance) return 0;
   // The two texts differ in one letter, and the service knows them so.
-  sInstance->Broadcast(602, "At Command End");
-  sInstance->Broadcast(200, "AT Command End");
+  sInstance->Broadcast(kStoppedCode, "At Command End");
+  sInstance->Broadcast(kCopyCode, "AT Command End");
   return 0;
 }
 
 int AtSocket::SendAtCommand(const char* cmd) {
-  pthread_mutex_lock(&command_lock_);
-  Broadcast(605, cmd);
-  Broadcast(200, cmd);
-  pthread_mutex_unlock(&command_lock_);
+  ScopedLock lock(command_lock_);
+  Broadcast(kPlatformCode, cmd);
+  Broadcast(kCopyCode, cmd);
   return 0;
 }
 
 int AtSocket::SendResponse(const char* text) {
-  pthread_mutex_lock(&response_lock_);
-  memset(response_, 0, kResponseSize);
-  memcpy(response_, text, strnlen(text, kResponseSize - 1));
-  unsigned answered = waiting_;
-  pthread_mutex_unlock(&response_lock_);
+  unsigned answered;
+  {
+    ScopedLock lock(response_lock_);
+    memset(response_, 0, kResponseSize);
+    memcpy(response_, text, strnlen(text, kResponseSize - 1));
+    answered = waiting_;
+  }
+  Broadcast(kTakenCode, "Response OK");
+  Broadcast(kCopyCode, "Response OK");
 
-  Broadcast(610, "Response OK");
-  Broadcast(200, "Response OK");
-
-  pthread_mutex_lock(&response_lock_);
+  ScopedLock lock(response_lock_);
   // A request that was sent only after this answer had come waits for another one.
   if (answered != 0 && answered == waiting_) answered_ = true;
   pthread_cond_signal(&response_signal_);
-  pthread_mutex_unlock(&response_lock_);
   return 0;
 }
 
 int AtSocket::sendRequest(const char* text, char* out, unsigned seconds) {
-  pthread_mutex_lock(&response_lock_);
+  ScopedLock lock(response_lock_);
   answered_ = false;
   waiting_ = ++sent_;
-  Broadcast(605, text);
-  Broadcast(200, text);
+  Broadcast(kPlatformCode, text);
+  Broadcast(kCopyCode, text);
 
   struct timespec deadline = {};
   os_clock_gettime(CLOCK_REALTIME, &deadline);
@@ -114,15 +114,13 @@ int AtSocket::sendRequest(const char* text, char* out, unsigned seconds) {
     result = os_cond_timedwait(&response_signal_, &response_lock_, CLOCK_REALTIME, &deadline);
   }
   waiting_ = 0;
-  bool answered = answered_;
-  bool timed_out = !answered && !stopping_;
-  if (answered) {
-    memset(out, 0, kRecordTextSize);
-    memcpy(out, response_, strnlen(response_, kRecordTextSize - 1));
+  if (!answered_) {
+    if (!stopping_) SLOGE("sendRequest: socket timed out!!\n");
+    return -1;
   }
-  pthread_mutex_unlock(&response_lock_);
-  if (timed_out) SLOGE("sendRequest: socket timed out!!\n");
-  return answered ? 0 : -1;
+  memset(out, 0, kRecordTextSize);
+  memcpy(out, response_, strnlen(response_, kRecordTextSize - 1));
+  return 0;
 }
 
 int AtSocket::ProcessAndroidRequest(rzcmd_request* req, rzcmd_response* rsp) {
@@ -130,43 +128,44 @@ int AtSocket::ProcessAndroidRequest(rzcmd_request* req, rzcmd_response* rsp) {
   // thread.
   char reply[kRecordTextSize] = "";
   if (!enter()) return -1;
-  pthread_mutex_lock(&command_lock_);
-  memset(request_text_, 0, kRecordTextSize);
-  base64_encode(req, kRequestHeaderSize + bounded_length(req->data_len), request_text_);
-  int result = sendRequest(request_text_, reply, kAndroidTimeoutSeconds);
-  int length = base64_decode(reply, rsp, sizeof *rsp);
-  // An answer that is no whole record is none: its length tells the reader so.
-  if (result == 0 && length < kResponseHeaderSize + bounded_length(rsp->data_len)) *rsp = {.data_len = -1};
-  pthread_mutex_unlock(&command_lock_);
+  int result;
+  {
+    ScopedLock lock(command_lock_);
+    memset(request_text_, 0, kRecordTextSize);
+    base64_encode(req, kRequestHeaderSize + bounded_length(req->data_len), request_text_);
+    result = sendRequest(request_text_, reply, kAndroidTimeoutSeconds);
+    int length = base64_decode(reply, rsp, sizeof *rsp);
+    // An answer that is not a whole record counts as none: its length tells the reader so.
+    if (result == 0 && length < kResponseHeaderSize + bounded_length(rsp->data_len)) {
+      *rsp = {};
+      rsp->data_len = -1;
+    }
+  }
   leave();
   return result;
 }
 
 bool AtSocket::enter() {
-  pthread_mutex_lock(&response_lock_);
-  bool open = !stopping_;
-  if (open) ++requests_;
-  pthread_mutex_unlock(&response_lock_);
-  return open;
+  ScopedLock lock(response_lock_);
+  if (!stopping_) ++requests_;
+  return !stopping_;
 }
 
 void AtSocket::leave() {
-  pthread_mutex_lock(&response_lock_);
+  ScopedLock lock(response_lock_);
   --requests_;
   pthread_cond_broadcast(&response_signal_);
-  pthread_mutex_unlock(&response_lock_);
 }
 
 void AtSocket::EndRequests() {
-  pthread_mutex_lock(&response_lock_);
+  ScopedLock lock(response_lock_);
   stopping_ = true;
   pthread_cond_broadcast(&response_signal_);
   while (requests_ > 0) pthread_cond_wait(&response_signal_, &response_lock_);
-  pthread_mutex_unlock(&response_lock_);
 }
 
 int AtSocket::RequestFromAndroid(const char* text) {
-  pthread_mutex_lock(&service_request_lock_);
+  ScopedLock lock(service_request_lock_);
   rzcmd_request req = {};
   rzcmd_response rsp = {};
   int length = base64_decode(text, &req, sizeof req);
@@ -176,8 +175,7 @@ int AtSocket::RequestFromAndroid(const char* text) {
   memset(reply_text_, 0, kRecordTextSize);
   base64_encode(&rsp, kResponseHeaderSize + bounded_length(rsp.data_len), reply_text_);
   SLOGI("Send result to service\n");
-  Broadcast(210, reply_text_);
-  pthread_mutex_unlock(&service_request_lock_);
+  Broadcast(kAnswerCode, reply_text_);
   return 0;
 }
 

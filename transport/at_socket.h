@@ -4,7 +4,7 @@
 
 #include <pthread.h>
 
-#include "transport/records.h"
+#include "platform/records.h"
 
 namespace atd {
 
@@ -39,8 +39,8 @@ class AtSocket {
   int sendRequest(const char* text, char* out, unsigned seconds);
 
   // Sends a request to the service and decodes its answer into *rsp, which the caller has cleared; 0, with data_len -1
-  // when the answer is no whole record, or -1 when none
-  // came within 10 seconds or the broker ends. On the listener's own thread no answer can come.
+  // when the answer is not a whole record, or -1 when none came within 10 seconds or the
+  // broker ends. On the listener's own thread no answer can come.
   int ProcessAndroidRequest(rzcmd_request* req, rzcmd_response* rsp);
 
   // Ends every request that waits for an answer, as if none had come, and lets no further one begin; returns once they

@@ -26,7 +26,7 @@ constexpr auto kPairs = [] {
 // Each character's six bits, or all bits set, shifted to where they stand in a group of four characters.
 constexpr std::array<uint32_t, 256> values_shifted_by(int shift) {
   std::array<uint32_t, 256> table{};
-  table.fill(kInvalid);
+  for (uint32_t& value : table) value = kInvalid;
   for (uint32_t i = 0; i < 64; ++i) table[static_cast<uint8_t>(kAlphabet[i])] = i << shift;
   return table;
 }

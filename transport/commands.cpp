@@ -23,12 +23,12 @@ int CommandListener::AtCmd::runCommand(SocketClient*, int argc, char** argv) {
   for (int i = 0; i < argc; ++i) SLOGI("Command[%d] = %s", i, argv[i]);
 
   const char* text = argument(argc, argv);
-  if (strcmp(text, "initialize") == 0) {
+  if (strcmp(text, kInitialize) == 0) {
     g_AtSocket->Initialize();
-  } else if (strncmp(text, "adc", 3) == 0) {
+  } else if (strncmp(text, kSend, sizeof kSend - 1) == 0) {
     SLOGI("adc test!");
-    // Behind "adc" stands one separator; from there the command begins at the first character that can be part of one.
-    const char* command = text + strnlen(text, 4);
+    // One separator follows the word; the command begins at the first character after it that can be part of one.
+    const char* command = text + strnlen(text, sizeof kSend);
     while (*command != '\0' &&
            (static_cast<unsigned char>(*command) <= 32 || static_cast<unsigned char>(*command) >= 128)) {
       ++command;

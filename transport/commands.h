@@ -2,6 +2,7 @@
 #pragma once
 
 #include "transport/framework_listener.h"
+#include "transport/wire.h"
 
 namespace atd {
 
@@ -24,21 +25,21 @@ class CommandListener : public AtFrameworkListener {
   // "atcommand initialize": the platform service is ready. "atcommand adc TEXT": it is to run an AT command.
   class AtCmd : public AtdCommand {
    public:
-    AtCmd() : AtdCommand("atcommand") {}
+    AtCmd() : AtdCommand(kCommandWord) {}
     int runCommand(SocketClient* client, int argc, char** argv) override;
   };
 
   // "atresponse BASE64": the platform's answer to a request of ours.
   class AtCmdResponse : public AtdCommand {
    public:
-    AtCmdResponse() : AtdCommand("atresponse") {}
+    AtCmdResponse() : AtdCommand(kResponseWord) {}
     int runCommand(SocketClient* client, int argc, char** argv) override;
   };
 
   // "atsrequest BASE64": a service request.
   class AtServiceRequest : public AtdCommand {
    public:
-    AtServiceRequest() : AtdCommand("atsrequest") {}
+    AtServiceRequest() : AtdCommand(kRequestWord) {}
     int runCommand(SocketClient* client, int argc, char** argv) override;
   };
 };

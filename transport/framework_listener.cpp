@@ -6,14 +6,15 @@
 #include <unistd.h>
 
 #include "platform/log.h"
+#include "transport/wire.h"
 
 namespace atd {
 
 namespace {
 
 // Both are shared by all clients: lines are read and run on the listener's one thread.
-char buffer[16383];
-char tmp[16383];
+char buffer[kLineMax + 2];
+char tmp[kLineMax + 2];
 
 constexpr int kMaxArguments = 16;
 
@@ -71,7 +72,7 @@ void AtFrameworkListener::dispatchCommand(SocketClient* client, char* line) {
     } else if (character == '"') {
       quoted = !quoted;
     } else if (character == ' ' && !quoted && argc == 0) {
-      // Only the first blank outside quotes splits; behind it a blank is a character like any other.
+      // Only the first space outside quotes splits; after it a space is a character like any other.
       *out = '\0';
       argv[argc++] = strdup(tmp);
       out = tmp;
@@ -88,7 +89,7 @@ void AtFrameworkListener::dispatchCommand(SocketClient* client, char* line) {
     argv[argc++] = strdup(tmp);
     if (quoted) refusal = "Unclosed quotes error";
   }
-  if (refusal) client->sendMsg(500, refusal, false);
+  if (refusal) client->sendMsg(kRefusedCode, refusal, false);
   else runCommand(client, argc, argv);
   for (int i = 0; i < argc; ++i) free(argv[i]);
 }
@@ -101,7 +102,7 @@ void AtFrameworkListener::runCommand(SocketClient* client, int argc, char** argv
     }
     return;
   }
-  client->sendMsg(500, "Command not recognized", false);
+  client->sendMsg(kRefusedCode, "Command not recognized", false);
 }
 
 }  // namespace atd

@@ -1,6 +1,5 @@
 #include "transport/response.h"
 
-#include <stdlib.h>
 #include <string.h>
 
 namespace atd {
@@ -23,12 +22,6 @@ void respond_byte(rzcmd_response* rsp, int byte, int result) {
 
 void respond_text(rzcmd_response* rsp, const char* text, int result) {
   respond_bytes(rsp, text, static_cast<int>(strnlen(text, MAX_RZCMD_REQ_SIZE - 1)), result);
-}
-
-bool parse_number(const char* text, int* number) {
-  char* end;
-  *number = static_cast<int>(strtol(text, &end, 10));
-  return end != text && *end == '\0';
 }
 
 const char* request_text(const rzcmd_request* req) {

@@ -1,7 +1,7 @@
 // How every handler fills its response: the whole record is cleared, then the answer and last the result are set.
 #pragma once
 
-#include "transport/records.h"
+#include "platform/records.h"
 
 namespace atd {
 
@@ -16,9 +16,6 @@ void respond_byte(rzcmd_response* rsp, int byte, int result = RZCMD_OK);
 
 // Answers with a text, cut at 2047 characters, and the result; data_len is its length without the terminator.
 void respond_text(rzcmd_response* rsp, const char* text, int result = RZCMD_OK);
-
-// The number that a text consists of, as 32 bits; false when it is none.
-bool parse_number(const char* text, int* number);
 
 // The request's payload as a text; "" when it holds no terminator.
 const char* request_text(const rzcmd_request* req);

@@ -1,0 +1,94 @@
+// The requests that the library makes, by opcode: those up to 971 go to the modem, those from 1000 to 4414 to the
+// platform's AT command service.
+#pragma once
+
+namespace atd {
+
+// The gap between the two belongs to neither.
+inline constexpr int kLastModemOpcode = 971;
+inline constexpr int kFirstPlatformOpcode = 1000;
+inline constexpr int kLastPlatformOpcode = 4414;
+
+constexpr bool is_modem_opcode(int opcode) { return opcode >= 0 && opcode <= kLastModemOpcode; }
+constexpr bool is_platform_opcode(int opcode) {
+  return opcode >= kFirstPlatformOpcode && opcode <= kLastPlatformOpcode;
+}
+
+// Requests to the modem. Of most answers the first character tells the outcome, '1' for success.
+enum ModemOpcode {
+  kTestScriptSet = 3,          // switch the test script on
+  kTestScriptMode = 4,         // read the test script's mode
+  kCalibrationBackup = 5,      // keep a copy of the calibration data
+  kCalibrationRestore = 6,     // take the calibration data back from the copy
+  kCalibrationReset = 7,       // reset the calibration data
+  kUserDataClear = 8,          // clear the user's data before a factory reset
+  kSatpcOff = 13,              // SIM toolkit request, mode 0
+  kCamp = 20,                  // camp on a band, or by arguments
+  kWcdmaMaxPowerOn = 25,       // WCDMA at its maximum power
+  kWcdmaMaxPowerOff = 26,      // WCDMA at its own power again
+  kCalibrationRead = 27,       // read the calibration data
+  kCalibrationCheck = 28,      // check the calibration data
+  kVcoTuningWrite = 29,        // run the VCO's self-tuning
+  kVcoTuningRead = 30,         // read the outcome of the VCO's self-tuning
+  kSatpcOn = 32,               // SIM toolkit request, mode 1
+  kResetFirstProduction = 40,  // production reset: first production
+  kCheckFirstProduction = 41,  // check of it
+  kCheckStartDay = 42,         // check of the start day
+  kResetRefurbish = 43,        // production reset: refurbishing
+  kCheckRefurbish = 44,        // check of it
+  kInitStartDay = 45,          // initialise the start day
+  kSetStartDay = 46,           // set the start day
+  kDetach = 60,                // detach from the network
+  kImplWrite = 101,            // short factory records, named by four letters: write, read
+  kImplRead = 102,
+  kBcplWrite = 103,
+  kBcplRead = 104,
+  kIddeWrite = 105,  // "IDDE OK" erases the unit's identity
+  kIddeRead = 106,
+  kOtpeWrite = 107,
+  kFusgWrite = 108,
+  kFusgRead = 109,
+  kCdbeWrite = 110,
+  kBcpeWrite = 111,
+  kPid2Write = 114,  // the second product ID
+  kPid2Read = 115,
+  kImeiWrite = 116,  // IMEI, of a phone with several SIMs the first
+  kImeiRead = 117,
+  kImei2Write = 118,
+  kImei2Read = 119,
+  kImei3Write = 120,
+  kImei3Read = 121,
+  kBtadWrite = 122,  // the modem's record of the Bluetooth address
+  kBtadRead = 123,
+  kBulkSend = 155,           // one chunk of bulk data, at most 255 bytes; a shorter one is the last
+  kBulkReceive = 156,        // the next chunk of bulk data back
+  kMeidRead = 157,           // MEID
+  kPesnRead = 158,           // pseudo ESN
+  kModemFileSystemSync = 200,  // write the modem's file system out
+  kModemFlightMode = 201,    // flight mode, one byte: 1 on, 0 off
+  kPidRead = 202,            // product ID
+  kPidWrite = 203,
+  kModemReady = 209,         // whether the modem takes commands
+  kRfDeviceCheck = 210,      // check of the RF devices
+  kModemReset = 214,         // restart of the modem
+  kFileSystemAccess = 401,   // one operation on the modem's file system
+  kResetReturn = 510,        // production resets: return, brand, service return
+  kResetBrand = 511,
+  kResetServiceReturn = 512,
+  kNvRead = 550,             // a numbered item of the modem, in a packet of 132 bytes
+  kNvWrite = 551,
+  kHardResetKey = 610,       // enable the power key's hard reset
+  kModemBackup = 960,        // backup of the modem's data
+};
+
+// Requests to the platform.
+enum PlatformOpcode {
+  // These two report through their data, whatever their result says.
+  kPlatformReport1 = 1011,
+  kPlatformReport2 = 1012,
+  kKeyClick = 1202,    // press and release a key; one byte, the platform's key number
+  kKeyPress = 1203,    // press it
+  kKeyRelease = 1204,  // release it
+};
+
+}  // namespace atd

@@ -1,0 +1,39 @@
+// Words, numbers and bytes in the text files and command lines of the desk. What is taken is taken off the front.
+#pragma once
+
+#include <stddef.h>
+
+#include <string>
+#include <string_view>
+
+namespace atd {
+
+// What separates words in a line.
+inline constexpr std::string_view kSpaces = " \t\r";
+
+// Takes the spaces before the next word.
+void skip_spaces(std::string_view* text);
+
+// Takes the first word; "" at the end of the text.
+std::string_view take_word(std::string_view* text);
+
+// Takes a pair of hex digits and appends their byte; false, and nothing taken, when there is none.
+bool take_hex_pair(std::string_view* text, std::string* bytes);
+
+// Takes a text in double quotes, with \" \\ \n \r \t and \x1f for a quote, a backslash, the control characters and a
+// byte; false when there is none that ends. Appends to *bytes.
+bool take_quoted(std::string_view* text, std::string* bytes);
+
+// Reads a whole word as a decimal number within the bounds; false for anything else.
+bool read_number(std::string_view word, long long lowest, long long highest, int* number);
+
+// Two lower-case hex digits a byte.
+std::string to_hex(std::string_view bytes);
+
+// Bytes of the UTF-8 character at `at`; 0 when there is none.
+size_t utf8_size(std::string_view text, size_t at);
+
+// Whether the bytes are UTF-8.
+bool is_utf8(std::string_view bytes);
+
+}  // namespace atd

@@ -1,0 +1,97 @@
+// The modem behind the vendor's request interface: rows of "sim/modem.conf", over stateful built-in items, over a file
+// system; and every way in which it can fail. Safe to use from any thread.
+#pragma once
+
+#include <deque>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "simulator/clock.h"
+#include "simulator/faults.h"
+#include "simulator/modem/efs.h"
+#include "simulator/modem/items.h"
+#include "simulator/modem/rows.h"
+#include "platform/records.h"
+
+namespace atd::sim {
+
+struct ModemRequest {
+  int opcode;
+  std::string payload;
+  bool operator==(const ModemRequest&) const = default;
+};
+
+class Modem {
+ public:
+  // The clock and the faults are the phone's and outlive the modem.
+  Modem(const std::string& root, Clock& clock, Faults& faults)
+      : clock_(clock), faults_(faults), rows_(root), items_(root), efs_(root) {}
+
+  // Starts the modem anew, as a reboot of the phone does: the interface is closed, open files are lost.
+  void boot();
+
+  // Makes the n-th request from now on fail; 1 is the next one, 0 none.
+  void fail_request(int nth);
+
+  // Makes the next `times` openings of the interface fail.
+  void fail_init(int times);
+
+  // Makes every request fail, one that waits for its answer too, until the interface is opened again; open files are
+  // lost.
+  void lose_connection();
+
+  // Answers every request this much later, in milliseconds of the phone's time.
+  void set_delay(int milliseconds);
+
+  // Answers an opcode with this data from now on, before rows and items. Of data beyond 2048 bytes the answer carries
+  // the first 2048, and a length that promises all of it.
+  void set_answer(int opcode, const std::string& data, int status = 0);
+
+  // The same for the next requests of an opcode, one answer each; then everything is as before.
+  void set_answers(int opcode, const std::vector<std::string>& data);
+
+  // Answers an opcode with this very record from now on; whatever it says, the request counts as sent and answered.
+  void set_raw_answer(int opcode, const rzcmd_response& response);
+
+  // Takes back what the three above have set.
+  void clear_answers();
+
+  // The last 10000 requests that were handed over, oldest first, answered or not.
+  std::vector<ModemRequest> requests() const;
+  void clear_requests();
+
+  // What the functions of platform/modem_interface.h come down to, with their contracts.
+  int init();
+  int release();
+  int release_handle();
+  int request(const rzcmd_request& request, rzcmd_response* response);
+
+ private:
+  struct Prepared {
+    std::deque<rzcmd_response> next;
+    std::optional<rzcmd_response> always;
+  };
+
+  void disconnect_locked();
+  void restart_locked();
+  std::optional<rzcmd_response> prepared_locked(int opcode);
+
+  Clock& clock_;
+  Faults& faults_;
+  mutable std::mutex lock_;
+  ModemRows rows_;
+  ModemItems items_;
+  ModemEfs efs_;
+  bool connected_ = false;
+  int connections_ = 0;  // which of them it is
+  int fail_in_ = 0;      // requests until one fails, counting it
+  int fail_inits_ = 0;
+  int delay_ms_ = 0;
+  std::map<int, Prepared> prepared_;
+  std::deque<ModemRequest> requests_;
+};
+
+}  // namespace atd::sim

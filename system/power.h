@@ -1,0 +1,13 @@
+// Restart, and what goes before it.
+#pragma once
+
+#pragma GCC visibility push(default)
+
+// Writes the modem's and the phone's file systems out and restarts the phone one second later, on a thread of its own;
+// 0, or -1 when the modem's file system could not be written or there is no thread.
+int system_restart();
+
+// Writes the modem's file system out; 0, or -1.
+int system_efs_sync();
+
+#pragma GCC visibility pop

@@ -1,0 +1,16 @@
+// Hexadecimal digits.
+#pragma once
+
+namespace atd {
+
+inline constexpr char kHexDigits[] = "0123456789ABCDEF";
+
+// The value of a digit of either case, -1 for any other character.
+constexpr int hex_digit(char c) {
+  if (c >= '0' && c <= '9') return c - '0';
+  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+  return -1;
+}
+
+}  // namespace atd
