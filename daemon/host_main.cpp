@@ -10,18 +10,15 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
-#include <filesystem>
 #include <atomic>
-#include <functional>
+#include <filesystem>
 #include <map>
-#include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "atd.h"
 #include "daemon/boot.h"
-#include "daemon/console.h"
+#include "simulator/control.h"
 #include "simulator/simulated_device.h"
 
 namespace {
@@ -42,7 +39,6 @@ struct Options {
   std::string record;
   int log_level = ANDROID_LOG_INFO;
   bool background = false;
-  bool console = false;
   bool rebooted = false;
 };
 
@@ -78,7 +74,6 @@ void boot_again(const Options& options, const char* log_level, int spare_socket)
   std::vector<const char*> arguments = {"atd", "--device", options.device.c_str(), "--log-level", log_level,
                                         "--rebooted"};
   if (!options.record.empty()) arguments.insert(arguments.end(), {"--record", options.record.c_str()});
-  if (options.console) arguments.push_back("--console");
   arguments.push_back(nullptr);
   execv("/proc/self/exe", const_cast<char**>(arguments.data()));
   fprintf(stderr, "atd: cannot start again: %s\n", strerror(errno));
@@ -120,6 +115,17 @@ int serve(const Options& options, const char* log_level) {
     g_ended_by = what;
     kill(getpid(), kRebootSignal);
   });
+  device->host = {.program = "atd " ATD_VERSION,
+                  .stop = [] { kill(getpid(), SIGTERM); },
+                  .request_to_system = request_to_system,
+                  .ckpd_send_event = ckpd_send_event,
+                  .send_key_native = send_key_native,
+                  .ctsa_send_event = ctsa_send_event};
+  auto control = atd::sim::Control::serve(*device, &error);
+  if (!control) {
+    fprintf(stderr, "atd: %s\n", error.c_str());
+    return 1;
+  }
   // Whatever level is asked for, the reason why the daemon cannot start is shown.
   device->logs.echo(std::min(options.log_level, static_cast<int>(ANDROID_LOG_ERROR)));
   atd::boot();
@@ -135,17 +141,15 @@ int serve(const Options& options, const char* log_level) {
     close(ready);
   }
 
-  static std::mutex console_busy;
-  if (options.console) std::thread(run_console, std::ref(*device), std::ref(console_busy)).detach();
-
   int signal = 0;
   sigwait(&signals, &signal);
   // Nothing that sleeps, a slow modem above all, holds the end up.
   device->power.shut();
   device->clock.release();
+  control->hang_up();
   stop_socket();
-  // What the console still runs uses the phone.
-  console_busy.lock();
+  // The verbs that still run use the phone.
+  control.reset();
   device.reset();
   if (signal != kRebootSignal) return 0;
   fprintf(stderr, "atd: phone %s: %s\n", options.device.c_str(), g_ended_by.c_str());
@@ -169,14 +173,13 @@ int main(int argc, char** argv) {
   app.add_option("--record", options.record, "append what goes over the socket to this file, a JSON object a line")
       ->type_name("FILE");
   app.add_flag("--background", options.background, "detach once the socket is ready");
-  app.add_flag("--console", options.console, "run lines from standard input on a thread of the daemon's own; try: help")
-      ->excludes("--background");
+  app.set_version_flag("--version", "atd " ATD_VERSION, "print the version and end");
   app.add_flag("--rebooted", options.rebooted, "this is a reboot of the phone")->group("");
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {
     if (e.get_exit_code() == 0) return app.exit(e);
-    fprintf(stderr, "atd: %s\nUsage: atd --device DIR [--log-level LEVEL] [--record FILE] [--background | --console]\n",
+    fprintf(stderr, "atd: %s\nUsage: atd --device DIR [--log-level LEVEL] [--record FILE] [--background]\n",
             e.what());
     return 64;
   }

@@ -13,7 +13,7 @@ namespace {
 struct Grammar {
   const char* owner;
   int first_opcode, last_opcode;
-  const char* answers;  // beside "text", hex:0a1b
+  const char* answers;  // besides "text", hex:0a1b
   const char* options;
 };
 

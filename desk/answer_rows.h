@@ -1,4 +1,5 @@
-// Rows of requests and what answers them: the text files of the simulated modem and of who stands in for the platform.
+// Rows of requests and their answers, in the text files of the simulated modem and of a client that stands in for the
+// platform.
 #pragma once
 
 #include <string>
@@ -20,8 +21,8 @@ struct AnswerRow {
   int delay_ms = 0;
 };
 
-// Whose rows they are: "the modem's" take status= and delay=, and `fail` leaves a request without its answer; "the
-// platform's" take result= as well, `fail` is result 1, and `none` leaves a request without its answer.
+// Whose rows they are. Rows of the modem take status= and delay=, and `fail` means that the request gets no answer.
+// Rows of the platform also take result=; `fail` is result 1 there, and `none` means that the request gets no answer.
 enum class RowsOf { modem, platform };
 
 // How a row is written, for a person; lines of at most 100 characters, each with its line end.

@@ -27,7 +27,7 @@ class Splitter {
   // Takes the next whole message into *message; false when there is none yet.
   bool next(Message* message);
 
-  // Bytes of the message that has no end yet.
+  // Bytes of the message that has no NUL yet.
   size_t pending() const { return pending_.size() - begin_; }
 
  private:

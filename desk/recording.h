@@ -12,10 +12,10 @@ namespace atd {
 // One line of a recording.
 struct Event {
   enum class Kind {
-    connect,     // a client came
-    disconnect,  // it went, or was dropped
-    input,       // what one read of the daemon took from it
-    missed,      // bytes that it sent and that are not recorded
+    connect,     // a client connected
+    disconnect,  // it went away, or the daemon dropped it
+    input,       // bytes of a client that the daemon took in one read
+    missed,      // bytes that a client sent and that are not recorded
     message,     // what the daemon said
   };
 
@@ -31,7 +31,7 @@ struct Event {
 // The line of an event, with its line end.
 std::string event_line(const Event& event);
 
-// Reads a line, but for its number; empty when all is well, else what is wrong.
+// Reads a line into *event, except its number; empty when all is well, else what is wrong.
 std::string parse_event(const std::string& line, Event* event);
 
 // The time as ISO 8601 in UTC, with microseconds.

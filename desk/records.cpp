@@ -19,6 +19,10 @@ std::string decode(const std::string& text) {
   return bytes;
 }
 
+std::string text_of(const void* record, int size) {
+  return to_base64({static_cast<const char*>(record), static_cast<size_t>(size)});
+}
+
 int32_t int_at(const std::string& bytes, size_t offset) {
   int32_t value;
   memcpy(&value, bytes.data() + offset, sizeof value);
@@ -37,6 +41,12 @@ std::string quote(const std::string& text) {
   return quoted;
 }
 
+std::string to_base64(std::string_view bytes) {
+  std::string text(base64_text_size(bytes.size()), '\0');
+  text.resize(static_cast<size_t>(base64_encode(bytes.data(), static_cast<int>(bytes.size()), text.data())));
+  return text;
+}
+
 std::string initialize_line() { return std::string(kCommandWord) + " " + kInitialize; }
 
 std::string send_line(const std::string& command) {
@@ -48,9 +58,7 @@ std::string request_line(int32_t opcode, const std::string& payload) {
   record->opcode = opcode;
   record->data_len = bounded_length(static_cast<int32_t>(payload.size()));
   memcpy(record->data, payload.data(), record->data_len);
-  char text[kRecordTextSize];
-  base64_encode(record.get(), kRequestHeaderSize + record->data_len, text);
-  return std::string(kRequestWord) + " " + text;
+  return std::string(kRequestWord) + " " + text_of(record.get(), kRequestHeaderSize + record->data_len);
 }
 
 std::string response_line(const Response& response) {
@@ -59,9 +67,7 @@ std::string response_line(const Response& response) {
   record->result_status = response.result_status;
   record->data_len = bounded_length(static_cast<int32_t>(response.data.size()));
   memcpy(record->data, response.data.data(), record->data_len);
-  char text[kRecordTextSize];
-  base64_encode(record.get(), kResponseHeaderSize + record->data_len, text);
-  return std::string(kResponseWord) + " " + text;
+  return std::string(kResponseWord) + " " + text_of(record.get(), kResponseHeaderSize + record->data_len);
 }
 
 bool decode_response(const std::string& text, Response* response, std::string* error) {

@@ -4,13 +4,18 @@
 #include <stdint.h>
 
 #include <string>
+#include <string_view>
 
 namespace atd {
 
 // The text as a line carries it after its command word: backslashes and double quotes escaped.
 std::string quote(const std::string& text);
 
-// The line that tells the daemon that the platform is ready, and the one that has it send an AT command.
+// The base64 text of bytes.
+std::string to_base64(std::string_view bytes);
+
+// The line that tells the daemon that the platform is ready, and the line that makes it send an AT command to the
+// platform.
 std::string initialize_line();
 std::string send_line(const std::string& command);
 

@@ -26,4 +26,15 @@ SocketAddress::~SocketAddress() {
   if (folder_ >= 0) close(folder_);
 }
 
+int connect_to(const std::string& path) {
+  const SocketAddress address(path);
+  int error = address.error();
+  const int fd = error == 0 ? socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0) : -1;
+  if (fd >= 0 && connect(fd, address.get(), address.size()) == 0) return fd;
+  if (error == 0) error = errno;
+  if (fd >= 0) close(fd);
+  errno = error;
+  return -1;
+}
+
 }  // namespace atd

@@ -29,4 +29,7 @@ class SocketAddress {
   int error_ = 0;
 };
 
+// Connects to the local stream socket at a path; a descriptor that the caller closes, or -1 with errno.
+int connect_to(const std::string& path);
+
 }  // namespace atd

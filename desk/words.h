@@ -1,4 +1,5 @@
-// Words, numbers and bytes in the text files and command lines of the desk. What is taken is taken off the front.
+// Words, numbers and bytes in the text files and command lines of the desk. What a function takes is removed from the
+// front of the text.
 #pragma once
 
 #include <stddef.h>
@@ -17,7 +18,7 @@ void skip_spaces(std::string_view* text);
 // Takes the first word; "" at the end of the text.
 std::string_view take_word(std::string_view* text);
 
-// Takes a pair of hex digits and appends their byte; false, and nothing taken, when there is none.
+// Takes a pair of hex digits and appends their byte; takes nothing and returns false when there is none.
 bool take_hex_pair(std::string_view* text, std::string* bytes);
 
 // Takes a text in double quotes, with \" \\ \n \r \t and \x1f for a quote, a backslash, the control characters and a

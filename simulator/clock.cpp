@@ -30,14 +30,23 @@ Clock::~Clock() {
   if (waker_.joinable()) waker_.join();
 }
 
+uint64_t Clock::now_locked(clockid_t clock) const {
+  if (virtual_) return virtual_now_ + (clock == CLOCK_REALTIME ? virtual_base_ : 0);
+  struct timespec now;
+  clock_gettime(clock, &now);
+  return microseconds(now) + ahead_;
+}
+
 void Clock::make_virtual() {
   std::lock_guard guard(lock_);
-  struct timespec real, monotonic;
-  clock_gettime(CLOCK_REALTIME, &real);
-  clock_gettime(CLOCK_MONOTONIC, &monotonic);
+  const uint64_t monotonic = now_locked(CLOCK_MONOTONIC), real = now_locked(CLOCK_REALTIME);
   virtual_ = true;
-  virtual_now_ = microseconds(monotonic);
-  realtime_base_ = static_cast<int64_t>(microseconds(real)) - static_cast<int64_t>(virtual_now_);
+  virtual_now_ = monotonic;
+  virtual_base_ = real - monotonic;
+}
+
+void Clock::start_waker_locked() {
+  if (!waker_.joinable()) waker_ = std::thread([this] { wake_overdue(); });
 }
 
 // A thread of its own, because what moves the time must not take a lock of the waiter's. Without that lock a wake-up may
@@ -46,8 +55,9 @@ void Clock::wake_overdue() {
   std::unique_lock guard(lock_);
   while (!gone_) {
     bool overdue = false;
+    const uint64_t now = now_locked(CLOCK_MONOTONIC);
     for (const TimedWait& wait : timed_waits_) {
-      if (wait.end > virtual_now_) continue;
+      if (wait.end > now) continue;
       pthread_cond_broadcast(wait.condition);
       overdue = true;
     }
@@ -69,7 +79,9 @@ void Clock::release() {
 
 void Clock::advance(uint64_t us) {
   std::lock_guard guard(lock_);
-  virtual_now_ += us;
+  if (virtual_) virtual_now_ += us;
+  else ahead_ += us;
+  if (!timed_waits_.empty()) start_waker_locked();
   changed_.notify_all();
 }
 
@@ -84,57 +96,53 @@ uint64_t Clock::slept() const {
 }
 
 int Clock::get(clockid_t clock, struct timespec* now) {
-  {
-    std::lock_guard guard(lock_);
-    if (virtual_) {
-      *now = to_timespec(virtual_now_ + static_cast<uint64_t>(clock == CLOCK_REALTIME ? realtime_base_ : 0));
-      return 0;
-    }
-  }
-  return clock_gettime(clock, now);
+  std::lock_guard guard(lock_);
+  if (!virtual_ && ahead_ == 0) return clock_gettime(clock, now);
+  *now = to_timespec(now_locked(clock));
+  return 0;
 }
 
 void Clock::sleep(uint64_t us) {
   std::unique_lock guard(lock_);
   slept_ += us;
-  if (!virtual_) {
-    changed_.wait_for(guard, std::chrono::microseconds(us), [&] { return released_; });
-    return;
-  }
-  if (!hold_) {
+  if (virtual_ && !hold_) {
     virtual_now_ += us;
     changed_.notify_all();
     return;
   }
-  uint64_t end = virtual_now_ + us;
+  const uint64_t end = now_locked(CLOCK_MONOTONIC) + us;
   ++waiters_;
   changed_.notify_all();
-  changed_.wait(guard, [&] { return released_ || virtual_now_ >= end; });
+  for (uint64_t now; !released_ && (now = now_locked(CLOCK_MONOTONIC)) < end;) {
+    if (virtual_) changed_.wait(guard);
+    else changed_.wait_for(guard, std::chrono::microseconds(end - now));
+  }
   --waiters_;
 }
 
 int Clock::timed_wait(pthread_cond_t* condition, pthread_mutex_t* mutex, clockid_t clock,
                       const struct timespec* deadline) {
   if (deadline->tv_nsec < 0 || deadline->tv_nsec >= 1000000000) return EINVAL;
-  auto wait = timed_waits_.end();
+  std::list<TimedWait>::iterator wait;
+  struct timespec real_deadline = {};
+  bool timed;
   {
     std::lock_guard guard(lock_);
-    if (virtual_) {
-      uint64_t end = microseconds(*deadline) - static_cast<uint64_t>(clock == CLOCK_REALTIME ? realtime_base_ : 0);
-      wait = timed_waits_.insert(timed_waits_.end(), {condition, end});
-      if (!waker_.joinable()) waker_ = std::thread([this] { wake_overdue(); });
-    }
+    // What is left until the deadline may be negative.
+    const int64_t left = static_cast<int64_t>(microseconds(*deadline)) - static_cast<int64_t>(now_locked(clock));
+    const uint64_t end = now_locked(CLOCK_MONOTONIC) + static_cast<uint64_t>(left);
+    wait = timed_waits_.insert(timed_waits_.end(), {condition, end});
+    timed = !virtual_;
+    if (timed) real_deadline = to_timespec(microseconds(*deadline) - ahead_);
+    else start_waker_locked();
     ++waiters_;
     changed_.notify_all();
   }
   // Not in short timed waits of its own: a signal that comes as one of them ends, before it has the mutex again, is lost.
-  const bool timed = wait == timed_waits_.end();
-  int result = timed ? pthread_cond_timedwait(condition, mutex, deadline) : pthread_cond_wait(condition, mutex);
+  int result = timed ? pthread_cond_timedwait(condition, mutex, &real_deadline) : pthread_cond_wait(condition, mutex);
   std::lock_guard guard(lock_);
-  if (!timed) {
-    if (virtual_now_ >= wait->end) result = ETIMEDOUT;
-    timed_waits_.erase(wait);
-  }
+  if (now_locked(CLOCK_MONOTONIC) >= wait->end) result = ETIMEDOUT;
+  timed_waits_.erase(wait);
   --waiters_;
   return result;
 }

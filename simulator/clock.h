@@ -1,11 +1,12 @@
-// The phone's clock. It follows the desktop's; a test makes it virtual, and then time passes only when something
-// sleeps or the test says so.
+// The phone's clock. It follows the desktop's, and can be put ahead of it. A test makes it virtual, and then time passes
+// only when something sleeps or the test says so.
 #pragma once
 
 #include <pthread.h>
 #include <stdint.h>
 #include <time.h>
 
+#include <atomic>
 #include <condition_variable>
 #include <list>
 #include <mutex>
@@ -27,8 +28,11 @@ class Clock {
   // Ends every sleep and lets no further one last: the phone is going away.
   void release();
 
-  // Moves the virtual time ahead.
+  // Moves the time ahead; sleeps and timed waits whose end it passes end.
   void advance(uint64_t microseconds);
+
+  // How far a clock that is not virtual is ahead of the desktop's, in microseconds.
+  uint64_t ahead() const { return ahead_; }
 
   // Returns once `count` threads are in a timed wait or a held sleep.
   void await_waiters(int count = 1);
@@ -42,12 +46,14 @@ class Clock {
   int timed_wait(pthread_cond_t* condition, pthread_mutex_t* mutex, clockid_t clock, const struct timespec* deadline);
 
  private:
-  // A timed wait of the virtual clock, and the time that ends it.
+  // A timed wait, and the time on the monotonic clock that ends it.
   struct TimedWait {
     pthread_cond_t* condition;
     uint64_t end;
   };
 
+  uint64_t now_locked(clockid_t clock) const;
+  void start_waker_locked();
   void wake_overdue();
 
   mutable std::mutex lock_;
@@ -56,11 +62,12 @@ class Clock {
   bool hold_ = false;
   bool released_ = false;
   bool gone_ = false;
-  uint64_t virtual_now_ = 0;  // microseconds, the same for both clocks but for the epoch below
-  int64_t realtime_base_ = 0;
+  std::atomic<uint64_t> ahead_{0};
+  uint64_t virtual_now_ = 0;   // microseconds of the monotonic clock
+  uint64_t virtual_base_ = 0;  // what the real-time clock is ahead of it
   int waiters_ = 0;
   std::list<TimedWait> timed_waits_;
-  std::thread waker_;  // of timed waits, from the first one on
+  std::thread waker_;  // of timed waits that time passes without the desktop's clock
   uint64_t slept_ = 0;
 };
 

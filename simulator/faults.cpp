@@ -1,38 +1,114 @@
 #include "simulator/faults.h"
 
+#include <stdio.h>
+#include <stdlib.h>
+
+#include <algorithm>
+
 namespace atd::sim {
 
-void Faults::fail(const std::string& call, int times) {
+const std::vector<CallName>& call_names() {
+  static const std::vector<CallName> names = {
+      {Call::any, "any", ""},
+      {Call::init_ftm_item, "init_ftm_item", ""},
+      {Call::get_ftm_item, "get_ftm_item", "INDEX"},
+      {Call::set_ftm_item, "set_ftm_item", "INDEX"},
+      {Call::dmi_init, "dmi_init", ""},
+      {Call::dmi_release, "dmi_release", ""},
+      {Call::dmi_client_handle_release, "dmi_client_handle_release", ""},
+      {Call::request_to_modem_via_dmi, "request_to_modem_via_dmi", "OPCODE"},
+      {Call::diagpkt_alloc, "diagpkt_alloc", "CODE"},
+      {Call::property_get, "property_get", "NAME"},
+      {Call::property_set, "property_set", "NAME"},
+      {Call::android_reboot, "android_reboot", ""},
+      {Call::acquire_wake_lock, "acquire_wake_lock", "NAME"},
+      {Call::release_wake_lock, "release_wake_lock", "NAME"},
+      {Call::ioctl, "ioctl", "REQUEST"},
+      {Call::system, "system", "COMMAND"},
+      {Call::run, "run", "PROGRAM"},
+      {Call::clock_gettime, "clock_gettime", ""},
+      {Call::umount2, "umount2", "FOLDER"},
+      {Call::statfs, "statfs", "PATH"},
+      {Call::start_thread, "start_thread", ""},
+      {Call::connect, "connect", "SOCKET"},
+  };
+  return names;
+}
+
+namespace {
+
+std::string name_of(const Fault& fault) {
+  const CallName& row = call_names()[static_cast<size_t>(fault.call)];
+  return row.name + (fault.object.empty() ? "" : " " + fault.object);
+}
+
+}  // namespace
+
+std::string to_text(const Fault& fault) {
+  std::string text = name_of(fault) + ": ";
+  text += fault.late_ms > 0 ? std::to_string(fault.late_ms) + " ms late" : "fails";
+  if (fault.times == 1) text += " once";
+  else if (fault.times > 1) text += " " + std::to_string(fault.times) + " times";
+  if (fault.passes > 0) text += ", after " + std::to_string(fault.passes) + " calls that are left alone";
+  return text;
+}
+
+void Faults::set(const Fault& fault) {
   std::lock_guard guard(lock_);
-  rules_[call] = times;
+  faults_.remove_if([&](const Fault& old) { return old.call == fault.call && old.object == fault.object; });
+  faults_.push_back(fault);
   armed_ = true;
 }
 
-void Faults::fail_nth(int n) {
+void Faults::fail(const std::string& call, int times) {
+  const size_t space = call.find(' ');
+  for (const CallName& row : call_names()) {
+    if (call.substr(0, space) != row.name) continue;
+    return set({row.call, space == std::string::npos ? "" : call.substr(space + 1), 0, times});
+  }
+  fprintf(stderr, "no boundary call is named %s\n", call.c_str());
+  abort();
+}
+
+void Faults::clear(Call call, const std::string& object) {
   std::lock_guard guard(lock_);
-  nth_ = n;
-  armed_ = true;
+  faults_.remove_if([&](const Fault& fault) { return fault.call == call && fault.object == object; });
+  armed_ = !faults_.empty();
 }
 
 void Faults::clear() {
   std::lock_guard guard(lock_);
-  rules_.clear();
-  nth_ = 0;
+  faults_.clear();
   armed_ = false;
 }
 
-bool Faults::hits(const char* call, const std::string& object) {
+std::vector<Fault> Faults::list() const {
+  std::lock_guard guard(lock_);
+  return {faults_.begin(), faults_.end()};
+}
+
+bool Faults::hits(Call call, const std::string& object) {
   ++calls_;
   if (!armed_) return false;
-  std::lock_guard guard(lock_);
-  bool hit = nth_ > 0 && --nth_ == 0;
-  for (const std::string& name : {std::string(call), call + (" " + object)}) {
-    auto rule = rules_.find(name);
-    if (rule == rules_.end() || rule->second == 0) continue;
-    if (rule->second > 0) --rule->second;
-    hit = true;
+  bool fails = false;
+  int late_ms = 0;
+  {
+    std::lock_guard guard(lock_);
+    for (Fault& fault : faults_) {
+      if ((fault.call != Call::any && fault.call != call) || (!fault.object.empty() && fault.object != object)) continue;
+      if (fault.passes > 0) {
+        --fault.passes;
+        continue;
+      }
+      if (fault.times > 0) --fault.times;
+      late_ms = std::max(late_ms, fault.late_ms);
+      fails |= fault.late_ms == 0;
+    }
+    faults_.remove_if([](const Fault& fault) { return fault.times == 0; });
+    armed_ = !faults_.empty();
   }
-  return hit;
+  if (late_ms > 0) clock_.sleep(static_cast<uint64_t>(late_ms) * 1000);
+  return fails;
 }
 
 }  // namespace atd::sim

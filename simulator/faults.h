@@ -2,36 +2,96 @@
 #pragma once
 
 #include <atomic>
-#include <map>
+#include <list>
 #include <mutex>
 #include <string>
+#include <vector>
+
+#include "simulator/clock.h"
 
 namespace atd::sim {
 
+// The calls, by the names that the device has for them.
+enum class Call {
+  any,
+  init_ftm_item,
+  get_ftm_item,
+  set_ftm_item,
+  dmi_init,
+  dmi_release,
+  dmi_client_handle_release,
+  request_to_modem_via_dmi,
+  diagpkt_alloc,
+  property_get,
+  property_set,
+  android_reboot,
+  acquire_wake_lock,
+  release_wake_lock,
+  ioctl,
+  system,
+  run,
+  clock_gettime,
+  umount2,
+  statfs,
+  start_thread,
+  connect,
+};
+
+struct CallName {
+  Call call;
+  const char* name;
+  const char* object;  // what it works on, "" for nothing
+};
+
+// Every call by name.
+const std::vector<CallName>& call_names();
+
+// What happens to a call.
+struct Fault {
+  Call call = Call::any;
+  std::string object;  // "" for whatever it works on
+  int passes = 0;      // the next calls that are left alone
+  int times = -1;      // how many are hit after those, -1 for all
+  int late_ms = 0;     // above 0: a call that is hit is so much later, and does not fail
+};
+
+// The fault in words: "set_ftm_item 13: fails", "request_to_modem_via_dmi: the third call from now is 5000 ms late".
+std::string to_text(const Fault& fault);
+
 class Faults {
  public:
-  // Makes the next `times` uses of a boundary call fail (all of them where none is given). The call is named as the
-  // device names it, with what it works on where that matters: "set_ftm_item", "set_ftm_item 13".
+  // The clock is the phone's and outlives the faults.
+  explicit Faults(Clock& clock) : clock_(clock) {}
+
+  // Adds a fault, in place of one for the same call and object.
+  void set(const Fault& fault);
+
+  // Makes the next `times` uses of a call fail (all of them where none is given): "set_ftm_item", "set_ftm_item 13".
+  // Aborts for a name that no call has.
   void fail(const std::string& call, int times = -1);
 
-  // Makes the n-th boundary call from now on fail, whichever it is; 1 is the next one, 0 none.
-  void fail_nth(int n);
+  // Makes the n-th call from now on fail, whichever it is; 1 is the next one.
+  void fail_nth(int n) { set({Call::any, "", n - 1, 1}); }
 
-  // Takes every failure back.
+  // Takes the faults of a call and object back, or all.
+  void clear(Call call, const std::string& object);
   void clear();
+
+  // The faults that can still hit a call.
+  std::vector<Fault> list() const;
 
   // The number of boundary calls made so far.
   int calls() const { return calls_; }
 
-  // Counts one call; true when it is to fail.
-  bool hits(const char* call, const std::string& object = {});
+  // Counts one call; true when it is to fail. A late one waits here.
+  bool hits(Call call, const std::string& object = {});
 
  private:
+  Clock& clock_;
   std::atomic<int> calls_{0};
   std::atomic<bool> armed_{false};
-  std::mutex lock_;
-  int nth_ = 0;
-  std::map<std::string, int> rules_;
+  mutable std::mutex lock_;
+  std::list<Fault> faults_;
 };
 
 }  // namespace atd::sim

@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 
 #include "simulator/files.h"
 
@@ -19,7 +20,7 @@ namespace atd::sim {
 
 namespace {
 
-constexpr const char* kNames[] = {"main", "radio", "events", "system", "crash"};
+constexpr size_t kLinesKept = 4096;  // for a follower
 constexpr size_t kGrowth = 4096;     // multiples of it fill a file exactly
 constexpr size_t kHeadSize = 18;    // "MM-DD hh:mm:ss.mmm"
 constexpr size_t kTagSize = 64;
@@ -47,7 +48,7 @@ char priority_letter(int priority) {
   return priority >= 0 && priority <= ANDROID_LOG_FATAL ? "??VDIWEF"[priority] : '?';
 }
 
-Logs::Logs(std::string folder) : folder_(std::move(folder)) {
+Logs::Logs(std::string folder, const Clock& clock) : folder_(std::move(folder)), clock_(clock) {
   struct sigaction action = {};
   action.sa_sigaction = survive_lost_file;
   action.sa_flags = SA_SIGINFO;
@@ -58,7 +59,7 @@ Logs::~Logs() {
   for (int i = 0; i < kBuffers; ++i) close_locked(i);
 }
 
-std::string Logs::file(int buffer) const { return folder_ + "/" + kNames[buffer]; }
+std::string Logs::file(int buffer) const { return folder_ + "/" + kBufferNames[buffer]; }
 
 bool Logs::open_locked(int buffer) {
   Buffer& b = buffers_[buffer];
@@ -109,13 +110,13 @@ bool Logs::reserve_locked(int buffer, size_t size) {
     }
   }
   while (b.used + size > b.size) {
-    // Blank lines ahead of the text: the disk has the room from here on, and the file is a text at any moment.
-    static const std::string blank(kGrowth, '\n');
-    if (pwrite(b.fd, blank.data(), blank.size(), static_cast<off_t>(b.size)) != static_cast<ssize_t>(blank.size())) {
+    // Empty lines ahead of the text: the disk has the room from here on, and the file is a text at any moment.
+    static const std::string empty(kGrowth, '\n');
+    if (pwrite(b.fd, empty.data(), empty.size(), static_cast<off_t>(b.size)) != static_cast<ssize_t>(empty.size())) {
       if (ftruncate(b.fd, static_cast<off_t>(b.size)) != 0) close_locked(buffer);
       return false;
     }
-    b.size += blank.size();
+    b.size += empty.size();
   }
   return true;
 }
@@ -149,6 +150,7 @@ int Logs::write(int buffer, int priority, const char* tag, const char* format, v
 
   struct timespec now;
   clock_gettime(CLOCK_REALTIME, &now);
+  now.tv_sec += static_cast<time_t>(clock_.ahead() / 1000000);
   std::lock_guard guard(lock_);
   if (now.tv_sec != stamp_second_) {
     struct tm local;
@@ -168,6 +170,11 @@ int Logs::write(int buffer, int priority, const char* tag, const char* format, v
     struct pollfd writable = {STDERR_FILENO, POLLOUT, 0};
     if (poll(&writable, 1, 0) == 1 && ::write(STDERR_FILENO, line, size) < 0) echo_priority_ = ANDROID_LOG_SILENT;
   }
+  for (Follower* follower : followers_) {
+    if (follower->lines_.size() == kLinesKept) follower->lines_.pop_front();
+    follower->lines_.push_back({buffer, std::string(line, size - 1)});
+    follower->arrived_.notify_one();
+  }
   if (!reserve_locked(buffer, size)) return -1;
   Buffer& b = buffers_[buffer];
   memcpy(b.text + b.used, line, size);
@@ -177,6 +184,10 @@ int Logs::write(int buffer, int priority, const char* tag, const char* format, v
 
 std::vector<std::string> Logs::lines(int buffer) const {
   std::lock_guard guard(lock_);
+  return lines_locked(buffer);
+}
+
+std::vector<std::string> Logs::lines_locked(int buffer) const {
   std::vector<std::string> result;
   for (const std::string& name : {file(buffer) + ".1", file(buffer)}) {
     std::string text;
@@ -200,6 +211,27 @@ int Logs::count(int buffer, int priority, const std::string& tag, const std::str
 }
 
 int Logs::count(int priority, const std::string& text) const { return count(LOG_ID_SYSTEM, priority, "Atd", text); }
+
+Logs::Follower::Follower(Logs& logs, std::vector<LogLine>* before) : logs_(logs) {
+  std::lock_guard guard(logs_.lock_);
+  for (int buffer = 0; before && buffer < kBuffers; ++buffer) {
+    for (std::string& line : logs_.lines_locked(buffer)) before->push_back({buffer, std::move(line)});
+  }
+  logs_.followers_.push_back(this);
+}
+
+Logs::Follower::~Follower() {
+  std::lock_guard guard(logs_.lock_);
+  std::erase(logs_.followers_, this);
+}
+
+bool Logs::Follower::next(LogLine* line, int wait_ms) {
+  std::unique_lock guard(logs_.lock_);
+  if (!arrived_.wait_for(guard, std::chrono::milliseconds(wait_ms), [&] { return !lines_.empty(); })) return false;
+  *line = std::move(lines_.front());
+  lines_.pop_front();
+  return true;
+}
 
 void Logs::clear() {
   std::lock_guard guard(lock_);

@@ -7,30 +7,63 @@
 #include <time.h>
 
 #include <atomic>
+#include <condition_variable>
+#include <deque>
 #include <mutex>
 #include <string>
 #include <vector>
+
+#include "simulator/clock.h"
 
 namespace atd::sim {
 
 // The letter of a priority in a log line: 'V', 'D', 'I', 'W', 'E', 'F', or '?'.
 char priority_letter(int priority);
 
+// The names of the buffers, by their numbers in the log library.
+inline constexpr const char* kBufferNames[] = {"main", "radio", "events", "system", "crash"};
+
+struct LogLine {
+  int buffer;
+  std::string text;  // "MM-DD hh:mm:ss.mmm  PID  TID P Tag: text"
+};
+
 class Logs {
  public:
+  // Hears every line that is written for as long as it lives. One that does not take its lines misses some.
+  class Follower {
+   public:
+    // With the lines of every buffer before those that it hears, where they are asked for.
+    explicit Follower(Logs& logs, std::vector<LogLine>* before = nullptr);
+    ~Follower();
+    Follower(const Follower&) = delete;
+    Follower& operator=(const Follower&) = delete;
+
+    // Takes the next line; false when none comes within so many milliseconds of real time.
+    bool next(LogLine* line, int wait_ms);
+
+   private:
+    friend class Logs;
+    Logs& logs_;
+    std::deque<LogLine> lines_;  // under the logs' lock
+    std::condition_variable arrived_;
+  };
+
   // How large a buffer's file grows, in bytes.
   static constexpr size_t kFileSize = 512 * 1024;
 
-  explicit Logs(std::string folder);
+  // The clock is the phone's and outlives the logs.
+  Logs(std::string folder, const Clock& clock);
   ~Logs();
 
   // Copies lines of this priority and above to standard error from now on; ANDROID_LOG_SILENT for none, the default.
   void echo(int priority) { echo_priority_ = priority; }
+  int echo() const { return echo_priority_; }
 
   // Writes one line; the length of its text, or -1 for an unknown buffer or when the buffer's file cannot be had.
   int write(int buffer, int priority, const char* tag, const char* format, va_list arguments);
 
-  // The lines of a buffer, oldest first, each as "MM-DD hh:mm:ss.mmm  PID  TID P Tag: text".
+  // The lines of a buffer, oldest first.
   std::vector<std::string> lines(int buffer) const;
 
   // How many lines of a buffer carry the priority's letter, the tag and exactly this text (without a final newline).
@@ -47,19 +80,22 @@ class Logs {
   struct Buffer {
     int fd = -1;
     char* text = nullptr;
-    size_t size = 0;  // of the file: text, then blank lines
+    size_t size = 0;  // of the file: text, then empty lines
     size_t used = 0;
     time_t checked = 0;
   };
 
   std::string file(int buffer) const;
+  std::vector<std::string> lines_locked(int buffer) const;
   bool open_locked(int buffer);
   void close_locked(int buffer);
   bool reserve_locked(int buffer, size_t size);
 
   static constexpr int kBuffers = 5;
   std::string folder_;
+  const Clock& clock_;
   mutable std::mutex lock_;
+  std::vector<Follower*> followers_;
   Buffer buffers_[kBuffers];
   std::atomic<int> echo_priority_{8};
   time_t stamp_second_ = -1;

@@ -2,6 +2,8 @@
 
 #include <cutils/properties.h>
 
+#include <algorithm>
+#include <filesystem>
 #include <sstream>
 
 #include "simulator/files.h"
@@ -29,6 +31,19 @@ std::string Properties::get(const std::string& name) const {
   // A person who edits the file leaves a newline.
   while (!value.empty() && value.back() == '\n') value.pop_back();
   return value.substr(0, PROPERTY_VALUE_MAX - 1);
+}
+
+std::vector<std::string> Properties::names() const {
+  std::vector<std::string> names;
+  for (const char* folder : {"/data/property", "/dev/__properties__"}) {
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(root_ + folder, error)) {
+      const std::string name = entry.path().filename();
+      if (acceptable(name)) names.push_back(name);
+    }
+  }
+  std::sort(names.begin(), names.end());
+  return names;
 }
 
 bool Properties::set(const std::string& name, const std::string& value) {

@@ -2,8 +2,8 @@
 // "/system/build.prop" at boot and stays, the rest lives below "/dev/__properties__" until the next boot.
 #pragma once
 
-#include <functional>
 #include <string>
+#include <vector>
 
 namespace atd::sim {
 
@@ -13,6 +13,9 @@ class Properties {
 
   // The value, "" when it is not set.
   std::string get(const std::string& name) const;
+
+  // The names of those that are set, sorted.
+  std::vector<std::string> names() const;
 
   // Sets a property as a process of the phone would; false when the name or the value (at most 91 bytes) is not
   // acceptable or the property is read-only.

@@ -77,7 +77,7 @@ std::unique_ptr<SimulatedDevice> SimulatedDevice::open(const std::string& root, 
 }
 
 SimulatedDevice::SimulatedDevice(std::string root, int lock)
-    : root_(std::move(root)), lock_(lock), logs(root_ + "/dev/log"), properties(root_), items(root_), modem(root_, clock, faults),
+    : root_(std::move(root)), lock_(lock), faults(clock), logs(root_ + "/dev/log", clock), properties(root_), items(root_), modem(root_, clock, faults),
       input(root_), power(root_), shell(root_) {
   SimulatedDevice* none = nullptr;
   if (!g_current.compare_exchange_strong(none, this)) {
@@ -99,8 +99,10 @@ SimulatedDevice::~SimulatedDevice() {
   close(lock_);
 }
 
+SimulatedDevice* SimulatedDevice::open_now() { return g_current.load(std::memory_order_acquire); }
+
 SimulatedDevice& SimulatedDevice::current() {
-  SimulatedDevice* device = g_current.load(std::memory_order_acquire);
+  SimulatedDevice* device = open_now();
   if (!device) {
     fprintf(stderr, "no simulated phone is open\n");
     abort();
@@ -109,6 +111,14 @@ SimulatedDevice& SimulatedDevice::current() {
 }
 
 void SimulatedDevice::reboot() {
+  const std::string file = root_ + "/sim/boots";
+  std::string text;
+  read_file(file, &text);
+  boots_ = atoi(text.c_str()) + 1;
+  write_file(file, std::to_string(boots_) + "\n");
+  struct timespec now = {};
+  clock.get(CLOCK_REALTIME, &now);
+  booted_ = now.tv_sec;
   logs.clear();
   properties.boot();
   modem.boot();

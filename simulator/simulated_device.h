@@ -1,12 +1,15 @@
 // A whole simulated phone behind the platform boundary: a root folder, and one part per subsystem of the device.
 #pragma once
 
+#include <time.h>
+
 #include <memory>
 #include <string>
 
 #include "simulator/clock.h"
 #include "simulator/factory_items.h"
 #include "simulator/faults.h"
+#include "simulator/host.h"
 #include "simulator/input/input.h"
 #include "simulator/logs.h"
 #include "simulator/modem/modem.h"
@@ -31,8 +34,15 @@ class SimulatedDevice {
   // The phone that is open now; aborts when there is none.
   static SimulatedDevice& current();
 
+  // The same, null when there is none.
+  static SimulatedDevice* open_now();
+
   // Restarts the phone in place: what a reboot loses is lost, what it keeps is kept.
   void reboot();
+
+  // How often the phone has booted since it was made, and when it did so last, on the phone's own clock.
+  int boots() const { return boots_; }
+  time_t booted() const { return booted_; }
 
   // The absolute path of the root folder, without a trailing slash.
   const std::string& root() const { return root_; }
@@ -45,10 +55,12 @@ class SimulatedDevice {
 
   std::string root_;
   int lock_;
+  int boots_ = 0;
+  time_t booted_ = 0;
 
  public:
-  Faults faults;
   Clock clock;
+  Faults faults;
   Logs logs;
   Properties properties;
   FactoryItems items;
@@ -58,6 +70,7 @@ class SimulatedDevice {
   Shell shell;
   Sockets sockets;
   Threads threads;
+  Host host;
 };
 
 }  // namespace atd::sim

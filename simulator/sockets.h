@@ -1,6 +1,7 @@
 // How the phone's local sockets behave.
 #pragma once
 
+#include <atomic>
 #include <memory>
 
 #include "simulator/socket_record.h"
@@ -10,6 +11,9 @@ namespace atd::sim {
 struct Sockets {
   // How long a connection that does not read may hold up a message before it is dropped, in milliseconds of real time.
   int send_wait_ms = 1000;
+
+  // How many clients the socket "atd" has.
+  std::atomic<int> clients{0};
 
   // The recording of the socket "atd", null for none; set before the socket is served.
   std::unique_ptr<SocketRecord> record;

@@ -7,7 +7,6 @@
 #include <stdlib.h>
 #include <string.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -15,6 +14,9 @@
 #include <string>
 #include <vector>
 
+#include "desk/message.h"
+#include "desk/records.h"
+#include "desk/socket_address.h"
 #include "simulator/simulated_device.h"
 #include "transport/base64.h"
 #include "platform/records.h"
@@ -49,12 +51,8 @@ class Phone : public testing::Test {
 // One connection to a local socket, which reads messages one by one.
 class Peer {
  public:
-  explicit Peer(const std::string& path) : fd_(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-    struct sockaddr_un address = {.sun_family = AF_UNIX, .sun_path = {}};
-    strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
-    if (connect(fd_, reinterpret_cast<struct sockaddr*>(&address), sizeof address) != 0) {
-      ADD_FAILURE() << "connect " << path << ": " << strerror(errno);
-    }
+  explicit Peer(const std::string& path) : fd_(connect_to(path)) {
+    if (fd_ < 0) ADD_FAILURE() << "connect " << path << ": " << strerror(errno);
   }
   ~Peer() { close(fd_); }
   Peer(const Peer&) = delete;
@@ -69,18 +67,16 @@ class Peer {
 
   // The next message without its NUL; "(closed)" at the end of the stream, "(nothing)" when none comes in ten seconds.
   std::string next() {
-    size_t nul;
-    while ((nul = pending_.find('\0')) == std::string::npos) {
+    Message message;
+    while (!splitter_.next(&message)) {
       struct pollfd ready = {fd_, POLLIN, 0};
       if (poll(&ready, 1, 10000) <= 0) return "(nothing)";
       char block[8192];
       ssize_t got = recv(fd_, block, sizeof block, 0);
       if (got <= 0) return "(closed)";
-      pending_.append(block, static_cast<size_t>(got));
+      splitter_.add(block, static_cast<size_t>(got));
     }
-    std::string message = pending_.substr(0, nul);
-    pending_.erase(0, nul + 1);
-    return message;
+    return message.bytes;
   }
 
   std::vector<std::string> next(int count) {
@@ -91,13 +87,11 @@ class Peer {
 
  private:
   int fd_;
-  std::string pending_;
+  Splitter splitter_;
 };
 
 inline std::string encoded(const void* bytes, size_t length) {
-  std::string text(base64_text_size(length), '\0');
-  text.resize(static_cast<size_t>(base64_encode(bytes, static_cast<int>(length), text.data())));
-  return text;
+  return to_base64({static_cast<const char*>(bytes), length});
 }
 
 // The base64 text of a request with its payload; `length` of -1 says the payload's own in data_len.
@@ -106,7 +100,8 @@ inline std::string request_text(int opcode, const std::string& payload = {}, int
   req.opcode = opcode;
   req.data_len = length == -1 ? static_cast<int>(payload.size()) : length;
   payload.copy(req.data, sizeof req.data);
-  return encoded(&req, kRequestHeaderSize + std::min(payload.size(), sizeof req.data));
+  const size_t size = kRequestHeaderSize + std::min(payload.size(), sizeof req.data);
+  return encoded(&req, size);
 }
 
 // The record in a 210 message; an impossible one when it is something else.

@@ -13,13 +13,14 @@
 #include "desk/socket_address.h"
 #include "simulator/simulated_device.h"
 
+using atd::sim::Call;
 using atd::sim::SimulatedDevice;
 
 namespace atd {
 
 namespace {
 
-bool refuse(const char* call, const std::string& object, int error) {
+bool refuse(Call call, const std::string& object, int error) {
   if (!SimulatedDevice::current().faults.hits(call, object)) return false;
   errno = error;
   return true;
@@ -34,27 +35,27 @@ DevicePath::DevicePath(const char* path) {
 }
 
 int os_ioctl(int fd, ioctl_request_t request, void* argument) {
-  if (refuse("ioctl", std::to_string(request), EIO)) return -1;
+  if (refuse(Call::ioctl, std::to_string(request), EIO)) return -1;
   int result;
   if (SimulatedDevice::current().input.ioctl(fd, request, argument, &result)) return result;
   return ioctl(fd, request, argument);
 }
 
 int os_system(const char* command) {
-  return refuse("system", command, ENOMEM) ? -1 : SimulatedDevice::current().shell.system(command);
+  return refuse(Call::system, command, ENOMEM) ? -1 : SimulatedDevice::current().shell.system(command);
 }
 
 int os_run(const char* const* argv) {
   std::vector<std::string> arguments;
   for (; *argv; ++argv) arguments.push_back(*argv);
   if (arguments.empty()) return -1;
-  return refuse("run", arguments[0], ENOMEM) ? -1 : SimulatedDevice::current().shell.run(arguments);
+  return refuse(Call::run, arguments[0], ENOMEM) ? -1 : SimulatedDevice::current().shell.run(arguments);
 }
 
 void os_sleep_us(uint64_t microseconds) { SimulatedDevice::current().clock.sleep(microseconds); }
 
 int os_clock_gettime(clockid_t clock, struct timespec* now) {
-  return refuse("clock_gettime", {}, EINVAL) ? -1 : SimulatedDevice::current().clock.get(clock, now);
+  return refuse(Call::clock_gettime, {}, EINVAL) ? -1 : SimulatedDevice::current().clock.get(clock, now);
 }
 
 int os_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex, clockid_t clock,
@@ -63,7 +64,7 @@ int os_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex, clockid
 }
 
 int os_umount2(const char* target, int flags) {
-  if (refuse("umount2", target, EBUSY)) return -1;
+  if (refuse(Call::umount2, target, EBUSY)) return -1;
   SimulatedDevice::current().shell.note("umount2 " + std::string(target) + " " + std::to_string(flags));
   return 0;
 }
@@ -71,27 +72,17 @@ int os_umount2(const char* target, int flags) {
 void os_sync() { SimulatedDevice::current().shell.note("sync"); }
 
 int os_statfs(const char* path, struct statfs* result) {
-  return refuse("statfs", path, EIO) ? -1 : statfs(device_path(path), result);
+  return refuse(Call::statfs, path, EIO) ? -1 : statfs(device_path(path), result);
 }
 
 int os_start_thread(void* (*body)(void*), void* argument) {
-  if (refuse("start_thread", {}, EAGAIN)) return EAGAIN;
+  if (refuse(Call::start_thread, {}, EAGAIN)) return EAGAIN;
   return SimulatedDevice::current().threads.start(body, argument);
 }
 
 int os_connect_local(const char* name) {
-  if (refuse("connect", name, ECONNREFUSED)) return -1;
-  const SocketAddress address(SimulatedDevice::current().path(std::string("/dev/socket/") + name));
-  if (address.error() != 0) {
-    errno = address.error();
-    return -1;
-  }
-  int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  if (fd < 0 || connect(fd, address.get(), address.size()) == 0) return fd;
-  int error = errno;
-  close(fd);
-  errno = error;
-  return -1;
+  if (refuse(Call::connect, name, ECONNREFUSED)) return -1;
+  return connect_to(SimulatedDevice::current().path(std::string("/dev/socket/") + name));
 }
 
 }  // namespace atd

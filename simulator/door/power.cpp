@@ -4,6 +4,7 @@
 
 #include "simulator/simulated_device.h"
 
+using atd::sim::Call;
 using atd::sim::SimulatedDevice;
 
 int android_reboot(unsigned command, int, const char* arg) {
@@ -15,7 +16,7 @@ int android_reboot(unsigned command, int, const char* arg) {
     default: errno = EINVAL; return -1;
   }
   SimulatedDevice& device = SimulatedDevice::current();
-  if (device.faults.hits("android_reboot") || !device.power.request(what)) {
+  if (device.faults.hits(Call::android_reboot) || !device.power.request(what)) {
     errno = EPERM;
     return -1;
   }
@@ -23,9 +24,9 @@ int android_reboot(unsigned command, int, const char* arg) {
 }
 
 int acquire_wake_lock(int, const char* id) {
-  return SimulatedDevice::current().faults.hits("acquire_wake_lock", id) ? -1 : 0;
+  return SimulatedDevice::current().faults.hits(Call::acquire_wake_lock, id) ? -1 : 0;
 }
 
 int release_wake_lock(const char* id) {
-  return SimulatedDevice::current().faults.hits("release_wake_lock", id) ? -1 : 0;
+  return SimulatedDevice::current().faults.hits(Call::release_wake_lock, id) ? -1 : 0;
 }

@@ -4,18 +4,20 @@
 
 #include "simulator/simulated_device.h"
 
+using atd::sim::Call;
 using atd::sim::SimulatedDevice;
 
 int system_property_get(const char* name, char* value) {
   SimulatedDevice& device = SimulatedDevice::current();
-  std::string text = device.faults.hits("property_get", name) ? "" : device.properties.get(name);
+  std::string text = device.faults.hits(Call::property_get, name) ? "" : device.properties.get(name);
   memcpy(value, text.c_str(), text.size() + 1);
   return static_cast<int>(text.size());
 }
 
 int system_property_set(const char* name, const char* value) {
   SimulatedDevice& device = SimulatedDevice::current();
-  return !device.faults.hits("property_set", name) && device.properties.set(name, value ? value : "") ? 0 : -1;
+  if (device.faults.hits(Call::property_set, name)) return -1;
+  return device.properties.set(name, value ? value : "") ? 0 : -1;
 }
 
 int property_get(const char* key, char* value, const char* default_value) {

@@ -103,7 +103,7 @@ void Modem::clear_requests() {
 }
 
 int Modem::init() {
-  const bool refused = faults_.hits("dmi_init");
+  const bool refused = faults_.hits(Call::dmi_init);
   std::lock_guard guard(lock_);
   if (!refused && fail_inits_ == 0) {
     connected_ = true;
@@ -115,13 +115,13 @@ int Modem::init() {
 }
 
 int Modem::release() {
-  if (faults_.hits("dmi_release")) return -1;
+  if (faults_.hits(Call::dmi_release)) return -1;
   lose_connection();
   return 0;
 }
 
 int Modem::release_handle() {
-  if (faults_.hits("dmi_client_handle_release")) return -1;
+  if (faults_.hits(Call::dmi_client_handle_release)) return -1;
   // Open files are the modem's, not the handle's: a client that comes back at once goes on with them.
   std::lock_guard guard(lock_);
   disconnect_locked();
@@ -134,7 +134,7 @@ int Modem::request(const rzcmd_request& request, rzcmd_response* response) {
   *response = {};
   response->result = RZCMD_FAIL;
 
-  bool refused = faults_.hits("request_to_modem_via_dmi", std::to_string(opcode));
+  bool refused = faults_.hits(Call::request_to_modem_via_dmi, std::to_string(opcode));
   std::unique_lock guard(lock_);
   requests_.push_back({opcode, payload});
   if (requests_.size() > kRequestsKept) requests_.pop_front();

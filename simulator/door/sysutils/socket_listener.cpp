@@ -41,6 +41,11 @@ atd::sim::SocketRecord* record_of(const std::string& name) {
   return record != nullptr && name == "atd" ? record : nullptr;
 }
 
+// A client of the service of that name came (1) or went (-1).
+void count_client(const std::string& name, int change) {
+  if (name == "atd") atd::sim::SimulatedDevice::current().sockets.clients += change;
+}
+
 }  // namespace
 
 // The clients present now, with a reference to each, so that nobody waits for a slow one with mClientsLock held.
@@ -129,6 +134,7 @@ int SocketListener::start(int backlog) {
   if (!mListen) {
     const bool owned = !mSocketName.empty();
     mClients.push_back(new SocketClient(mSock, owned, mUseCmdNum));
+    count_client(mSocketName, 1);
     if (auto* record = record_of(mSocketName)) record->connected(mClients.back());
     if (owned) mSock = -1;  // the client closes it, when its last user is done
   }
@@ -187,7 +193,7 @@ void SocketListener::sendBroadcast(int code, const char* msg, bool addErrno) {
     // One that is gone stays until the thread has read what it sent before it went.
     if (c->sendDatav(message.parts, message.count, wait_ms) == 0 || errno != ETIMEDOUT) continue;
     if (release(c)) log_error("Sending to a client of", mSocketName.c_str(), ETIMEDOUT);
-    // Who reads is not to wait for every one that does not.
+    // Clients that read must not wait for each one that does not.
     wait_ms = std::max(1, atd::sim::SimulatedDevice::current().sockets.send_wait_ms / kLaterWaits);
   }
 }
@@ -202,6 +208,7 @@ bool SocketListener::release(SocketClient* c) {
   const bool found = position != mClients.end();
   if (found) {
     mClients.erase(position);
+    count_client(mSocketName, -1);
     if (!mClientsChanged.exchange(true) && t_listener != this) wake();
   }
   pthread_mutex_unlock(&mClientsLock);
@@ -294,6 +301,7 @@ bool SocketListener::acceptClients() {
     if (auto* record = record_of(mSocketName)) record->connected(c);
     pthread_mutex_lock(&mClientsLock);
     mClients.push_back(c);
+    count_client(mSocketName, 1);
     mClientsChanged = true;
     pthread_mutex_unlock(&mClientsLock);
   }

@@ -1,0 +1,34 @@
+// What travels on the control socket of the simulated phone, "sim/control" in its folder, mode 0600: one JSON object a
+// line. A caller sends one request; the phone sends replies and closes the connection after the last one.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace atd {
+
+// Where the control socket is in the phone's folder.
+inline constexpr char kControlSocket[] = "/sim/control";
+
+struct ControlRequest {
+  std::vector<std::string> words;  // of the verb and its arguments
+  bool json = false;               // output for programs
+  std::string input;               // the content of the caller's file, for a verb that takes one
+};
+
+struct ControlReply {
+  std::string out;  // for the caller's standard output, in several replies where it is long
+  bool last = false;
+  int status = 0;     // of the last: the caller's exit status
+  std::string error;  // of the last: for the caller's standard error, "" for none
+};
+
+// The line of a request or a reply, with its line end.
+std::string to_line(const ControlRequest& request);
+std::string to_line(const ControlReply& reply);
+
+// Reads a line, with or without its end; false for one that makes no sense.
+bool from_line(const std::string& line, ControlRequest* request);
+bool from_line(const std::string& line, ControlReply* reply);
+
+}  // namespace atd

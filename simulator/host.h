@@ -1,0 +1,21 @@
+// The daemon that runs on the phone, for what a person asks of it.
+#pragma once
+
+#include <functional>
+#include <string>
+
+namespace atd::sim {
+
+// Set by the daemon before a person can ask; what is not set it cannot do. The functions have the contracts of the
+// library's functions of the same names.
+struct Host {
+  std::string program;         // its name and version
+  std::function<void()> stop;  // ends the daemon
+  std::function<int(int opcode, const char* data, int length, char* out, int* out_length, int* status)>
+      request_to_system;
+  std::function<int(char* text)> ckpd_send_event;
+  std::function<int(int scancode, int status)> send_key_native;
+  std::function<int(char* mode, char* x, char* y, char* unused)> ctsa_send_event;
+};
+
+}  // namespace atd::sim

@@ -1,0 +1,59 @@
+#include "simulator/verbs/verb_call.h"
+
+#include <algorithm>
+
+#include "desk/words.h"
+
+namespace atd::sim {
+
+const std::string& VerbCall::operator[](size_t i) const {
+  static const std::string none;
+  return i < arguments_.size() ? arguments_[i] : none;
+}
+
+std::string VerbCall::rest(size_t i) const {
+  std::string text = (*this)[i];
+  while (++i < arguments_.size()) text += " " + arguments_[i];
+  return text;
+}
+
+bool VerbCall::number(size_t i, const char* what, long long lowest, long long highest, int* value) {
+  if (read_number((*this)[i], lowest, highest, value)) return true;
+  fail(kUsage, std::string(what) + " is a number from " + std::to_string(lowest) + " to " + std::to_string(highest) +
+                   ", not \"" + (*this)[i] + "\"");
+  return false;
+}
+
+bool VerbCall::answer(const std::string& text, const Json& json) {
+  ControlReply reply;
+  reply.out = json_ ? json.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n" : text;
+  return send_(reply);
+}
+
+void VerbCall::fail(int status, const std::string& error) {
+  if (last_.status != 0) return;
+  last_.status = status;
+  last_.error = error;
+}
+
+void VerbCall::end() {
+  send_(last_);
+  if (last_.status == 0 && afterwards_) afterwards_();
+}
+
+std::string table(const std::vector<std::vector<std::string>>& lines) {
+  std::vector<size_t> widths;
+  for (const auto& cells : lines) {
+    widths.resize(std::max(widths.size(), cells.size()));
+    for (size_t i = 0; i < cells.size(); ++i) widths[i] = std::max(widths[i], cells[i].size());
+  }
+  std::string text;
+  for (const auto& cells : lines) {
+    std::string line;
+    for (size_t i = 0; i < cells.size(); ++i) line += cells[i] + std::string(widths[i] - cells[i].size() + 2, ' ');
+    text += line.substr(0, line.find_last_not_of(' ') + 1) + "\n";
+  }
+  return text;
+}
+
+}  // namespace atd::sim

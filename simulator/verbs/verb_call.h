@@ -1,0 +1,67 @@
+// One use of a verb: what the caller gave, and what is told to the caller.
+#pragma once
+
+#include <functional>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "desk/control.h"
+
+namespace atd::sim {
+
+using Json = nlohmann::ordered_json;
+
+// Exit statuses of a caller.
+inline constexpr int kFailed = 1;
+inline constexpr int kUsage = 64;
+
+class VerbCall {
+ public:
+  // Hands every reply but the last to `send`, which says whether the caller is still there.
+  VerbCall(std::vector<std::string> arguments, bool json, std::string input,
+           std::function<bool(const ControlReply& reply)> send)
+      : arguments_(std::move(arguments)), json_(json), input_(std::move(input)), send_(std::move(send)) {}
+
+  // The content of the caller's file.
+  const std::string& input() const { return input_; }
+
+  // The arguments; "" for one that was not given.
+  size_t count() const { return arguments_.size(); }
+  const std::string& operator[](size_t i) const;
+
+  // All arguments from the i-th on, with spaces between them.
+  std::string rest(size_t i) const;
+
+  // Reads the i-th argument as a whole number; false, and the call has failed, when it is not one from lowest to
+  // highest. `what` names it: "the opcode".
+  bool number(size_t i, const char* what, long long lowest, long long highest, int* value);
+
+  // Gives an answer: the text for a person, the JSON for a program. False when the caller is gone.
+  bool answer(const std::string& text, const Json& json);
+
+  // Whether the caller is still there.
+  bool is_heard() { return send_({}); }
+
+  // Ends the call with an exit status and a sentence that says what to do. The first failure counts.
+  void fail(int status, const std::string& error);
+
+  // Has this done after the caller has been told that all is well.
+  void afterwards(std::function<void()> action) { afterwards_ = std::move(action); }
+
+  // Sends the last reply and does what is left for afterwards.
+  void end();
+
+ private:
+  std::vector<std::string> arguments_;
+  bool json_;
+  std::string input_;
+  std::function<bool(const ControlReply&)> send_;
+  ControlReply last_ = {.out = "", .last = true, .status = 0, .error = ""};
+  std::function<void()> afterwards_;
+};
+
+// Lines of cells as a table, each column as wide as its widest cell; the first line is the head.
+std::string table(const std::vector<std::vector<std::string>>& lines);
+
+}  // namespace atd::sim

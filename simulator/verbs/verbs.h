@@ -1,0 +1,18 @@
+// The verbs of each part of the phone.
+#pragma once
+
+#include <span>
+
+#include "desk/verb.h"
+
+namespace atd::sim {
+
+std::span<const Verb> phone_rows();
+std::span<const Verb> log_rows();
+std::span<const Verb> property_rows();
+std::span<const Verb> item_rows();
+std::span<const Verb> input_rows();
+std::span<const Verb> modem_rows();
+std::span<const Verb> fault_rows();
+
+}  // namespace atd::sim

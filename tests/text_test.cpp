@@ -1,0 +1,107 @@
+// Texts put together and taken apart, nodes and folders.
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <fstream>
+#include <set>
+
+#include "tests/phone.h"
+#include "text/folder.h"
+#include "text/node.h"
+#include "text/text_writer.h"
+
+using namespace std::string_literals;
+
+namespace atd {
+namespace {
+
+TEST(TextWriter, KeepsItsBufferTerminatedAndItsNeighboursWhole) {
+  for (size_t capacity = 1; capacity <= 24; ++capacity) {
+    char buffer[40];
+    memset(buffer, '#', sizeof buffer);
+    TextWriter out(buffer + 8, capacity);
+    out.put('a').text("bcd").format("%d-%s", 1234, "xyz").bytes("\0q", 2).hex("\x0f\xa0", 2);
+    const std::string whole = "abcd1234-xyz\0q0FA0"s;
+    const std::string expected = whole.substr(0, capacity - 1);
+    EXPECT_EQ(expected, std::string(buffer + 8, out.length())) << capacity;
+    EXPECT_EQ('\0', buffer[8 + out.length()]) << capacity;
+    EXPECT_EQ(whole.size() > capacity - 1, out.cut()) << capacity;
+    EXPECT_EQ("########", std::string(buffer, 8)) << capacity;
+    EXPECT_EQ(std::string(32 - capacity, '#'), std::string(buffer + 8 + capacity, 32 - capacity)) << capacity;
+  }
+}
+
+class NodeTest : public Phone {
+ protected:
+  void write(const std::string& content) {
+    std::filesystem::create_directories(root_ + "/sys/class");
+    std::ofstream(root_ + "/sys/class/node") << content;
+  }
+  std::string content() {
+    std::ifstream file(root_ + "/sys/class/node");
+    return std::string(std::istreambuf_iterator<char>(file), {});
+  }
+};
+
+TEST_F(NodeTest, ReadsWhatAKernelGives) {
+  struct {
+    std::string node;
+    int length;
+    std::string text;
+    int number;  // -77: none
+  } const rows[] = {
+      {"450000\n", 6, "450000", 450000},
+      {"-12", 3, "-12", -12},
+      {"", 0, "", -77},
+      {"\n", 0, "", -77},
+      {" 7 mV\r\n", 5, " 7 mV", 7},
+      {"Result:45", 9, "Result:45", -77},
+      {"99999999999\n", 11, "99999999999", -77},
+      {std::string(40, '1') + "\n", 15, std::string(15, '1'), -77},
+  };
+  for (const auto& row : rows) {
+    write(row.node);
+    char guarded[32];
+    memset(guarded, '#', sizeof guarded);
+    EXPECT_EQ(row.length, read_node("/sys/class/node", guarded, 16)) << row.node;
+    EXPECT_EQ(row.text, guarded) << row.node;
+    EXPECT_EQ(std::string(16, '#'), std::string(guarded + 16, 16)) << row.node;
+    int number = -77;
+    EXPECT_EQ(row.number == -77 ? -1 : 0, read_node_number("/sys/class/node", &number)) << row.node;
+    EXPECT_EQ(row.number, number) << row.node;
+  }
+  char text[8] = "old";
+  EXPECT_EQ(-1, read_node("/sys/class/none", text, sizeof text));
+  EXPECT_EQ(ENOENT, errno);
+  EXPECT_STREQ("", text);
+}
+
+TEST_F(NodeTest, WritesANodeThatIsThere) {
+  write("");
+  EXPECT_EQ(0, write_node("/sys/class/node", "on"));
+  EXPECT_EQ("on", content());
+  EXPECT_EQ(-1, write_node("/sys/class/none", "on"));
+  EXPECT_EQ(ENOENT, errno);
+  EXPECT_FALSE(std::filesystem::exists(root_ + "/sys/class/none"));
+}
+
+TEST_F(NodeTest, AFolderGivesEachEntryOnceAndFollowsNoLink) {
+  std::filesystem::create_directories(root_ + "/data/folder/inner");
+  std::ofstream(root_ + "/data/folder/file") << "x";
+  std::filesystem::create_symlink("/tmp", root_ + "/data/folder/link");
+  Folder folder("/data/folder");
+  ASSERT_TRUE(folder.is_open());
+  std::multiset<std::string> names;
+  while (const struct dirent* entry = folder.next()) names.insert(entry->d_name);
+  EXPECT_EQ((std::multiset<std::string>{"file", "inner", "link"}), names);
+  EXPECT_TRUE(Folder(folder.fd(), "inner").is_open());
+  EXPECT_FALSE(Folder(folder.fd(), "link").is_open());
+  Folder none("/data/none");
+  EXPECT_FALSE(none.is_open());
+  EXPECT_EQ(ENOENT, errno);
+  EXPECT_EQ(nullptr, none.next());
+}
+
+}  // namespace
+}  // namespace atd
