@@ -15,11 +15,8 @@ Failure parse_opcode(const std::string& text, int32_t* opcode);
 // Pairs of hex digits, with or without spaces, colons or dashes between the pairs; at most 2048 bytes.
 Failure parse_hex(const std::string& text, std::string* bytes);
 
-// A text as payload, at most 2047 bytes, so that the record ends it.
+// A text as payload, at most 2047 bytes, so that a NUL follows it in the record.
 Failure parse_text(const std::string& text, std::string* bytes);
-
-// A file's bytes, "-" for standard input; at most 2048.
-Failure read_payload(const std::string& file, std::string* bytes);
 
 // A line of a batch: an opcode, and the rest after the spaces as its text.
 Failure parse_request(const std::string& line, int32_t* opcode, std::string* payload);

@@ -1,9 +1,14 @@
 #include "client/cli.h"
 
-#include <CLI/CLI.hpp>
+#include <fmt/format.h>
 
+#include <algorithm>
+
+#include "atd.h"
+#include "client/command_line.h"
 #include "client/commands.h"
 #include "desk/answer_rows.h"
+#include "desk/nearest.h"
 
 namespace atd::client {
 namespace {
@@ -17,22 +22,25 @@ struct Options {
   ReplayArguments replay;
   double quiet_ms = 200;
   double timeout = Target().timeout;
+  PhoneArguments phone;
   std::string text;
   std::string file = "-";
   std::string shell;
 };
 
-// Seconds or milliseconds that a clock can count; "nan" is a number as well, so the test is for what is right.
+// Seconds or milliseconds that a clock can count; strtod() also reads "nan", which no comparison accepts.
 std::string check_time(const std::string& text) {
   char* end = nullptr;
   double value = strtod(text.c_str(), &end);
-  return !text.empty() && *end == '\0' && value >= 0 && value <= 1e9 ? "" : "takes a number from 0 to 1e9, as 0.5";
+  return !text.empty() && *end == '\0' && value >= 0 && value <= 1e9 ? "" : "takes a number from 0 to 1e9, such as 0.5";
 }
 
-// Everything that the command line knows. `chosen` is left with the command to run.
+// Everything that the command line knows. Parsing leaves the command to run in `chosen`.
 void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
-  app.set_help_flag("-h,--help", "Print help, of a command too, and end");
-  app.get_formatter()->column_width(28);
+  app.set_help_flag("-h,--help", "Print this help, or a command's, and end");
+  app.set_version_flag("--version", "atdctl " ATD_VERSION, "Print the version and end");
+  app.get_formatter()->column_width(kHelpColumn);
+  app.get_formatter()->label("Positionals", "Arguments");
   app.get_formatter()->label("OPTIONS", "options");
   app.get_formatter()->label("SUBCOMMAND", "COMMAND");
   app.require_subcommand(1);
@@ -41,14 +49,14 @@ void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
   app.add_option("--device", options.device, "Folder of the phone; its socket is DIR/dev/socket/atd")
       ->option_text("DIR")
       ->excludes(socket);
-  app.add_option("--timeout", options.timeout, "Longest wait for an answer, fractions allowed (default 15)")
+  app.add_option("--timeout", options.timeout, "Longest wait for an answer, such as 0.5 (default 15)")
       ->option_text("SECONDS")
       ->check(check_time);
 
   auto target = [&options] { return Target{socket_path(options.socket, options.device), options.timeout}; };
   auto add = [&](const char* name, const char* description, std::function<int()> body) {
-    CLI::App* command = app.add_subcommand(name, description);
-    command->footer("--socket, --device and --timeout stand before or behind the command's name.");
+    CLI::App* command = app.add_subcommand(name, description)->group("Commands");
+    command->footer("--socket, --device and --timeout stand before or after the command's name.");
     command->callback([&chosen, body] { chosen = body; });
     return command;
   };
@@ -58,7 +66,7 @@ void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
 
   CLI::App* command = add("ops", "List the opcodes", [&] { return run_ops(options.json); });
   add_json(command, "Print an array of objects");
-  command->footer("Needs no daemon. Rows that are not built yet begin with an exclamation mark.");
+  command->footer("It needs no daemon. Rows that are not built yet begin with an exclamation mark.");
 
   command = add("request", "Send a request and print its answer", [&, target] {
     options.request.json = options.json;
@@ -77,14 +85,14 @@ void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
   file->each([&request](const std::string&) { request.has_file = true; });
   add_json(command, "Print one object");
 
-  command = add("batch", "Send a request a line, and print the answers in order",
+  command = add("batch", "Send each line of a file as a request, and print the answers in order",
                 [&, target] { return run_batch(target(), options.file, options.json); });
-  command->add_option("FILE|-", options.file, "Lines NAME|NUMBER [TEXT]; blank ones and those with # are skipped")
+  command->add_option("FILE|-", options.file, "Lines of NAME|NUMBER [TEXT]; empty lines and # comments are skipped")
       ->option_text(" ");
   add_json(command, "Print one object a line");
 
   command = add("send", "Send an AT command to the platform", [&, target] { return run_send(target(), options.text); });
-  command->add_option("TEXT", options.text, "The AT command, as AT+CSQ")->required()->option_text(" ");
+  command->add_option("TEXT", options.text, "The AT command, such as AT+CSQ")->required()->option_text(" ");
 
   add("initialize", "Tell the daemon that the platform is ready", [target] { return run_initialize(target()); });
 
@@ -102,28 +110,42 @@ void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
   command = add("serve", "Stand in for the platform: print what the daemon asks of it, and answer",
                 [&, target] { return run_serve(target(), options.watch); });
   add_watch(command, "End after so many commands and requests");
-  command->add_option("--answers", options.watch.answers, "Rows of answers, as serve --help explains; none: result 0")
+  command->add_option("--answers", options.watch.answers, "Requests and their answers, which serve --help explains")
       ->option_text("FILE");
   command->footer("The file has rows; the first that matches counts:\n\n" + answer_row_help(RowsOf::platform) +
                   "Lines that begin with # are skipped. Any other request is answered with result 0 and no data.");
 
-  command = add("replay", "Play what the clients in a recording said, and compare the answers",
+  command = add("replay", "Send what the clients in a recording sent, and compare the answers",
                 [&, target] { return run_replay(target(), options.replay); });
   command->add_option("FILE|-", options.replay.file, "The recording, made with atd --record FILE")
       ->required()
       ->option_text(" ");
-  command->add_option("--mask", options.replay.masks,
-                      "Do not compare what this extended regular expression matches; dates and clock times never are")
+  command
+      ->add_option("--mask", options.replay.masks,
+                   "Leave what this extended regular expression matches out of the comparison, as dates and times are")
       ->option_text("REGEX")
       ->allow_extra_args(false);
   command->add_flag("--realtime", options.replay.realtime, "Keep the recording's pauses");
 
   add("wait", "Wait until the daemon answers", [target] { return run_wait(target()); });
 
-  command = add("raw", "Send lines of standard input as they are, and print what comes",
+  command = add("phone", "Do something to the running simulated phone", [&]() -> int {
+    if (options.phone.words.empty()) return print(app.help()), kOk;
+    options.phone.folder = phone_folder(options.socket, options.device);
+    options.phone.json = options.json;
+    options.phone.timeout = options.timeout;
+    return run_phone(options.phone);
+  });
+  command->footer(phone_help());
+  // take_verb() takes the words; the parser needs the option for its help.
+  command->add_option("VERB", options.phone.words, "What to do, and its arguments; without it this help is printed")
+      ->option_text(" ");
+  add_json(command, "Have the verb print JSON");
+
+  command = add("raw", "Send the lines of standard input as they are, and print what comes",
                 [&, target] { return run_raw(target(), options.hexdump, options.quiet_ms); });
   command->add_flag("--hexdump", options.hexdump, "Print the bytes on the wire too");
-  command->add_option("--quiet", options.quiet_ms, "Silence that ends a line without an answer (default 200)")
+  command->add_option("--quiet", options.quiet_ms, "Go on to the next line after this much silence (default 200)")
       ->option_text("MILLISECONDS")
       ->check(check_time);
 
@@ -132,13 +154,40 @@ void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
   add("dictionary", "Print a fuzzing dictionary of the protocol", run_dictionary)->group("");
   add("manual", "Print the manual page", [&app] { return run_manual(app); })->group("");
 
-  std::string footer = "Environment: ATD_SOCKET and ATD_DEVICE stand for --socket and --device.\nExit status:\n";
-  for (const StatusMeaning& row : statuses()) {
-    std::string number = std::to_string(row.status);
-    footer += std::string(4 - number.size(), ' ') + number + "  " + row.meaning + "\n";
-  }
-  footer.pop_back();
+  std::string footer = "Environment: ATD_SOCKET and ATD_DEVICE stand for --socket and --device.\nExit status:";
+  for (const StatusMeaning& row : statuses()) footer += fmt::format("\n{:4}  {}", row.status, row.meaning);
   app.footer(footer);
+}
+
+// Takes the words of a phone's verb out of the arguments. From the verb's first word on every argument belongs to the
+// verb, except the options that may stand anywhere; after "--" there are no exceptions.
+std::vector<std::string> take_verb(std::vector<std::string>* arguments) {
+  auto is = [](const std::string& name, std::initializer_list<const char*> names) {
+    return std::find(names.begin(), names.end(), name) != names.end();
+  };
+  std::vector<std::string> own, words;
+  bool phone = false, ended = false;  // "phone" has come, "--" has come
+  bool value = false;                 // the next argument is an option's value
+  for (const std::string& argument : *arguments) {
+    const std::string name = argument.substr(0, argument.find('='));
+    const bool option =
+        argument.starts_with('-') && (words.empty() || is(name, {"--json", "--help", "--device", "--socket"}));
+    if (phone && !ended && !value && argument == "--") {
+      ended = true;
+    } else if (!ended && (value || option)) {
+      value = !value && is(argument, {"--device", "--socket", "--timeout"});
+      own.push_back(argument);
+    } else if (phone) {
+      words.push_back(argument);
+    } else if (argument == "phone") {
+      phone = true;
+      own.push_back(argument);
+    } else {
+      return {};
+    }
+  }
+  *arguments = own;
+  return words;
 }
 
 // What the parser says, in words that help.
@@ -147,16 +196,16 @@ std::string explain(const CLI::App& app, const CLI::ParseError& error) {
   for (const CLI::App* command : app.get_subcommands()) name += " " + command->get_name();
   std::vector<std::string> extras = app.remaining(true);
   std::string extra = extras.empty() ? "" : extras.front();
-  if (extra.starts_with('-')) return "there is no option " + extra + "; see " + name + " --help";
+  if (extra.starts_with('-')) return fmt::format("there is no option {}; see {} --help", extra, name);
   if (app.get_subcommands().empty() && dynamic_cast<const CLI::RequiredError*>(&error) != nullptr) {
-    std::string commands;
-    for (const CLI::App* command : app.get_subcommands([](const CLI::App* sub) { return !sub->get_group().empty(); })) {
-      commands += (commands.empty() ? "" : ", ") + command->get_name();
-    }
-    return (extra.empty() ? "" : "\"" + extra + "\" is no command; ") + "a command is needed: " + commands;
+    std::vector<std::string> commands;
+    for (const CLI::App* command : commands_of(app)) commands.push_back(command->get_name());
+    return (extra.empty() ? "" : fmt::format("\"{}\" is not a command; ", extra)) + "write one of: " + listed(commands);
   }
-  if (!extra.empty()) return "\"" + extra + "\" is one argument too many; a text with blanks needs quotes";
-  return std::string(error.what()) + "; see " + name + " --help";
+  if (!extra.empty()) {
+    return fmt::format("\"{}\" is one argument too many; a text with spaces needs quotes", extra);
+  }
+  return fmt::format("{}; see {} --help", error.what(), name);
 }
 
 }  // namespace
@@ -166,8 +215,14 @@ int run(int argc, char** argv) {
   Options options;
   std::function<int()> chosen;
   set_up(app, options, chosen);
+  std::vector<std::string> arguments(argv + 1, argv + argc);
+  const std::vector<std::string> verb = take_verb(&arguments);
+  std::reverse(arguments.begin(), arguments.end());  // as the parser takes them
   try {
-    app.parse(argc, argv);
+    app.parse(arguments);
+    options.phone.words = verb;
+  } catch (const CLI::CallForHelp& help) {
+    return verb.empty() ? app.exit(help) : run_phone_help(verb);
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) return app.exit(error);
     return complain({kUsage, explain(app, error)});

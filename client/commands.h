@@ -16,6 +16,9 @@ namespace atd::client {
 // The opcode table.
 int run_ops(bool json);
 
+// The table as text: for a terminal of so many columns, or with 0 for a file or a pipe, a line an opcode.
+std::string ops_text(size_t columns, bool colourful);
+
 struct RequestArguments {
   std::string opcode;
   std::string text;
@@ -28,27 +31,28 @@ struct RequestArguments {
 // One request and its answer; the status is that of the result.
 int run_request(const Target& target, const RequestArguments& arguments);
 
-// A request a line of `file`, "-" for standard input, on one connection; the gravest status of all.
+// Sends each line of `file`, "-" for standard input, as a request, all on one connection; the worst status of all.
 int run_batch(const Target& target, const std::string& file, bool json);
 
-// An AT command for the platform, confirmed by the broadcast that carries it.
+// Sends an AT command to the platform and waits for the broadcast that carries it.
 int run_send(const Target& target, const std::string& text);
 
-// The platform's "initialize", confirmed by the broadcast that the daemon is ready.
+// Sends the platform's "initialize" and waits for the broadcast that the daemon is ready.
 int run_initialize(const Target& target);
 
-// Lines of standard input as they are, and every message; other lines than requests end after `quiet_ms` without one.
+// Sends lines of standard input as they are, and prints every message. It waits for the answer to a request; after any
+// other line it goes on when no message has come for `quiet_ms`.
 int run_raw(const Target& target, bool hexdump, double quiet_ms);
 
 struct WatchArguments {
   bool json = false;
   bool quiet = false;   // monitor: print nothing
-  int count = 0;        // end after so many, 0 for no limit
+  int count = 0;        // end after so many messages, 0 for no limit
   std::string record;   // monitor: the file that messages are appended to, "" for none
   std::string answers;  // serve: the file of answers, "" for none
 };
 
-// Every message as it comes, until `count` have come, the daemon has stopped, or SIGINT or SIGTERM.
+// Prints every message as it comes, until `count` have come, the daemon has stopped, or SIGINT or SIGTERM comes.
 int run_monitor(const Target& target, const WatchArguments& arguments);
 
 // Stands in for the platform: prints every AT command and every request that the daemon sends to it, and answers the
@@ -61,14 +65,35 @@ struct ReplayArguments {
   bool realtime = false;  // with the recording's pauses
 };
 
-// Says to the daemon what the clients of a recording said, and compares what it answers: kOk, kFailed at the first
-// difference, kTimedOut when that is a message that does not come.
+// Sends the daemon what the clients of a recording sent, and compares the answers. Returns kOk, kFailed at the first
+// difference, or kTimedOut when that is a message that does not come.
 int run_replay(const Target& target, const ReplayArguments& arguments);
 
 // Waits until the daemon answers.
 int run_wait(const Target& target);
 
-// The bash completion, the fuzzer's dictionary and the manual page, from the command line and the opcode table.
+struct PhoneArguments {
+  std::string folder;              // of the phone, "" for none
+  std::vector<std::string> words;  // of the verb and its arguments
+  bool json = false;
+  double timeout = 0;  // seconds, for the connection
+};
+
+// Has the simulated phone run a verb, and prints its output as it comes. Returns the verb's own status; kOk when SIGINT
+// or SIGTERM ends it.
+int run_phone(const PhoneArguments& arguments);
+
+// Prints the help of the verbs that begin with the words, at least one.
+int run_phone_help(const std::vector<std::string>& words);
+
+// Every verb, for the help of the command line.
+std::string phone_help();
+
+// Where the descriptions begin in the help.
+inline constexpr size_t kHelpColumn = 30;
+
+// The bash completion, the fuzzer's dictionary and the manual page. They are made from the command line, the opcode
+// table and the phone's verbs.
 int run_completion(const CLI::App& app);
 int run_dictionary();
 int run_manual(const CLI::App& app);

@@ -60,15 +60,12 @@ class RawConversation {
     print(text);
   }
 
-  // Sends a line and shows what comes, until nothing more is to be expected.
+  // Sends a line and shows what comes, until no more is expected.
   Failure say(const std::string& line) {
-    if (line.size() > kLineMax) {
-      return {kUsage, "a line has " + std::to_string(line.size()) + " bytes, the daemon takes at most " +
-                          std::to_string(kLineMax)};
-    }
+    if (Failure too_long = check_length(line)) return too_long;
     Deadline deadline = in_seconds(target_.timeout);
     ExchangeLock lock;
-    if (!lock.take(target_.socket, deadline)) return timed_out(target_, "no turn beside other clients");
+    if (!lock.take(target_.socket, deadline)) return timed_out(target_, "no turn among the other clients");
     show('>', line);
     if (int error = connection_.send(line, deadline)) {
       return error == ETIMEDOUT ? timed_out(target_, "no room for the line") : went_away(target_);
@@ -97,16 +94,14 @@ class RawConversation {
 int run_send(const Target& target, const std::string& text) {
   std::string sent_on = as_sent_on(text);
   if (sent_on.empty()) {
-    return complain({kUsage, "nothing to send: an AT command has a character above 32 and below 128, as AT+CSQ"});
+    return complain({kUsage, "nothing to send: an AT command has a character above 32 and below 128, such as AT+CSQ"});
   }
-  return run_line(target, send_line(text), [&](const Message& message) {
-    return message.code == kPlatformCode && message.text == sent_on;
-  });
+  return run_line(target, send_line(text),
+                  [&](const Message& message) { return message.code == kPlatformCode && message.text == sent_on; });
 }
 
 int run_initialize(const Target& target) {
-  return run_line(target, initialize_line(),
-                  [](const Message& message) { return message.code == kReadyCode; });
+  return run_line(target, initialize_line(), [](const Message& message) { return message.code == kReadyCode; });
 }
 
 int run_raw(const Target& target, bool hexdump, double quiet_ms) {

@@ -1,3 +1,5 @@
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <chrono>
 #include <string_view>
@@ -34,7 +36,7 @@ class Replay {
   int run() {
     ExchangeLock lock;
     if (!lock.take(target_.socket, in_seconds(target_.timeout))) {
-      return complain(timed_out(target_, "no turn beside other clients"));
+      return complain(timed_out(target_, "no turn among the other clients"));
     }
     const Deadline begin = std::chrono::steady_clock::now();
     for (const Event& event : events_) {
@@ -46,7 +48,7 @@ class Replay {
     Failure failure = clients_.end();
     if (failure) return complain(failure);
     if (!clients_.unasked().empty()) return differ("nothing more", clients_.unasked().front().shown, kFailed);
-    print(std::to_string(compared_) + (compared_ == 1 ? " message" : " messages") + ", no difference\n");
+    print(fmt::format("{} {}, no difference\n", compared_, compared_ == 1 ? "message" : "messages"));
     return kOk;
   }
 
@@ -58,8 +60,8 @@ class Replay {
       case Kind::disconnect: failure = clients_.disconnect(event_->client); break;
       case Kind::input: failure = say(); break;
       case Kind::missed:
-        complain({kOk, place() + std::to_string(event_->count) + " bytes of client " + std::to_string(event_->client) +
-                           " are not in the recording"});
+        complain({kOk, fmt::format("{}{} bytes of client {} are not in the recording", place(), event_->count,
+                                   event_->client)});
         break;
       case Kind::message: return compare();
     }
@@ -75,7 +77,7 @@ class Replay {
 
   int compare() {
     if (event_->message.code == kStoppedCode) return end();
-    // Behind an input stand the answers to it; what the daemon says of its own accord cannot be had again.
+    // The answers to an input come after it. What the daemon says before any input cannot be asked for again.
     bool is_heard = event_->client == 0 ? !clients_.is_empty() : clients_.is_there(event_->client);
     if (input_ == nullptr || !is_heard || is_farewell(event_->message)) return kOk;
     Comparable expected = masks_.apply(event_->message), got;
@@ -86,7 +88,8 @@ class Replay {
     return expected.key == got.key ? kOk : differ(expected.shown, got.shown, kFailed);
   }
 
-  // The recorded daemon ends. Behind the last input that was its owner's doing, before it goes on as another.
+  // The recorded daemon ends. Where no input follows, its owner ended it. Where one follows, the daemon was restarted,
+  // and the next one is waited for.
   int end() {
     auto is_input = [](const Event& event) { return event.kind == Kind::input; };
     if (std::none_of(event_, &events_.back() + 1, is_input)) return kOk;
@@ -98,23 +101,22 @@ class Replay {
   int differ(const std::string& expected, const std::string& got, int status) {
     std::string text = place() + "the first difference\n";
     if (input_ != nullptr) {
-      text += "  line " + std::to_string(input_->line) + ", client " + std::to_string(input_->client) + ": " +
-              input_text(input_->bytes) + "\n";
+      text += fmt::format("  line {}, client {}: {}\n", input_->line, input_->client, input_text(input_->bytes));
     }
-    print(text + "  expected: " + expected + "\n  got:      " + got + "\n");
+    print(fmt::format("{}  expected: {}\n  got:      {}\n", text, expected, got));
     return status;
   }
 
-  std::string place() const { return arguments_.file + ":" + std::to_string(event_->line) + ": "; }
+  std::string place() const { return fmt::format("{}:{}: ", arguments_.file, event_->line); }
 
   const Target& target_;
   const ReplayArguments& arguments_;
   const std::vector<Event>& events_;
   const Masks& masks_;
   ReplayClients clients_;
-  const Event* event_ = nullptr;  // that is being played
-  const Event* input_ = nullptr;  // the last one, null for none yet
-  bool restarted_ = false;        // the daemon has ended, and another is to come
+  const Event* event_ = nullptr;  // the one that is being played
+  const Event* input_ = nullptr;  // the last input, null for none yet
+  bool restarted_ = false;        // the daemon has ended, and another one follows
   int compared_ = 0;
 };
 
@@ -130,8 +132,9 @@ int run_replay(const Target& target, const ReplayArguments& arguments) {
   if (!failure) failure = read_recording(arguments.file, &events);
   auto is_input = [](const Event& event) { return event.kind == Kind::input; };
   if (!failure && std::none_of(events.begin(), events.end(), is_input)) {
-    failure = {kUsage, arguments.file + " has nothing that a client sent, so there is nothing to play: atd --record " +
-                           "records both sides, atdctl monitor only what the daemon says"};
+    failure = {kUsage, arguments.file +
+                           " has nothing that a client sent, so there is nothing to play: atd --record "
+                           "records both sides, atdctl monitor records only what the daemon says"};
   }
   return failure ? complain(failure) : Replay(target, arguments, events, masks).run();
 }

@@ -1,7 +1,5 @@
-#include <errno.h>
-#include <fcntl.h>
+#include <fmt/format.h>
 #include <string.h>
-#include <unistd.h>
 
 #include <algorithm>
 
@@ -9,23 +7,22 @@
 #include "client/commands.h"
 #include "client/input.h"
 #include "client/json.h"
+#include "platform/records.h"
 
 namespace atd::client {
 namespace {
-
-using namespace std::string_literals;
 
 std::string with_line_number(int number, const std::string& lines) {
   std::string numbered;
   for (size_t at = 0; at < lines.size();) {
     size_t end = std::min(lines.find('\n', at), lines.size() - 1) + 1;
-    numbered += std::to_string(number) + ": " + lines.substr(at, end - at);
+    numbered += fmt::format("{}: {}", number, lines.substr(at, end - at));
     at = end;
   }
   return numbered;
 }
 
-// Runs one line of a batch; the connection is closed when the daemon went away.
+// Runs one line of a batch. When the daemon went away the connection is closed.
 Failure ask_line(Connection& connection, const Target& target, const std::string& line, int32_t* opcode,
                  Response* response) {
   std::string payload;
@@ -55,7 +52,7 @@ int run_lines(const Target& target, int fd, bool json) {
     if (!connection.is_open()) {
       unreachable = connect(connection, target, in_seconds(target.timeout), true);
       if (unreachable) {
-        unreachable.text = "line " + std::to_string(number) + " and those behind it are not sent: " + unreachable.text;
+        unreachable.text = fmt::format("line {} and those after it are not sent: {}", number, unreachable.text);
         return worse(status, complain(unreachable));
       }
     }
@@ -68,11 +65,12 @@ int run_lines(const Target& target, int fd, bool json) {
     } else if (json) {
       print(failure_json(number, line, failure.status, failure.text));
     } else {
-      complain({failure.status, "line " + std::to_string(number) + ": " + failure.text});
+      complain({failure.status, fmt::format("line {}: {}", number, failure.text)});
     }
     status = worse(status, failure.status);
   }
-  return input.error() == 0 ? status : worse(status, complain({kUsage, "no more lines: "s + strerror(input.error())}));
+  if (input.error() == 0) return status;
+  return worse(status, complain({kUsage, fmt::format("the lines cannot be read: {}", strerror(input.error()))}));
 }
 
 }  // namespace
@@ -82,7 +80,7 @@ int run_request(const Target& target, const RequestArguments& arguments) {
   std::string payload;
   Failure failure = parse_opcode(arguments.opcode, &opcode);
   if (!failure && arguments.has_hex) failure = parse_hex(arguments.hex, &payload);
-  if (!failure && arguments.has_file) failure = read_payload(arguments.file, &payload);
+  if (!failure && arguments.has_file) failure = read_file(arguments.file, MAX_RZCMD_REQ_SIZE, &payload);
   if (!failure && arguments.has_text) failure = parse_text(arguments.text, &payload);
   Connection connection;
   Response response;
@@ -95,12 +93,8 @@ int run_request(const Target& target, const RequestArguments& arguments) {
 }
 
 int run_batch(const Target& target, const std::string& file, bool json) {
-  bool is_input = file == "-";
-  int fd = is_input ? STDIN_FILENO : open(file.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) return complain({kUsage, file + ": " + strerror(errno)});
-  int status = run_lines(target, fd, json);
-  if (!is_input) close(fd);
-  return status;
+  const InputFile input(file);
+  return input.failure() ? complain(input.failure()) : run_lines(target, input.fd(), json);
 }
 
 }  // namespace atd::client

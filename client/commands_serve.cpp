@@ -57,13 +57,12 @@ class Platform {
       ready_ = true;
       show(arguments_.json ? message_json(now(), 0, message) : "ready\n");
     }
-    // What comes while the last answer is awaited is another's to deal with.
+    // What comes while the last answer is still due is left to whoever serves next.
     if (message.code != kPlatformCode || (arguments_.count != 0 && seen_ >= arguments_.count)) return;
     ++seen_;
     Request request;
     if (!decode_request(message.text, &request)) {
-      show(arguments_.json ? request_json(now(), seen_, message, nullptr)
-                           : "command " + visible(message.text) + "\n");
+      show(arguments_.json ? request_json(now(), seen_, message, nullptr) : "command " + visible(message.text) + "\n");
       return;
     }
     auto row = std::find_if(rows_.begin(), rows_.end(), [&](const AnswerRow& candidate) {
@@ -113,7 +112,7 @@ class Platform {
   const WatchArguments& arguments_;
   const std::vector<AnswerRow>& rows_;
   Connection connection_;
-  Deadline deadline_;  // of the daemon's word that it has seen "initialize"
+  Deadline deadline_;  // of the daemon's answer to "initialize"
   bool ready_ = false;
   int seen_ = 0;
   std::vector<DueAnswer> due_;

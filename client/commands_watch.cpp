@@ -1,3 +1,4 @@
+#include <fmt/format.h>
 #include <stdio.h>
 #include <time.h>
 
@@ -10,9 +11,8 @@ namespace atd::client {
 namespace {
 
 std::string message_line(const timespec& time, int sequence, const Message& message) {
-  char head[48];
-  snprintf(head, sizeof head, " %5d  %3d %-8s  ", sequence, message.code, code_name(message.code));
-  return clock_time(time) + head + message_text(message) + "\n";
+  return fmt::format("{} {:5}  {:3} {:8}  {}\n", clock_time(time), sequence, message.code, code_name(message.code),
+                     message_text(message));
 }
 
 }  // namespace
@@ -54,7 +54,7 @@ int run_wait(const Target& target) {
     Wait wait = connection.settle(deadline);
     if (wait == Wait::timed_out) return complain(timed_out(target, "no answer"));
     if (wait == Wait::message) break;
-    // It stopped while this client stood at its door: another may come.
+    // The daemon stopped after it had accepted this client: another one may start.
   }
   std::chrono::duration<double> waited = std::chrono::steady_clock::now() - begin;
   if (waited.count() > kLong) fprintf(stderr, "atdctl: ready after %.1f s\n", waited.count());

@@ -1,5 +1,7 @@
 #include "client/comparable.h"
 
+#include <fmt/format.h>
+
 #include <iterator>
 
 #include "desk/words.h"
@@ -7,7 +9,7 @@
 namespace atd::client {
 namespace {
 
-// The second group is masked. A part of an address as 00:11:22:33:44:55 is no time.
+// The second group is masked. A part of an address such as 00:11:22:33:44:55 is not a time.
 constexpr const char* kTimes[] = {
     "(^|[^0-9])([0-9]{4}[-/][0-9]{2}[-/][0-9]{2})($|[^0-9])",
     "(^|[^0-9:])([0-9]{1,2}:[0-9]{2}:[0-9]{2}([.,][0-9]+)?)($|[^0-9:])",
@@ -58,7 +60,7 @@ Failure Masks::add(const char* pattern, int group) {
   if (int error = regcomp(&regex, pattern, REG_EXTENDED)) {
     char reason[128];
     regerror(error, &regex, reason, sizeof reason);
-    return {kUsage, std::string("\"") + pattern + "\" is no extended regular expression: " + reason};
+    return {kUsage, fmt::format("\"{}\" is not an extended regular expression: {}", pattern, reason)};
   }
   masks_.push_back({regex, group});
   return {};
@@ -70,7 +72,7 @@ Comparable Masks::apply(const Message& message) const {
   Request request;
   if (message.code == kAnswerCode && decode_response(message.text, &response, &error)) {
     head += result_name(response.result);
-    if (response.result_status != 0) head += ", status " + std::to_string(response.result_status);
+    if (response.result_status != 0) head += fmt::format(", status {}", response.result_status);
     data = response.data;
     shown = data_text(data);
   } else if ((message.code == kPlatformCode || message.code == kCopyCode) && decode_request(message.text, &request)) {

@@ -1,4 +1,4 @@
-// Messages as a replay compares them: records decoded, and what differs from run to run masked.
+// Messages as a replay compares them: records are decoded, and what differs from run to run is masked.
 #pragma once
 
 #include <regex.h>
@@ -14,18 +14,18 @@ namespace atd::client {
 
 struct Comparable {
   std::string key;    // equal for messages that say the same
-  std::string shown;  // the whole message for eyes, in one line
+  std::string shown;  // the whole message for people, in one line
 };
 
 class Masks {
  public:
-  // Masks dates as 2026-01-31 and clock times as 13:05:00.1.
+  // Masks dates such as 2026-01-31 and clock times such as 13:05:00.1.
   Masks();
   ~Masks();
   Masks(const Masks&) = delete;
   Masks& operator=(const Masks&) = delete;
 
-  // Masks as well what an extended regular expression matches; kUsage with the reason when it is none.
+  // Also masks what an extended regular expression matches; kUsage with the reason when it is not one.
   Failure add(const std::string& pattern);
 
   // The message, with the masks applied to its text or to the data of its record.

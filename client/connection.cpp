@@ -44,7 +44,7 @@ int Connection::open(const std::string& path, Deadline deadline) {
     if (fd_ < 0) error = errno;
   }
   while (error == 0 && connect(fd_, address.get(), address.size()) != 0) {
-    // A full queue in front of a busy daemon says EAGAIN, and poll() can't wait for it.
+    // A busy daemon's full queue gives EAGAIN, and poll() cannot wait for room in it.
     if (errno != EAGAIN && errno != EINTR) error = errno;
     else if (left_until(deadline) == 0ns) error = ETIMEDOUT;
     else std::this_thread::sleep_for(std::min<std::chrono::nanoseconds>(10ms, left_until(deadline)));

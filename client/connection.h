@@ -1,4 +1,5 @@
-// The connection to the daemon's socket: lines out, messages in, each before a deadline of the monotonic clock.
+// The connection to a local socket of the phone. Lines go out and messages come in, each before a deadline of the
+// monotonic clock.
 #pragma once
 
 #include <chrono>
@@ -11,14 +12,14 @@ namespace atd::client {
 
 using Deadline = std::chrono::steady_clock::time_point;
 
-// The moment that lies `seconds`, at least 0, from now; for ever when they are more than a year.
+// The moment `seconds` from now, which are at least 0; no deadline when they are more than a year.
 Deadline in_seconds(double seconds);
 
 // What ended a wait for a message.
 enum class Wait {
   message,    // one came
   timed_out,  // the deadline
-  gone,       // the daemon closed the connection, or sent a megabyte without an end
+  gone,       // the daemon closed the connection, or sent a megabyte without a NUL
   woken,      // the caller's descriptor became readable
 };
 
@@ -30,7 +31,7 @@ class Connection {
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
 
-  // Connects to the local socket at `path`, which may be longer than a socket address; 0, or an error number,
+  // Connects to the local socket at `path`, which may be longer than a socket address. Returns 0 or an error number,
   // ETIMEDOUT when the deadline came first.
   int open(const std::string& path, Deadline deadline);
 
@@ -38,33 +39,34 @@ class Connection {
   bool is_open() const { return fd_ >= 0; }
   int fd() const { return fd_; }
 
-  // Sends the line, at most kLineMax bytes, and its NUL; 0, or an error number, ETIMEDOUT when the deadline came first.
+  // Sends the line, at most kLineMax bytes, and its NUL. Returns as open() does.
   int send(const std::string& line, Deadline deadline);
 
-  // Sends bytes as they are, in one piece where the daemon has room for it; result as above.
+  // Sends bytes as they are, in one piece where the daemon has room for them. Returns as open() does.
   int send_bytes(const std::string& bytes, Deadline deadline);
 
   // Whether the daemon has read everything that was sent here.
   bool all_read() const;
 
-  // Takes the next message into *message; with a `wake_fd`, ends as well when that becomes readable. A message that
-  // is there already is taken whatever the deadline is.
+  // Takes the next message into *message. With a `wake_fd` it also ends when that becomes readable. A message that is
+  // there already is taken whatever the deadline is.
   Wait next(Message* message, Deadline deadline, int wake_fd = -1);
 
-  // Waits until the daemon has dealt with everything that was sent here before, and drops what it said meanwhile:
-  // Wait::message when that is so. It sends a word that the daemon refuses, to this client alone.
+  // Waits until the daemon has dealt with everything that was sent here before, and drops what it said meanwhile;
+  // Wait::message when that is done. It sends a word that the daemon refuses, and waits for the refusal, which comes to
+  // this client alone.
   Wait settle(Deadline deadline);
 
  private:
   Wait wait_for(short events, Deadline deadline, int wake_fd);
 
   int fd_ = -1;
-  int refusals_due_ = 0;  // words of settle() that are not refused yet
+  int refusals_due_ = 0;  // of words that settle() has sent
   Splitter splitter_;
 };
 
-// Answers carry no sender, so only one client at a time may wait for one: an advisory lock on "<socket>.lock", held
-// until the end of its scope.
+// An answer does not say whom it is for, so only one client at a time may wait for one. This is an advisory lock on
+// "<socket>.lock", held until the end of its scope.
 class ExchangeLock {
  public:
   ExchangeLock() = default;
@@ -72,7 +74,8 @@ class ExchangeLock {
   ExchangeLock(const ExchangeLock&) = delete;
   ExchangeLock& operator=(const ExchangeLock&) = delete;
 
-  // False when others held the lock until the deadline. Where the file can't be opened there is no lock, and true.
+  // False when others held the lock until the deadline. Where the file cannot be opened there is no lock, and it
+  // returns true.
   bool take(const std::string& socket, Deadline deadline);
 
  private:

@@ -1,6 +1,7 @@
 #include "client/exchange.h"
 
 #include <errno.h>
+#include <fmt/format.h>
 #include <stdlib.h>
 #include <string.h>
 
@@ -10,19 +11,16 @@
 namespace atd::client {
 namespace {
 
-constexpr char kSocketOnPhone[] = "/dev/socket/atd";
+constexpr std::string_view kSocketOnPhone = "/dev/socket/atd";
 
 std::string environment(const char* name) {
   const char* value = getenv(name);
   return value == nullptr ? "" : value;
 }
 
-std::string how_to_start(const std::string& socket) {
-  std::string device = "DIR";
-  if (socket.size() > strlen(kSocketOnPhone) && socket.ends_with(kSocketOnPhone)) {
-    device = socket.substr(0, socket.size() - strlen(kSocketOnPhone));
-  }
-  return "; start one with: atd --device " + device;
+// "" for a socket that does not stand in a phone's folder.
+std::string folder_of(const std::string& socket) {
+  return socket.ends_with(kSocketOnPhone) ? socket.substr(0, socket.size() - kSocketOnPhone.size()) : "";
 }
 
 }  // namespace
@@ -36,7 +34,16 @@ std::string socket_path(const std::string& socket, const std::string& device) {
     root = environment("ATD_DEVICE");
   }
   while (root.ends_with('/')) root.pop_back();
-  return root + kSocketOnPhone;
+  return root.append(kSocketOnPhone);
+}
+
+std::string phone_folder(const std::string& socket, const std::string& device) {
+  const std::string folder = folder_of(socket_path(socket, device));
+  return folder.empty() && socket.empty() ? environment("ATD_DEVICE") : folder;
+}
+
+std::string how_to_start(const std::string& folder) {
+  return fmt::format("; start it with: atd --device {} --background", folder.empty() ? "DIR" : folder);
 }
 
 Failure connect(Connection& connection, const Target& target, Deadline deadline, bool patient) {
@@ -46,29 +53,32 @@ Failure connect(Connection& connection, const Target& target, Deadline deadline,
     if (error == 0) return {};
     if (error == ETIMEDOUT) return timed_out(target, "no connection");
     if (!patient || std::chrono::steady_clock::now() + kPause > deadline) {
-      return {kNoDaemon, "no daemon at " + target.socket + " (" + strerror(error) + ")" + how_to_start(target.socket)};
+      return {kNoDaemon, fmt::format("no daemon at {} ({}){}", target.socket, strerror(error),
+                                     how_to_start(folder_of(target.socket)))};
     }
     std::this_thread::sleep_for(kPause);
   }
 }
 
 Failure went_away(const Target& target) {
-  return {kNoDaemon, "the daemon at " + target.socket + " went away" + how_to_start(target.socket)};
+  return {kNoDaemon, "the daemon at " + target.socket + " went away" + how_to_start(folder_of(target.socket))};
 }
 
 Failure timed_out(const Target& target, const std::string& what) {
-  return {kTimedOut, what + " within " + in_words(target.timeout) + " from the daemon at " + target.socket};
+  return {kTimedOut, fmt::format("{} within {} from the daemon at {}", what, in_words(target.timeout), target.socket)};
+}
+
+Failure check_length(const std::string& line) {
+  if (line.size() <= kLineMax) return {};
+  return {kUsage, fmt::format("the line has {} bytes; the daemon takes at most {}", line.size(), kLineMax)};
 }
 
 Failure exchange(Connection& connection, const Target& target, const std::string& line, Deadline deadline,
                  const std::function<bool(const Message&)>& is_answer, Message* answer) {
-  if (line.size() > kLineMax) {
-    return {kUsage, "the line has " + std::to_string(line.size()) + " bytes, the daemon takes at most " +
-                        std::to_string(kLineMax)};
-  }
+  if (Failure too_long = check_length(line)) return too_long;
   ExchangeLock lock;
-  if (!lock.take(target.socket, deadline)) return timed_out(target, "no turn beside other clients");
-  // An answer says neither whose nor which: whatever still comes for an earlier line has to come before this one.
+  if (!lock.take(target.socket, deadline)) return timed_out(target, "no turn among the other clients");
+  // An answer does not say which line it is for: those for earlier lines have to come before this one is sent.
   switch (connection.settle(deadline)) {
     case Wait::message: break;
     case Wait::timed_out: return timed_out(target, "nothing sent: no sign of life");
@@ -85,11 +95,12 @@ Failure exchange(Connection& connection, const Target& target, const std::string
   }
 }
 
-Failure ask(Connection& connection, const Target& target, int32_t opcode, const std::string& payload,
-            Deadline deadline, Response* response) {
+Failure ask(Connection& connection, const Target& target, int32_t opcode, const std::string& payload, Deadline deadline,
+            Response* response) {
   Message answer;
-  Failure failure = exchange(connection, target, request_line(opcode, payload), deadline,
-                             [](const Message& message) { return message.code == kAnswerCode; }, &answer);
+  Failure failure = exchange(
+      connection, target, request_line(opcode, payload), deadline,
+      [](const Message& message) { return message.code == kAnswerCode; }, &answer);
   std::string error;
   if (!failure && !decode_response(answer.text, response, &error)) failure = {kOther, "malformed answer: " + error};
   return failure;

@@ -1,4 +1,4 @@
-// Talking with one daemon: which one, connecting to it, and one line with its answer.
+// Talking to one daemon: which one it is, how to connect to it, and one line with its answer.
 #pragma once
 
 #include <functional>
@@ -17,28 +17,37 @@ struct Target {
   double timeout = 15;  // seconds, for each exchange
 };
 
-// The socket that the options name, empty where they were not given, or else the environment: ATD_SOCKET, then
-// ATD_DEVICE, then the phone's own.
+// The socket that the options name, or where both are empty the environment: ATD_SOCKET, then ATD_DEVICE, then the
+// phone's own.
 std::string socket_path(const std::string& socket, const std::string& device);
 
-// Connects once, or with `patient` again and again until the deadline, as while a daemon starts; kNoDaemon, or
-// kTimedOut when a daemon is there and takes nobody.
+// The folder of the simulated phone that has this socket, or ATD_DEVICE where only that names one; "" for none.
+std::string phone_folder(const std::string& socket, const std::string& device);
+
+// The end of a complaint that a phone is not there: how to start it. `folder` is the phone's, "" when it is not known.
+std::string how_to_start(const std::string& folder);
+
+// Connects once, or with `patient` again and again until the deadline, for a daemon that starts. Fails with kNoDaemon,
+// or with kTimedOut when a daemon is there and accepts nobody.
 Failure connect(Connection& connection, const Target& target, Deadline deadline, bool patient = false);
 
-// That the daemon is gone, as a failure that says how to start one.
+// The failure that the daemon is gone, with how to start one.
 Failure went_away(const Target& target);
 
-// That nothing came in time, with `what` as "no answer".
+// The failure that something did not come in time; `what` says what, such as "no answer".
 Failure timed_out(const Target& target, const std::string& what);
 
-// Sends one line and waits for the message that `is_answer` takes, which is left in *answer; what was sent before has
-// been dealt with by then, and no other client's exchange is under way. kUsage for a line that is too long, kNoDaemon,
-// kTimedOut, or kOther when the daemon refuses the line.
+// kUsage for a line that is longer than the daemon takes.
+Failure check_length(const std::string& line);
+
+// Sends one line and waits for the message that `is_answer` accepts, which is left in *answer. By then the daemon has
+// dealt with what was sent before, and no other client's exchange is under way. Fails with kUsage for a line that is
+// too long, kNoDaemon, kTimedOut, or kOther when the daemon refuses the line.
 Failure exchange(Connection& connection, const Target& target, const std::string& line, Deadline deadline,
                  const std::function<bool(const Message&)>& is_answer, Message* answer);
 
-// Sends a request and waits for its answer; failures as of exchange(), and kOther for an answer that is no record.
-Failure ask(Connection& connection, const Target& target, int32_t opcode, const std::string& payload,
-            Deadline deadline, Response* response);
+// Sends a request and waits for its answer. Fails as exchange() does, and with kOther for a malformed answer.
+Failure ask(Connection& connection, const Target& target, int32_t opcode, const std::string& payload, Deadline deadline,
+            Response* response);
 
 }  // namespace atd::client

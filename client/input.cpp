@@ -2,6 +2,7 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <fmt/format.h>
 #include <poll.h>
 #include <string.h>
 #include <unistd.h>
@@ -9,17 +10,38 @@
 #include <algorithm>
 
 namespace atd::client {
+namespace {
+
+constexpr size_t kReadSize = 16384;
+
+// Waits for bytes and reads them; read() alone would not wait where the parent process made the input non-blocking.
+ssize_t read_some(int fd, char* bytes) {
+  pollfd readable = {fd, POLLIN, 0};
+  poll(&readable, 1, -1);
+  return read(fd, bytes, kReadSize);
+}
+
+bool may_try_again(int error) { return error == EINTR || error == EAGAIN; }
+
+}  // namespace
+
+InputFile::InputFile(const std::string& file)
+    : fd_(file == "-" ? STDIN_FILENO : open(file.c_str(), O_RDONLY | O_CLOEXEC)) {
+  if (fd_ < 0) failure_ = {kUsage, file + ": " + strerror(errno)};
+}
+
+InputFile::~InputFile() {
+  if (fd_ > STDIN_FILENO) close(fd_);
+}
 
 void InputLines::fill() {
-  pollfd readable = {fd_, POLLIN, 0};
-  poll(&readable, 1, -1);  // read() alone would not wait where whoever started the client made the input non-blocking
-  char bytes[16384];
-  ssize_t size = read(fd_, bytes, sizeof bytes);
+  char bytes[kReadSize];
+  ssize_t size = read_some(fd_, bytes);
   pending_.erase(0, begin_);
   begin_ = 0;
   if (size > 0) {
     pending_.append(bytes, size);
-  } else if (size == 0 || (errno != EINTR && errno != EAGAIN)) {
+  } else if (size == 0 || !may_try_again(errno)) {
     error_ = size == 0 ? 0 : errno;
     ended_ = true;
   }
@@ -34,20 +56,33 @@ bool InputLines::take(std::string* line) {
   return true;
 }
 
-Failure read_lines(const std::string& file, const std::function<std::string(int number, const std::string& line)>& take) {
-  const bool is_input = file == "-";
-  const int fd = is_input ? STDIN_FILENO : open(file.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) return {kUsage, file + ": " + strerror(errno)};
-  Failure failure;
-  InputLines lines(fd);
+Failure read_lines(const std::string& file,
+                   const std::function<std::string(int number, const std::string& line)>& take) {
+  const InputFile input(file);
+  if (input.failure()) return input.failure();
+  InputLines lines(input.fd());
   std::string line;
-  for (int number = 1; !failure && lines.take(&line); ++number) {
+  for (int number = 1; lines.take(&line); ++number) {
     const std::string wrong = take(number, line);
-    if (!wrong.empty()) failure = {kUsage, file + ":" + std::to_string(number) + ": " + wrong};
+    if (!wrong.empty()) return {kUsage, fmt::format("{}:{}: {}", file, number, wrong)};
   }
-  if (!failure && lines.error() != 0) failure = {kUsage, file + ": " + strerror(lines.error())};
-  if (!is_input) close(fd);
-  return failure;
+  if (lines.error() != 0) return {kUsage, file + ": " + strerror(lines.error())};
+  return {};
+}
+
+Failure read_file(const std::string& file, size_t most, std::string* content) {
+  const InputFile input(file);
+  if (input.failure()) return input.failure();
+  char bytes[kReadSize];
+  content->clear();
+  while (content->size() <= most) {
+    const ssize_t size = read_some(input.fd(), bytes);
+    if (size == 0) return {};
+    if (size > 0) content->append(bytes, size);
+    else if (!may_try_again(errno)) return {kUsage, file + ": " + strerror(errno)};
+  }
+  return {kUsage, fmt::format("{} has more than {} bytes, the most that can be sent",
+                              file == "-" ? "standard input" : file, most)};
 }
 
 }  // namespace atd::client

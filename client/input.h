@@ -1,4 +1,4 @@
-// Lines of a file or of standard input, read without a buffer that would hide them from poll().
+// Files and standard input, read without a buffer that would hide their bytes from poll().
 #pragma once
 
 #include <functional>
@@ -7,6 +7,24 @@
 #include "client/output.h"
 
 namespace atd::client {
+
+// A file opened for reading, or standard input for "-", which stays open.
+class InputFile {
+ public:
+  explicit InputFile(const std::string& file);
+  ~InputFile();
+  InputFile(const InputFile&) = delete;
+  InputFile& operator=(const InputFile&) = delete;
+
+  int fd() const { return fd_; }
+
+  // Why the file cannot be opened: kUsage with the file's name and the reason.
+  const Failure& failure() const { return failure_; }
+
+ private:
+  int fd_;
+  Failure failure_;
+};
 
 class InputLines {
  public:
@@ -21,6 +39,9 @@ class InputLines {
   // Takes the next line without its line feed, at the end the rest that has none; false after the last.
   bool take(std::string* line);
 
+  // Whether the line taken last was the rest without a line feed.
+  bool is_cut() const { return begin_ > pending_.size(); }
+
   // The error number of the read that ended the lines, 0 when they ended by themselves.
   int error() const { return error_; }
 
@@ -34,6 +55,10 @@ class InputLines {
 
 // Hands the lines of a file, "-" for standard input, to `take` with their numbers, 1 for the first, until it says what
 // is wrong with one; kUsage with that as "FILE:LINE: what is wrong", or when the file cannot be read.
-Failure read_lines(const std::string& file, const std::function<std::string(int number, const std::string& line)>& take);
+Failure read_lines(const std::string& file,
+                   const std::function<std::string(int number, const std::string& line)>& take);
+
+// Reads a whole file, "-" for standard input; kUsage when it cannot be read or has more than `most` bytes.
+Failure read_file(const std::string& file, size_t most, std::string* content);
 
 }  // namespace atd::client

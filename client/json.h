@@ -1,5 +1,5 @@
-// What atdctl prints for programs: JSON objects, each in one line. Fields that do not apply are null; where a text is
-// not UTF-8 it has replacement characters.
+// What atdctl prints for programs: JSON objects, each in one line. Fields that do not apply are null. A text that is
+// not UTF-8 gets replacement characters.
 #pragma once
 
 #include <stdint.h>
@@ -22,10 +22,10 @@ std::string answer_json(int line, int32_t opcode, const Response& response);
 // A request of a batch that has no answer, and why.
 std::string failure_json(int line, const std::string& request, int status, const std::string& error);
 
-// A message, when it came, and which it was; "decoded" holds its record, if it carries one.
+// A message, with its time and its number; "decoded" holds its record, if it carries one.
 std::string message_json(const timespec& time, int sequence, const Message& message);
 
-// A message to the platform likewise, and the answer to it; null for none.
+// A message to the platform in the same way, with the answer to it, null for none.
 std::string request_json(const timespec& time, int sequence, const Message& message, const Response* answer);
 
 }  // namespace atd::client

@@ -1,5 +1,7 @@
 #include "client/output.h"
 
+#include <fmt/chrono.h>
+#include <fmt/format.h>
 #include <stdio.h>
 
 #include <algorithm>
@@ -15,18 +17,18 @@ constexpr StatusMeaning kStatuses[] = {
     {kOk, "done; the result is 0"},
     {kFailed, "the result is 1: failed; a replay found a difference"},
     {kUnsupported, "the result is 2: not supported"},
-    {kOther, "any other result, or an answer that is malformed"},
+    {kOther, "any other result, or a malformed answer"},
     {kUsage, "a mistake in the arguments, or in a file that they name"},
-    {kNoDaemon, "no daemon at the socket, or it went away"},
+    {kNoDaemon, "no daemon at the socket, or no phone in the folder, or it went away"},
     {kTimedOut, "no answer in time"},
 };
 
-int gravity(int status) {
-  constexpr int kByGravity[] = {kOk, kFailed, kUnsupported, kOther, kUsage, kTimedOut, kNoDaemon};
-  return static_cast<int>(std::find(std::begin(kByGravity), std::end(kByGravity), status) - std::begin(kByGravity));
+int severity(int status) {
+  constexpr int kBySeverity[] = {kOk, kFailed, kUnsupported, kOther, kUsage, kTimedOut, kNoDaemon};
+  return static_cast<int>(std::find(std::begin(kBySeverity), std::end(kBySeverity), status) - std::begin(kBySeverity));
 }
 
-constexpr size_t kShortHex = 24;  // bytes of a payload that a line of text has room for
+constexpr size_t kShortHex = 24;  // bytes of a payload that a line has room for
 
 // Bytes of the UTF-8 character at `at`, 0 when there is none that can be shown.
 size_t character_size(const std::string& text, size_t at) {
@@ -46,16 +48,8 @@ bool is_printable(const std::string& text) {
   return true;
 }
 
-template <typename... Args>
-std::string format(const char* pattern, Args... args) {
-  char text[128];
-  snprintf(text, sizeof text, pattern, args...);
-  return text;
-}
-
 std::string byte_text(const std::string& data) {
-  unsigned byte = static_cast<unsigned char>(data[0]);
-  return format("%u (0x%02x)", byte, byte);
+  return fmt::format("{0} (0x{0:02x})", static_cast<unsigned char>(data[0]));
 }
 
 // The data in what is left of a line.
@@ -65,17 +59,21 @@ std::string short_data(const std::string& data, Shape shape) {
   return to_hex(data.substr(0, kShortHex)) + (data.size() > kShortHex ? "..." : "");
 }
 
-std::string with_data(std::string line, const std::string& data) {
+std::string with_data(const std::string& line, const std::string& data) {
   if (data.empty()) return line;
-  return line + ", " + std::to_string(data.size()) + (data.size() == 1 ? " byte: " : " bytes: ") +
-         short_data(data, shape_of(nullptr, data));
+  return fmt::format("{}, {} {}: {}", line, data.size(), data.size() == 1 ? "byte" : "bytes",
+                     short_data(data, shape_of(nullptr, data)));
+}
+
+std::string status_text(const Response& response) {
+  return response.result_status == 0 ? "" : fmt::format(", status {}", response.result_status);
 }
 
 }  // namespace
 
 std::span<const StatusMeaning> statuses() { return kStatuses; }
 
-int worse(int a, int b) { return gravity(a) >= gravity(b) ? a : b; }
+int worse(int a, int b) { return severity(a) >= severity(b) ? a : b; }
 
 int complain(const Failure& failure) {
   fflush(stdout);
@@ -114,13 +112,13 @@ std::string hexdump(const std::string& bytes) {
   constexpr size_t kPerLine = 16;
   std::string dump;
   for (size_t offset = 0; offset < bytes.size(); offset += kPerLine) {
-    dump += format("%04zx ", offset);
+    dump += fmt::format("{:04x} ", offset);
     std::string characters;
     for (size_t i = offset; i < offset + kPerLine; ++i) {
       if (i % 8 == 0) dump += ' ';
       bool there = i < bytes.size();
       unsigned char byte = there ? bytes[i] : ' ';
-      dump += there ? format("%02x ", byte) : "   ";
+      dump += there ? fmt::format("{:02x} ", byte) : "   ";
       if (there) characters += byte >= ' ' && byte < 0x7f ? static_cast<char>(byte) : '.';
     }
     dump += " |" + characters + "|\n";
@@ -137,37 +135,43 @@ std::string visible(const std::string& text) {
     } else if (text[at] == '\n' || text[at] == '\r' || text[at] == '\t') {
       shown += text[at] == '\n' ? "\\n" : text[at] == '\r' ? "\\r" : "\\t";
     } else {
-      shown += format("\\x%02x", static_cast<unsigned char>(text[at]));
+      shown += fmt::format("\\x{:02x}", static_cast<unsigned char>(text[at]));
     }
     at += std::max<size_t>(size, 1);
   }
   return shown;
 }
 
-std::string clock_time(const timespec& time) {
-  tm local;
-  char clock[16];
-  localtime_r(&time.tv_sec, &local);
-  strftime(clock, sizeof clock, "%H:%M:%S", &local);
-  return format("%s.%06ld", clock, time.tv_nsec / 1000);
+std::string wrapped(std::string_view text, size_t indent, size_t width) {
+  std::string lines;
+  size_t column = indent;
+  for (std::string_view word; !(word = take_word(&text)).empty(); column += word.size()) {
+    const bool fits = column + 1 + word.size() <= width;
+    if (!lines.empty()) lines += fits ? " " : "\n" + std::string(indent, ' ');
+    if (!lines.empty()) column = fits ? column + 1 : indent;
+    lines += word;
+  }
+  return lines + '\n';
 }
 
-std::string in_words(double seconds) { return format("%g s", seconds); }
+std::string clock_time(const timespec& time) {
+  tm local;
+  localtime_r(&time.tv_sec, &local);
+  return fmt::format("{:%H:%M:%S}.{:06}", local, time.tv_nsec / 1000);
+}
+
+std::string in_words(double seconds) { return fmt::format("{:g} s", seconds); }
 
 std::string opcode_title(int32_t opcode) {
   const Opcode* row = find_opcode(opcode);
-  std::string number = std::to_string(opcode);
-  return row == nullptr ? number : std::string(row->name) + " (" + number + ")";
+  return row == nullptr ? std::to_string(opcode) : fmt::format("{} ({})", row->name, opcode);
 }
 
 std::string answer_text(int32_t opcode, const Response& response) {
   const Opcode* row = find_opcode(opcode);
-  std::string text = opcode_title(opcode) + ": " + result_name(response.result);
-  if (response.result == kNotSupported && row != nullptr && row->state == State::not_built) {
-    text += " (not in this build yet)";
-  }
-  if (response.result_status != 0) text += ", status " + std::to_string(response.result_status);
-  text += '\n';
+  const bool missing = response.result == kNotSupported && row != nullptr && row->state == State::not_built;
+  std::string text = fmt::format("{}: {}{}{}\n", opcode_title(opcode), result_name(response.result),
+                                 missing ? " (not in this build yet)" : "", status_text(response));
   switch (shape_of(row, response.data)) {
     case Shape::none: break;
     case Shape::text: text += text_of(response.data); break;
@@ -179,9 +183,7 @@ std::string answer_text(int32_t opcode, const Response& response) {
 }
 
 std::string response_text(const Response& response) {
-  std::string line = result_name(response.result);
-  if (response.result_status != 0) line += ", status " + std::to_string(response.result_status);
-  return with_data(line, response.data);
+  return with_data(result_name(response.result) + status_text(response), response.data);
 }
 
 std::string message_text(const Message& message) {

@@ -1,4 +1,4 @@
-// What atdctl prints and how it ends: exit statuses, complaints, answers made for eyes.
+// What atdctl prints and how it ends: exit statuses, complaints, answers for people.
 #pragma once
 
 #include <stdint.h>
@@ -6,6 +6,7 @@
 
 #include <span>
 #include <string>
+#include <string_view>
 
 #include "desk/message.h"
 #include "desk/records.h"
@@ -28,20 +29,20 @@ struct StatusMeaning {
   const char* meaning;
 };
 
-// Every exit status and what it means, by number.
+// Every exit status and what it means, by ascending number.
 std::span<const StatusMeaning> statuses();
 
-// The graver of two exit statuses: 69, 75, 64, 3, 2, 1, 0.
+// The worse of two exit statuses, the worst first: 69, 75, 64, 3, 2, 1, 0.
 int worse(int a, int b);
 
-// Why a command could not do its work; false as a truth value when it could.
+// Why a command could not do its work; as a bool it is false when the command could.
 struct Failure {
   int status = kOk;
   std::string text;
   explicit operator bool() const { return status != kOk; }
 };
 
-// Prints "atdctl: TEXT" on standard error, in one line, and gives the status back.
+// Prints "atdctl: TEXT" on standard error, in one line, and returns the failure's status.
 int complain(const Failure& failure);
 
 // Prints a text on standard output and flushes it, so that a pipe's reader has it at once.
@@ -60,11 +61,15 @@ Shape shape_of(const Opcode* row, const std::string& data);
 // The text in an answer's data, without the NULs that may pad it.
 std::string text_of(const std::string& data);
 
-// Lines of an offset, sixteen bytes in hex, and their characters.
+// Lines of sixteen bytes: their offset, the bytes in hex, and their characters.
 std::string hexdump(const std::string& bytes);
 
-// The text with what a terminal might act upon as \n, \r, \t, \xNN.
+// The text with control characters and what is not UTF-8 written as \n, \r, \t, \xNN.
 std::string visible(const std::string& text);
+
+// The words of a text in lines of at most `width` columns, where the words are short enough, each with its line end.
+// The caller has written `indent` columns before the first line; the others begin with so many spaces.
+std::string wrapped(std::string_view text, size_t indent, size_t width);
 
 // The local time of day with microseconds, "13:05:00.000001".
 std::string clock_time(const timespec& time);
@@ -75,13 +80,13 @@ std::string in_words(double seconds);
 // "NAME (NUMBER)", or the number alone for an opcode that is not listed.
 std::string opcode_title(int32_t opcode);
 
-// The whole answer for eyes: a line with the result, and the data in the lines behind it.
+// The whole answer for people: a line with the result, and the data in the lines after it.
 std::string answer_text(int32_t opcode, const Response& response);
 
 // A response in one short line: its result, and its data as far as there is room.
 std::string response_text(const Response& response);
 
-// What a message says beyond its text, in one short line: the record that it carries, or else the visible text.
+// What a message says, in one short line: the record that it carries, or else its text.
 std::string message_text(const Message& message);
 
 // One word for a message's code: "answer", "platform"...

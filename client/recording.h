@@ -1,4 +1,4 @@
-// The files of recordings.
+// Recordings in files.
 #pragma once
 
 #include <time.h>
@@ -11,8 +11,8 @@
 
 namespace atd::client {
 
-// Reads a recording, "-" for standard input; kUsage with the first line that is not one of a recording as "FILE:LINE:
-// what is wrong".
+// Reads a recording, "-" for standard input; kUsage with "FILE:LINE: what is wrong" for the first line that does not
+// belong in a recording.
 Failure read_recording(const std::string& file, std::vector<Event>* events);
 
 // Appends messages to a recording.
@@ -23,7 +23,7 @@ class Recorder {
   Recorder(const Recorder&) = delete;
   Recorder& operator=(const Recorder&) = delete;
 
-  // Opens the file, made when there is none; kUsage when that is not possible.
+  // Opens the file, or makes it when there is none; kUsage when neither is possible.
   Failure open(const std::string& file);
 
   // Writes one line; kUsage when it cannot be written whole.

@@ -23,7 +23,7 @@ Failure ReplayClients::connect(int number, bool patient) {
   auto client = std::make_unique<Client>();
   if (!failure) failure = open(client->connection, deadline, false);
   if (failure) return failure;
-  // Whatever was said before this client was there has reached the others by now, and is not due to it.
+  // What was said before this client connected has reached the others by now, and does not come to it.
   for (auto& [other, present] : clients_) collect(*present);
   clients_[number] = std::move(client);
   return {};
@@ -40,7 +40,7 @@ Failure ReplayClients::disconnect(int number) {
 
 Failure ReplayClients::send(int number, const std::string& bytes) {
   Deadline deadline = in_seconds(target_.timeout);
-  // The daemon drops what has no end in the same read, so that pieces must not meet in one.
+  // The daemon drops what has no NUL in the same read, so two pieces must not come in one read.
   Failure failure = await_read(deadline);
   if (failure) return failure;
   int error = clients_.at(number)->connection.send_bytes(bytes, deadline);
@@ -57,9 +57,9 @@ Failure ReplayClients::take(int number, Comparable* message) {
   return {};
 }
 
-// Collects what the daemon says to what was sent.
+// Collects what the daemon says about what was sent.
 Failure ReplayClients::settle() {
-  // The daemon serves one after the other: when the bystander has its answer, those who were read before have theirs.
+  // The daemon serves one client after the other: when the bystander has its answer, the earlier ones have theirs.
   Deadline deadline = in_seconds(target_.timeout);
   Failure failure = await_read(deadline);
   if (!failure && !ended_ && bystander_.is_open()) {
@@ -92,7 +92,7 @@ void ReplayClients::pass_time(Deadline end) {
   await([] { return false; }, end);
 }
 
-// Waits until the daemon has read whatever was sent.
+// Waits until the daemon has read everything that was sent.
 Failure ReplayClients::await_read(Deadline deadline) {
   auto is_read = [](const auto& entry) { return entry.second->gone || entry.second->connection.all_read(); };
   while (!std::all_of(clients_.begin(), clients_.end(), is_read)) {
@@ -143,7 +143,7 @@ void ReplayClients::collect(Client& client) {
 bool ReplayClients::await(const std::function<bool()>& done, Deadline deadline) {
   for (;;) {
     std::vector<pollfd> fds;
-    // The bystander first: when it sees the end, the clients have been told all.
+    // The bystander comes first: when it sees the end, the clients have been told everything.
     if (bystander_.is_open() && !ended_) {
       Message heard;
       Wait wait = Wait::message;

@@ -15,7 +15,7 @@ StopSignals::StopSignals() {
 }
 
 StopSignals::~StopSignals() {
-  // One that came is taken here, or it would strike as soon as it is no longer blocked.
+  // A signal that came is taken here, or it would end the program as soon as it is no longer blocked.
   signalfd_siginfo taken;
   while (read(fd_, &taken, sizeof taken) > 0) {
   }

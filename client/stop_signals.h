@@ -1,11 +1,11 @@
-// SIGINT and SIGTERM as something to wait for beside a connection.
+// SIGINT and SIGTERM as something to wait for together with a connection.
 #pragma once
 
 #include <signal.h>
 
 namespace atd::client {
 
-// While it lives SIGINT and SIGTERM do not end the program, but make a descriptor readable.
+// While an object lives, SIGINT and SIGTERM do not end the program but make its descriptor readable.
 class StopSignals {
  public:
   StopSignals();

@@ -4,7 +4,6 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -16,7 +15,9 @@
 #include <vector>
 
 #include "client/cli.h"
+#include "desk/message.h"
 #include "desk/records.h"
+#include "desk/socket_address.h"
 #include "transport/base64.h"
 
 namespace atd::client {
@@ -29,7 +30,7 @@ inline std::string base64(const std::string& bytes) {
   return text;
 }
 
-// An answer whose data_len says what it likes.
+// An answer with any data_len.
 inline std::string answer(int32_t result, int32_t data_len, const std::string& data, int32_t status = 0) {
   int32_t head[] = {result, data_len, status};
   return "210 " + base64(std::string(reinterpret_cast<char*>(head), sizeof head) + data) + '\0';
@@ -39,35 +40,55 @@ inline std::string answer(int32_t result, const std::string& data) {
   return answer(result, static_cast<int32_t>(data.size()), data);
 }
 
-// Serves one client after the other; refuses "ping" as the daemon does, and answers other lines as the test says. A
-// reply that ends in "BYE" has the connection closed behind it.
-class FakeDaemon {
+// A local socket in a folder of its own, with a thread that serves one client after the other.
+class FakeServer {
  public:
-  explicit FakeDaemon(std::function<std::string(const std::string& line)> script, const std::string& greeting = "")
-      : script_(std::move(script)), greeting_(greeting) {
+  // The socket is FOLDER/NAME in the root, longer than a socket's address where the folder's name is.
+  FakeServer(const std::string& folder, const std::string& name, std::function<void(int fd)> serve)
+      : serve_(std::move(serve)) {
     root_ = testing::TempDir() + "atdctlXXXXXX";
     EXPECT_NE(mkdtemp(root_.data()), nullptr);
-    std::string folder = root_ + "/" + std::string(120, 'd');  // longer than a socket's address
-    std::filesystem::create_directory(folder);
-    socket_ = folder + "/atd";
-    int folder_fd = open(folder.c_str(), O_PATH);
-    sockaddr_un address = {AF_UNIX, ""};
-    snprintf(address.sun_path, sizeof address.sun_path, "/proc/self/fd/%d/atd", folder_fd);
+    std::filesystem::create_directory(root_ + "/" + folder);
+    path_ = root_ + "/" + folder + "/" + name;
+    const SocketAddress address(path_);
     listener_ = ::socket(AF_UNIX, SOCK_STREAM, 0);
-    EXPECT_EQ(bind(listener_, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    EXPECT_EQ(bind(listener_, address.get(), address.size()), 0);
     listen(listener_, 4);
-    close(folder_fd);
-    thread_ = std::thread([this] { serve(); });
+    thread_ = std::thread([this] {
+      for (int fd; (fd = accept(listener_, nullptr, nullptr)) >= 0; close(fd)) serve_(fd);
+    });
   }
 
-  ~FakeDaemon() {
+  ~FakeServer() {
     shutdown(listener_, SHUT_RDWR);
     thread_.join();
     close(listener_);
     std::filesystem::remove_all(root_);
   }
 
-  const std::string& socket() const { return socket_; }
+  const std::string& root() const { return root_; }
+  const std::string& path() const { return path_; }
+
+  // Sends a reply; false when the connection is to be closed after it, which a "BYE" at its end says.
+  static bool say(int fd, const std::string& reply) {
+    const bool bye = reply.ends_with("BYE");
+    return send(fd, reply.data(), reply.size() - (bye ? 3 : 0), MSG_NOSIGNAL) >= 0 && !bye;
+  }
+
+ private:
+  std::function<void(int)> serve_;
+  std::string root_, path_;
+  int listener_;
+  std::thread thread_;
+};
+
+// Refuses "ping" as the daemon does, and answers other lines as the test says.
+class FakeDaemon {
+ public:
+  explicit FakeDaemon(std::function<std::string(const std::string& line)> script, const std::string& greeting = "")
+      : script_(std::move(script)), greeting_(greeting) {}
+
+  const std::string& socket() const { return server_.path(); }
 
   Strings lines() {
     std::lock_guard guard(mutex_);
@@ -75,15 +96,13 @@ class FakeDaemon {
   }
 
  private:
-  void serve() {
-    for (int fd; (fd = accept(listener_, nullptr, nullptr)) >= 0; close(fd)) {
-      Splitter splitter;
-      char bytes[16384];
-      bool open = say(fd, greeting_);
-      for (ssize_t size; open && (size = read(fd, bytes, sizeof bytes)) > 0;) {
-        splitter.add(bytes, size);
-        for (Message line; open && splitter.next(&line);) open = say(fd, reply_to(line.bytes));
-      }
+  void serve(int fd) {
+    Splitter splitter;
+    char bytes[16384];
+    bool open = FakeServer::say(fd, greeting_);
+    for (ssize_t size; open && (size = read(fd, bytes, sizeof bytes)) > 0;) {
+      splitter.add(bytes, size);
+      for (Message line; open && splitter.next(&line);) open = FakeServer::say(fd, reply_to(line.bytes));
     }
   }
 
@@ -94,17 +113,11 @@ class FakeDaemon {
     return script_(line);
   }
 
-  static bool say(int fd, const std::string& reply) {
-    bool bye = reply.ends_with("BYE");
-    return send(fd, reply.data(), reply.size() - (bye ? 3 : 0), MSG_NOSIGNAL) >= 0 && !bye;
-  }
-
   std::function<std::string(const std::string&)> script_;
-  std::string greeting_, root_, socket_;
-  int listener_;
+  std::string greeting_;
   std::mutex mutex_;
   Strings lines_;
-  std::thread thread_;
+  FakeServer server_{std::string(120, 'd'), "atd", [this](int fd) { serve(fd); }};  // ends before what it uses
 };
 
 struct Outcome {
@@ -112,9 +125,11 @@ struct Outcome {
   std::string out, err;
 };
 
-// Runs atdctl on a socket, with `input` on its standard input. One at a time: it takes the process's output.
+// Runs atdctl on a socket, "" for none, with `input` on its standard input. Only one may run at a time, since it takes
+// the process's output.
 inline Outcome atdctl(const std::string& socket, Strings arguments, const std::string& input = "") {
-  arguments.insert(arguments.begin(), {"atdctl", "--socket", socket});
+  arguments.insert(arguments.begin(), "atdctl");
+  if (!socket.empty()) arguments.insert(arguments.begin() + 1, {"--socket", socket});
   std::vector<char*> argv;
   for (std::string& argument : arguments) argv.push_back(argument.data());
   FILE* file = tmpfile();

@@ -1,4 +1,4 @@
-// atdctl in the platform's place, recordings of the socket, and playing them again: against the library on a phone.
+// atdctl in the platform's place, and recordings of the socket and their replay, against the library on a phone.
 #include <gtest/gtest.h>
 #include <pthread.h>
 #include <signal.h>
@@ -162,7 +162,7 @@ TEST(Client, ServeNamesARowThatMakesNoSense) {
     EXPECT_EQ(64, outcome.status) << row.first;
     EXPECT_TRUE(outcome.err.starts_with("atdctl: -:3: ") && has(outcome.err, row.second)) << outcome.err;
   }
-  EXPECT_EQ(64, atdctl(daemon, {"serve", "--answers", "/nowhere"}).status);
+  EXPECT_EQ(64, atdctl(daemon, {"serve", "--answers", "/tmp/nowhere"}).status);
   EXPECT_TRUE(daemon.lines().empty());
 }
 
@@ -186,7 +186,7 @@ Strings events_of(const std::string& recording) {
 
 class RecordedPhone : public ServicePhone {
  protected:
-  // Serves the socket anew, recorded in the file.
+  // Serves the socket again and records it in the file.
   void restart(const std::string& recording) {
     stop();
     std::string error;
@@ -218,7 +218,7 @@ TEST_F(RecordedPhone, RecordsBothDirections) {
   }
   watcher_->send("atcommand initialize\0x\0rest"s);
   watcher_->next(3);
-  watcher_->line("");  // behind it the end of the other has been seen
+  watcher_->line("");  // when it is answered the end of the other has been seen
   watcher_->next();
   restart(recording);
   stop();
@@ -282,7 +282,7 @@ TEST_F(RecordedPhone, AReplayFindsTheFirstDifference) {
   EXPECT_EQ(0, atdctl(socket(), {"send", "AT+CSQ"}).status);
   restart("");
 
-  // The request to the platform was the daemon's own idea, and a replay waits for it in vain.
+  // The daemon sent that request on its own, so a replay waits for it until the time-out.
   Outcome outcome = replay(recording, {"--timeout", "0.2"});
   EXPECT_EQ(75, outcome.status) << outcome.err;
   EXPECT_TRUE(has(outcome.out, "expected: 605 request 1013: \"at 13:05:00\"\n  got:      nothing within 0.2 s"))
@@ -319,7 +319,7 @@ TEST_F(RecordedPhone, AReplayPlaysLineByLine) {
   const struct { Strings lines; int status; const char* shown; } kRows[] = {
       {{connect, start, ready, copy, in + R"(1,"event":"disconnect")"}, 0, "2 messages, no difference\n"},
       {{start, ready, copy, in + R"(2,"bytes":{"hex":"7800"})", out + "2" + refused}, 0, "3 messages, no difference\n"},
-      // What is no whole line is dropped, but only as long as nothing comes with it.
+      // What is not a whole line is dropped, but only if nothing comes with it.
       {{in + R"(1,"bytes":"atcommand initialize")", in + R"(1,"bytes":"x\u0000")", out + "1" + refused},
        0, "1 message, "},
       {{start, ready}, 1, ":2: the first difference\n  line 1, client 1: atcommand initialize\n"
@@ -327,7 +327,7 @@ TEST_F(RecordedPhone, AReplayPlaysLineByLine) {
       {{in + R"(1,"bytes":"x\u0000")", in + R"(1,"event":"disconnect")"}, 1,
        ":2: the first difference\n  line 1, client 1: x\n  expected: nothing more\n  got:      500 Command not"},
       {{start, copy, ready}, 1, "  expected: 200 AT Command Start\n  got:      601 AT Command Start\n"},
-      // Of the end of the recorded daemon, and of what it said unasked, nothing is expected.
+      // Neither the end of the recorded daemon nor what it said before any input is expected.
       {{connect, ready, start, ready, copy, out + R"(null,"code":602,"text":"At Command End")",
         out + R"(null,"code":200,"text":"AT Command End")", in + R"(1,"event":"disconnect")"}, 0, "2 messages, "},
       // All have heard it when the second one speaks.
@@ -350,7 +350,7 @@ TEST_F(RecordedPhone, AReplayPlaysLineByLine) {
   EXPECT_EQ("3 messages, no difference\n", outcome.out) << outcome.err;
 }
 
-TEST(Client, ReplayRefusesWhatIsNoRecording) {
+TEST(Client, ReplayRefusesWhatIsNotARecording) {
   const std::string time = R"({"time":"2026-01-31T13:05:00.000001Z",)";
   const std::string good = time + R"("dir":"in","client":1,"bytes":"x"})" "\n";
   const std::pair<std::string, const char*> kRows[] = {
@@ -375,7 +375,7 @@ TEST(Client, ReplayRefusesWhatIsNoRecording) {
     EXPECT_TRUE(has(outcome.err, row.second)) << outcome.err;
   }
   Outcome outcome = atdctl(daemon, {"replay", "-", "--mask", "(a"}, good);
-  EXPECT_TRUE(has(outcome.err, "\"(a\" is no extended regular expression: ")) << outcome.err;
+  EXPECT_TRUE(has(outcome.err, "\"(a\" is not an extended regular expression: ")) << outcome.err;
 }
 
 TEST(Client, ComparesRecordsDecodedAndMasked) {
@@ -419,8 +419,8 @@ TEST(Client, MonitorRecords) {
   EXPECT_EQ(twice, events_of(recording));
   std::filesystem::remove(recording);
   EXPECT_EQ(64, atdctl(daemon, {"monitor", "--quiet"}).status);
-  EXPECT_EQ(64, atdctl(daemon, {"monitor", "--record", "/nowhere/x"}).status);
-  EXPECT_EQ(64, atdctl(daemon, {"monitor", "--record", "/dev/full"}).status);
+  EXPECT_EQ(64, atdctl(daemon, {"monitor", "--record", "/tmp/nowhere/x"}).status);
+  EXPECT_EQ(64, atdctl(daemon, {"monitor", "--record", "/proc/self/root/dev/full"}).status);
 }
 
 }  // namespace

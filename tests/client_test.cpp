@@ -108,6 +108,16 @@ TEST(Client, RequestsAndTheirStatuses) {
   }
 }
 
+TEST(Client, AFileMayFillARequest) {
+  FakeDaemon daemon([](const std::string&) { return answer(0, ""); });
+  const std::string full(2048, '\xff');
+  EXPECT_EQ(0, atdctl(daemon, {"request", "5", "--file", "-"}, full).status);
+  EXPECT_EQ(Strings{request_line(5, full)}, daemon.lines());
+  Outcome outcome = atdctl(daemon, {"request", "5", "--file", "-"}, full + "x");
+  EXPECT_EQ(64, outcome.status);
+  EXPECT_EQ("atdctl: standard input has more than 2048 bytes, the most that can be sent\n", outcome.err);
+}
+
 TEST(Client, AnswerThatComesLateIsNotTakenForTheNext) {
   int pair[2];
   ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, pair), 0);

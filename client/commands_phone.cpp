@@ -1,0 +1,120 @@
+#include <errno.h>
+#include <fmt/format.h>
+#include <poll.h>
+#include <string.h>
+
+#include <algorithm>
+
+#include "client/commands.h"
+#include "client/input.h"
+#include "client/stop_signals.h"
+#include "desk/control.h"
+#include "desk/verb.h"
+#include "desk/words.h"
+
+namespace atd::client {
+namespace {
+
+constexpr size_t kMostInput = 64 << 20;
+
+// The help of a verb in 80 columns: the sentence stands after the arguments, or below them where they are long.
+std::string verb_help(const Verb& verb) {
+  std::string text = fmt::format("  {}{}{}  ", verb.name, *verb.arguments == '\0' ? "" : " ", verb.arguments);
+  if (text.size() > kHelpColumn) text = fmt::format("{}\n{:{}}", text.substr(0, text.size() - 2), "", kHelpColumn);
+  return fmt::format("{:{}}{}", text, kHelpColumn, wrapped(verb.summary, kHelpColumn, 80));
+}
+
+// How many of the given words are those that the verb's name begins with.
+size_t words_in_common(const Verb& verb, const std::vector<std::string>& words) {
+  std::string_view rest = verb.name;
+  size_t count = 0;
+  while (count < words.size() && take_word(&rest) == words[count]) ++count;
+  return count;
+}
+
+Failure reach(Connection& connection, const PhoneArguments& arguments) {
+  const std::string& folder = arguments.folder;
+  const int error = connection.open(folder + kControlSocket, in_seconds(arguments.timeout));
+  switch (error) {
+    case 0: return {};
+    case ENOENT:
+    case ENOTDIR:
+    case ECONNREFUSED: return {kNoDaemon, fmt::format("no phone runs in {}{}", folder, how_to_start(folder))};
+    case ETIMEDOUT:
+      return {kTimedOut,
+              fmt::format("no connection within {} to the phone in {}", in_words(arguments.timeout), folder)};
+    default: return {kNoDaemon, fmt::format("the phone in {} cannot be reached: {}", folder, strerror(error))};
+  }
+}
+
+// Prints the replies as they come; the status of the last.
+int print_replies(int fd, const std::string& folder) {
+  StopSignals signals;
+  InputLines lines(fd);
+  for (std::string line;;) {
+    while (!lines.is_ready()) {
+      pollfd fds[] = {{fd, POLLIN, 0}, {signals.fd(), POLLIN, 0}};
+      if (poll(fds, 2, -1) < 0) continue;
+      if (fds[1].revents != 0) return kOk;
+      lines.fill();
+    }
+    const bool came = lines.take(&line);
+    ControlReply reply;
+    if (came && from_line(line, &reply)) {
+      print(reply.out);
+      if (!reply.error.empty()) complain({reply.status, reply.error});
+      if (reply.last) return reply.status;
+    } else if (came && !lines.is_cut()) {
+      return complain({kOther, "the phone's reply makes no sense: " + line.substr(0, 60)});
+    } else {
+      return complain({kNoDaemon, fmt::format("the phone in {} went away before it was done", folder)});
+    }
+  }
+}
+
+}  // namespace
+
+int run_phone(const PhoneArguments& arguments) {
+  ControlRequest request = {arguments.words, arguments.json, ""};
+  std::vector<std::string> rest = arguments.words;
+  Failure failure;
+  const Verb* verb = find_verb(&rest, &failure.text);
+  if (verb == nullptr) return complain({kUsage, failure.text + "; see atdctl phone --help"});
+  if (arguments.folder.empty()) return complain({kUsage, "no phone is named: give --device DIR or set ATD_DEVICE"});
+  const int file = file_argument(*verb);
+  if (file >= 0 && file < static_cast<int>(rest.size())) failure = read_file(rest[file], kMostInput, &request.input);
+  Connection connection;
+  if (!failure) failure = reach(connection, arguments);
+  if (failure) return complain(failure);
+  // A phone that does not take the whole request says why in its reply.
+  connection.send_bytes(to_line(request), Deadline::max());
+  return print_replies(connection.fd(), arguments.folder);
+}
+
+int run_phone_help(const std::vector<std::string>& words) {
+  size_t most = 1;
+  for (const Verb& verb : phone_verbs()) most = std::max(most, words_in_common(verb, words));
+  std::string text;
+  for (const Verb& verb : phone_verbs()) {
+    if (words_in_common(verb, words) == most) text += verb_help(verb);
+  }
+  if (!text.empty()) {
+    print("Usage: atdctl phone VERB [ARGUMENTS] [--json]\n\n" + text);
+    return kOk;
+  }
+  std::vector<std::string> rest = words;
+  std::string error;
+  find_verb(&rest, &error);
+  return complain({kUsage, error + "; see atdctl phone --help"});
+}
+
+std::string phone_help() {
+  std::string text = "Verbs:\n";
+  for (const Verb& verb : phone_verbs()) text += verb_help(verb);
+  return text +
+         "\nFILE is a file of yours, or - for standard input. --json, --help, --device and\n"
+         "--socket may stand anywhere; everything else after a verb belongs to it, and so\n"
+         "does everything after \"--\".";
+}
+
+}  // namespace atd::client

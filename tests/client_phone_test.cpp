@@ -1,0 +1,253 @@
+// atdctl phone against a phone that says what a test wants, and what atdctl tells about its verbs and opcodes.
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <signal.h>
+#include <stdlib.h>
+
+#include <condition_variable>
+#include <fstream>
+#include <sstream>
+
+#include "client/commands.h"
+#include "tests/client_daemon.h"
+
+namespace atd::client {
+namespace {
+
+using namespace std::string_literals;
+
+bool has(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
+
+// Says the same to every request.
+class FakePhone {
+ public:
+  explicit FakePhone(const std::string& replies) : replies_(replies) {}
+
+  const std::string& folder() const { return server_.root(); }
+
+  Strings requests() {
+    std::lock_guard guard(mutex_);
+    return requests_;
+  }
+
+  void await_request() {
+    std::unique_lock lock(mutex_);
+    came_.wait(lock, [this] { return !requests_.empty(); });
+  }
+
+ private:
+  void serve(int fd) {
+    std::string line;
+    char c;
+    while (read(fd, &c, 1) == 1 && c != '\n') line += c;
+    {
+      std::lock_guard guard(mutex_);
+      requests_.push_back(line);
+    }
+    came_.notify_all();
+    // The connection stays until the client has seen enough.
+    if (!FakeServer::say(fd, replies_)) return;
+    while (read(fd, &c, 1) > 0) {
+    }
+  }
+
+  std::string replies_;
+  std::mutex mutex_;
+  std::condition_variable came_;
+  Strings requests_;
+  FakeServer server_{"sim", "control", [this](int fd) { serve(fd); }};  // ends before what it uses
+};
+
+constexpr char kNowhere[] = "/tmp/nowhere";
+constexpr char kDone[] = R"({"status":0})" "\n";
+
+// Runs atdctl with the phone's folder in ATD_DEVICE and nothing else in the environment.
+Outcome atdctl_phone(const std::string& folder, Strings arguments, const std::string& input = "") {
+  setenv("ATD_DEVICE", folder.c_str(), 1);
+  unsetenv("ATD_SOCKET");
+  arguments.insert(arguments.begin(), "phone");
+  Outcome outcome = atdctl("", arguments, input);
+  unsetenv("ATD_DEVICE");
+  return outcome;
+}
+
+TEST(ClientPhone, WhatFollowsAVerbBelongsToIt) {
+  const std::pair<Strings, const char*> kRows[] = {
+      {{"log", "-f", "--level", "error"}, R"({"json":false,"words":["log","-f","--level","error"]})"},
+      {{"--json", "item", "get", "5"}, R"({"json":true,"words":["item","get","5"]})"},
+      {{"item", "--json", "get", "5"}, R"({"json":true,"words":["item","get","5"]})"},
+      {{"--timeout", "9", "clock", "advance", "-5"}, R"({"json":false,"words":["clock","advance","-5"]})"},
+      {{"request", "7", "--", "--json", "--", "--help"},
+       R"({"json":false,"words":["request","7","--json","--","--help"]})"},
+      {{"request", "7", "--timeout", "phone", "", "[a,b]"},
+       R"({"json":false,"words":["request","7","--timeout","phone","","[a,b]"]})"},
+      {{"item", "set", "5", "\xff"}, R"({"json":false,"words":["item","set","5",{"hex":"ff"}]})"},
+      {{"item", "import", "-"}, R"({"input":"from\n- stdin","json":false,"words":["item","import","-"]})"},
+  };
+  for (const auto& [arguments, request] : kRows) {
+    FakePhone phone(kDone);
+    Outcome outcome = atdctl_phone(phone.folder(), arguments, "from\n- stdin");
+    EXPECT_EQ(0, outcome.status) << request << outcome.err;
+    EXPECT_EQ(Strings{request}, phone.requests());
+  }
+}
+
+TEST(ClientPhone, FindsThePhone) {
+  FakePhone phone(kDone);
+  const std::string& folder = phone.folder();
+  const std::string socket = folder + "/dev/socket/atd";
+  EXPECT_EQ(0, atdctl_phone(kNowhere, {"status", "--device", folder + "/"}).status);
+  EXPECT_EQ(0, atdctl_phone(kNowhere, {"--device=" + folder, "status"}).status);
+  EXPECT_EQ(0, atdctl_phone(kNowhere, {"status", "--socket", socket}).status);
+  EXPECT_EQ(0, atdctl_phone(folder, {"status"}).status);
+  EXPECT_EQ(5u, (setenv("ATD_SOCKET", socket.c_str(), 1), atdctl("", {"phone", "status"}), phone.requests().size()));
+  unsetenv("ATD_SOCKET");
+
+  const struct { Strings arguments; const char* device; int status; std::string error; } kRows[] = {
+      {{"status"}, "", 64, "atdctl: no phone is named: give --device DIR or set ATD_DEVICE\n"},
+      {{"status", "--socket", "/tmp/other"}, "/x", 64, "no phone is named"},
+      {{"status", "--device"}, "", 64, "--device"},
+      {{"status"}, kNowhere, 69,
+       "atdctl: no phone runs in /tmp/nowhere; start it with: atd --device /tmp/nowhere --background\n"},
+      {{"status"}, "/dev/null", 69, "no phone runs in /dev/null; start"},
+      {{"item", "import", kNowhere}, kNowhere, 64, "atdctl: /tmp/nowhere: No such file or directory\n"},
+      {{"statsu"}, kNowhere, 64, "there is no verb \"statsu\"; nearest: status, "},
+      {{"item"}, kNowhere, 64, "after \"item\" write one of: list, get, set, "},
+      {{"item", "set", "5"}, kNowhere, 64, "write item set INDEX|NAME VALUE"},
+      {{"--level", "status"}, kNowhere, 64, "there is no option --level; see atdctl phone --help"},
+  };
+  for (const auto& row : kRows) {
+    Outcome outcome = atdctl_phone(row.device, row.arguments);
+    EXPECT_EQ(row.status, outcome.status) << row.error;
+    EXPECT_TRUE(has(outcome.err, row.error)) << outcome.err << row.error;
+  }
+  // A phone that was killed leaves the file of its socket.
+  std::string left;
+  {
+    FakePhone killed(kDone);
+    left = killed.folder() + "-left";
+    std::filesystem::create_directories(left);
+    std::filesystem::rename(killed.folder() + "/sim", left + "/sim");
+  }
+  EXPECT_TRUE(has(atdctl_phone(left, {"status"}).err, "no phone runs in " + left + "; start it"));
+  std::filesystem::remove_all(left);
+}
+
+TEST(ClientPhone, ReportsWhatThePhoneSays) {
+  const struct { std::string replies; int status; std::string out, err; } kRows[] = {
+      {R"({"out":"a"})" "\n" R"({"out":{"hex":"00ff"}})" "\n{}\n" R"({"out":"b","status":7,"error":"no\nway"})" "\n",
+       7, "a\0\xff"s + "b", "atdctl: no\\nway\n"},
+      {kDone + "never read"s, 0, "", ""},
+      {R"({"status":0,"out":"the end"}BYE)", 0, "the end", ""},
+      {R"({"out":"a"})" "\n" R"({"status)" "BYE", 69, "a", "went away before it was done"},
+      {"BYE", 69, "", "went away before it was done"},
+      {"hello\n", 3, "", "the phone's reply makes no sense: hello"},
+      {"[]\n", 3, "", "makes no sense"},
+      {R"({"out":7})" "\n", 3, "", "makes no sense"},
+  };
+  for (const auto& row : kRows) {
+    FakePhone phone(row.replies);
+    Outcome outcome = atdctl_phone(phone.folder(), {"stop"});
+    EXPECT_EQ(row.status, outcome.status) << row.replies;
+    EXPECT_EQ(row.out, outcome.out) << row.replies;
+    EXPECT_TRUE(row.err.empty() ? outcome.err.empty() : has(outcome.err, row.err)) << row.replies << outcome.err;
+  }
+}
+
+TEST(ClientPhone, ASignalEndsAStream) {
+  FakePhone phone(R"({"out":"line\n"})" "\n");
+  Outcome outcome;
+  std::thread running([&] {
+    // The signal is kept until the client waits for it.
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    outcome = atdctl_phone(phone.folder(), {"log", "-f"});
+  });
+  phone.await_request();
+  pthread_kill(running.native_handle(), SIGINT);
+  running.join();
+  EXPECT_EQ(0, outcome.status);
+  EXPECT_EQ("", outcome.err);
+}
+
+TEST(ClientPhone, HelpNeedsNoPhone) {
+  Outcome all = atdctl_phone(kNowhere, {});
+  EXPECT_EQ(0, all.status) << all.err;
+  EXPECT_EQ(all.out, atdctl_phone(kNowhere, {"--help"}).out);
+  EXPECT_TRUE(has(all.out, "Usage: atdctl phone "));
+  EXPECT_TRUE(has(all.out, "\n  item get INDEX|NAME...      Shows the value of an item.\n")) << all.out;
+  EXPECT_TRUE(has(all.out, "\n  log [-f] [--level LEVEL] [--buffer NAME]\n                              ")) << all.out;
+  std::istringstream lines(all.out);
+  for (std::string line; std::getline(lines, line);) {
+    EXPECT_TRUE(line.size() <= 80 || !line.starts_with(std::string(30, ' '))) << line;
+  }
+  const std::string items = atdctl_phone("", {"item", "--help"}).out;
+  EXPECT_TRUE(has(items, "  item list ") && has(items, "  item import ") && !has(items, "  log ")) << items;
+  const std::string set = atdctl_phone("", {"item", "set", "5", "--help"}).out;
+  EXPECT_TRUE(has(set, "  item set INDEX|NAME VALUE  ") && !has(set, "  item get ")) << set;
+  EXPECT_EQ(64, atdctl_phone("", {"itme", "--help"}).status);
+  EXPECT_EQ("atdctl 0.2.0\n", atdctl("", {"--version"}).out);
+}
+
+TEST(Client, OpsShowsItsSentencesWhereThereIsRoom) {
+  const std::string narrow = ops_text(80, false);
+  std::istringstream lines(narrow);
+  for (std::string line; std::getline(lines, line);) {
+    EXPECT_LE(line.size(), 80u) << line;
+    EXPECT_NE(' ', line.back()) << line;
+  }
+  EXPECT_TRUE(has(narrow, "result  built\n"
+                          "          Marks the sniff download data, sets the factory status to 2 and\n"
+                          "          restarts the phone. (destructive, modem)\n")) << narrow;
+  const std::string whole = "  destructive, modem  Marks the sniff download data, sets the factory status to 2 and "
+                            "restarts the phone.\n";
+  EXPECT_TRUE(has(ops_text(0, false), whole));
+  EXPECT_TRUE(has(ops_text(200, false), whole));
+  EXPECT_EQ(ops_text(0, false), atdctl("", {"ops"}).out);
+}
+
+TEST(Client, TheManualHasVerbsAndOpcodes) {
+  const std::string manual = atdctl("", {"manual"}).out;
+  for (const char* part : {"\n.SH PHONE\n", "\n\\fBpower\\-off\\fR\nSwitches the phone off",
+                           "\n\\fBitem set\\fR \\fIINDEX|NAME VALUE\\fR\n",
+                           "\n\\fBget_wine_ime\\fR \\fI(3200)\\fR\nAnswers the wine IME flag, "}) {
+    EXPECT_TRUE(has(manual, part)) << part;
+  }
+}
+
+// Completes the last word as bash does, on TAB or for a menu.
+std::string complete(const std::string& words, bool menu = false) {
+  const std::string script = testing::TempDir() + "atdctl-completion";
+  std::ofstream(script) << atdctl("", {"completion"}).out;
+  const std::string command = "bash -c 'source " + script + "; COMP_WORDS=(atdctl " + words +
+                              "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)) COMP_TYPE=" + (menu ? "37" : "9") +
+                              " COLUMNS=60; _atdctl; printf \"%s\\n\" \"${COMPREPLY[@]}\"' 2>&1";
+  std::string out;
+  FILE* pipe = popen(command.c_str(), "r");
+  for (int c; (c = fgetc(pipe)) != EOF;) out += static_cast<char>(c);
+  pclose(pipe);
+  std::filesystem::remove(script);
+  return out;
+}
+
+TEST(Client, CompletesNamesWithTheirSentences) {
+  if (system("bash -c true") != 0) GTEST_SKIP() << "there is no bash";
+  EXPECT_EQ("phone\n", complete("ph"));
+  EXPECT_EQ("request\n", complete("--timeout 5 req"));
+  EXPECT_EQ("get_manuf_date\n", complete("request get_man"));
+  EXPECT_EQ("status\n", complete("phone stat"));
+  EXPECT_EQ("set\n", complete("phone --json item se"));
+  EXPECT_TRUE(has(complete("phone item \"\""), "\nget     -- Shows the value of an item.\n"));
+  EXPECT_TRUE(has(complete("phone item \"\""), "\nimport  -- Writes the items of a file that \"item export\" h…\n"));
+  EXPECT_EQ("list\nget\nset\nexport\nimport\n", complete("phone item \"\"", true));
+  EXPECT_EQ("set_dload_mode\nset_wine_ime\n", complete("request set_", true).substr(0, 28));
+  EXPECT_EQ("/dev/null\n", complete("phone item import /dev/nul"));
+  EXPECT_EQ("--level\n", complete("phone log -f --l"));
+  EXPECT_EQ("--device\n", complete("phone item --d"));
+  EXPECT_EQ("\n", complete("phone status \"\""));
+}
+
+}  // namespace
+}  // namespace atd::client
