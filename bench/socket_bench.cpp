@@ -7,7 +7,6 @@
 #include <stdlib.h>
 #include <string.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -17,7 +16,8 @@
 #include <vector>
 
 #include "bench/peers.h"
-#include "transport/base64.h"
+#include "desk/records.h"
+#include "desk/socket_address.h"
 #include "platform/records.h"
 
 namespace {
@@ -25,19 +25,7 @@ namespace {
 constexpr int kGetSerialNumber = 4010;
 constexpr int kGetDiagTtyBlock = 4081;  // answers without touching the phone: the road alone
 
-std::string request_line(int opcode) {
-  rzcmd_request req = {opcode, MAX_RZCMD_REQ_SIZE, ""};
-  std::string line(atd::base64_text_size(sizeof req), '\0');
-  atd::base64_encode(&req, sizeof req, line.data());
-  return "atsrequest " + line;  // the text carries its NUL
-}
-
-int connect_to(const std::string& path) {
-  struct sockaddr_un address = {.sun_family = AF_UNIX, .sun_path = {}};
-  strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
-  int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  return connect(fd, reinterpret_cast<struct sockaddr*>(&address), sizeof address) == 0 ? fd : -1;
-}
+std::string whole_request(int opcode) { return atd::request_line(opcode, std::string(MAX_RZCMD_REQ_SIZE, '\0')) + '\0'; }
 
 // Waits as a client with a time-out does, and as atdctl itself does.
 void receive(int fd, size_t length) {
@@ -64,8 +52,8 @@ size_t answer_length(int fd, const std::string& line) {
 }
 
 void round_trip(benchmark::State& state) {
-  const std::string line = request_line(static_cast<int>(state.range(0)));
-  int fd = connect_to(bench::daemon_socket());
+  const std::string line = whole_request(static_cast<int>(state.range(0)));
+  int fd = atd::connect_to(bench::daemon_socket());
   size_t answer = answer_length(fd, line);
   for (auto _ : state) {
     if (send(fd, line.data(), line.size(), 0) < 0) abort();
@@ -75,8 +63,8 @@ void round_trip(benchmark::State& state) {
 }
 
 void echo(benchmark::State& state) {
-  const std::string line = request_line(kGetDiagTtyBlock);
-  int probe = connect_to(bench::daemon_socket());
+  const std::string line = whole_request(kGetDiagTtyBlock);
+  int probe = atd::connect_to(bench::daemon_socket());
   size_t answer = answer_length(probe, line);
   close(probe);
   int pair[2];
@@ -104,9 +92,9 @@ void echo(benchmark::State& state) {
 }
 
 void many_clients(benchmark::State& state) {
-  const std::string line = request_line(kGetDiagTtyBlock);
+  const std::string line = whole_request(kGetDiagTtyBlock);
   std::vector<int> clients;
-  for (int i = 0; i < state.range(0); ++i) clients.push_back(connect_to(bench::daemon_socket()));
+  for (int i = 0; i < state.range(0); ++i) clients.push_back(atd::connect_to(bench::daemon_socket()));
   // An answer goes to everyone; each connection has been accepted once it was answered.
   size_t answer = 0;
   for (int fd : clients) {
@@ -147,9 +135,9 @@ long descriptors() {
 }
 
 void growth(benchmark::State& state) {
-  const std::string line = request_line(kGetDiagTtyBlock);
+  const std::string line = whole_request(kGetDiagTtyBlock);
   for (auto _ : state) {
-    int fd = connect_to(bench::daemon_socket());
+    int fd = atd::connect_to(bench::daemon_socket());
     size_t answer = answer_length(fd, line);
     auto ask = [&](int times) {
       for (int i = 0; i < times; ++i) {

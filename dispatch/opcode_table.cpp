@@ -209,19 +209,15 @@ constexpr bool in_order() {
 }
 static_assert(in_order(), "opcodes stand in ascending order, each once");
 
-constexpr bool fits(const Opcode& row) {
-  const bool answer = row.handler.answer, text = row.handler.text, record = row.handler.record;
-  if (row.state != State::built) return !answer && !text && !record;
-  switch (row.payload) {
-    case Payload::none: return answer;
-    case Payload::bytes: return record;
-    default: return text;
-  }
+constexpr Handler::Shape wanted_shape(const Opcode& row) {
+  if (row.state != State::built) return Handler::Shape::none;
+  if (row.payload == Payload::none) return Handler::Shape::answer;
+  return row.payload == Payload::bytes ? Handler::Shape::record : Handler::Shape::text;
 }
 
 constexpr bool handlers_fit() {
   for (const Opcode& row : kOpcodes) {
-    if (!fits(row)) return false;
+    if (row.handler.shape != wanted_shape(row)) return false;
   }
   return true;
 }

@@ -40,17 +40,26 @@ enum class State {
   not_built,    // not in this build yet: answered with result 2
 };
 
-// A handler has one of three shapes, as its row's payload wants it: none the first, a text or a number the second,
-// bytes the third. One of the pointers is set in a row that is built, and none in any other.
+// What runs a request: a function of the shape that the row's payload wants, or none where the row is not built.
 struct Handler {
-  constexpr Handler(decltype(nullptr)) {}
-  constexpr Handler(void (*function)(rzcmd_response* rsp)) : answer(function) {}
-  constexpr Handler(void (*function)(const char* text, rzcmd_response* rsp)) : text(function) {}
-  constexpr Handler(void (*function)(rzcmd_request* req, rzcmd_response* rsp)) : record(function) {}
+  enum class Shape {
+    none,
+    answer,  // payload none
+    text,    // payload text, optional or number
+    record,  // payload bytes
+  };
 
-  void (*answer)(rzcmd_response* rsp) = nullptr;
-  void (*text)(const char* text, rzcmd_response* rsp) = nullptr;
-  void (*record)(rzcmd_request* req, rzcmd_response* rsp) = nullptr;
+  constexpr Handler(decltype(nullptr)) : shape(Shape::none), answer(nullptr) {}
+  constexpr Handler(void (*function)(rzcmd_response* rsp)) : shape(Shape::answer), answer(function) {}
+  constexpr Handler(void (*function)(const char* text, rzcmd_response* rsp)) : shape(Shape::text), text(function) {}
+  constexpr Handler(void (*function)(rzcmd_request* req, rzcmd_response* rsp)) : shape(Shape::record), record(function) {}
+
+  Shape shape;
+  union {
+    void (*answer)(rzcmd_response* rsp);
+    void (*text)(const char* text, rzcmd_response* rsp);
+    void (*record)(rzcmd_request* req, rzcmd_response* rsp);
+  };
 };
 
 struct Opcode {

@@ -9,14 +9,20 @@ namespace atd {
 
 namespace {
 
-void run(const Opcode& row, rzcmd_request* req, rzcmd_response* rsp) {
-  if (row.handler.answer) return row.handler.answer(rsp);
-  if (row.handler.record) return row.handler.record(req, rsp);
-  if (!row.handler.text) return respond(rsp, kNotSupported);
+void run_text(const Opcode& row, const rzcmd_request* req, rzcmd_response* rsp) {
   const char* text = request_text(req);
   // Without a terminator this is a write that nobody may take for a read.
   if (row.payload == Payload::optional && *text == '\0' && req->data[0] != '\0') return respond(rsp, RZCMD_FAIL);
   row.handler.text(text, rsp);
+}
+
+void run(const Opcode& row, rzcmd_request* req, rzcmd_response* rsp) {
+  switch (row.handler.shape) {
+    case Handler::Shape::none: return respond(rsp, kNotSupported);
+    case Handler::Shape::answer: return row.handler.answer(rsp);
+    case Handler::Shape::text: return run_text(row, req, rsp);
+    case Handler::Shape::record: return row.handler.record(req, rsp);
+  }
 }
 
 }  // namespace

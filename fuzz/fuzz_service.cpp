@@ -3,16 +3,15 @@
 #include <stdint.h>
 
 #include "atd.h"
+#include "desk/records.h"
 #include "fuzz/fuzz_phone.h"
 #include "transport/at_socket.h"
-#include "transport/base64.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static atd::FuzzPhone phone;
   static bool ready = (init_modem_interface(0), true);
   (void)ready;
   size = std::min<size_t>(size, 4096);
-  std::string text(atd::base64_text_size(size), '\0');
-  atd::base64_encode(data, static_cast<int>(size), text.data());
+  const std::string text = atd::to_base64({reinterpret_cast<const char*>(data), size});
   return atd::AtSocket::Instance()->RequestFromAndroid(text.c_str());
 }

@@ -6,8 +6,8 @@
 #include <fstream>
 #include <string>
 
+#include "desk/records.h"
 #include "dispatch/opcode_table.h"
-#include "transport/base64.h"
 #include "platform/records.h"
 
 namespace {
@@ -18,12 +18,6 @@ std::string record(int opcode, const std::string& payload) {
   req.data_len = static_cast<int>(payload.size());
   payload.copy(req.data, sizeof req.data);
   return std::string(reinterpret_cast<const char*>(&req), atd::kRequestHeaderSize + payload.size());
-}
-
-std::string line(const std::string& bytes) {
-  std::string text(atd::base64_text_size(bytes.size()), '\0');
-  atd::base64_encode(bytes.data(), static_cast<int>(bytes.size()), text.data());
-  return "atsrequest " + text;  // the text carries its NUL
 }
 
 }  // namespace
@@ -40,13 +34,15 @@ int main(int argc, char** argv) {
     for (const char* payload : {"", "1", "on", "0a1B2c3D4e5F"}) {
       std::string name = std::string(row.name) + "-" + payload;
       std::ofstream(folder / "fuzz_service" / name) << record(row.number, payload);
-      std::ofstream(folder / "fuzz_listener" / name) << line(record(row.number, payload));
+      std::ofstream(folder / "fuzz_listener" / name) << atd::request_line(row.number, payload) + '\0';
     }
   }
   int n = 0;
-  for (const char* text : {"atcommand initialize", "atcommand adc AT+CIMI", "atresponse QUJD", "atcommand \"open",
-                           "atcommand \\n", "a\"b c\"", "\\\\\\\"", ""}) {
-    std::ofstream(folder / "fuzz_listener" / ("line-" + std::to_string(n++))) << std::string(text, strlen(text) + 1);
+  for (const std::string& text :
+       {atd::initialize_line(), atd::send_line("AT+CIMI"), atd::response_line({0, 0, "ABC"}),
+        std::string("atcommand \"open"), std::string("atcommand \\n"), std::string("a\"b c\""),
+        std::string("\\\\\\\""), std::string()}) {
+    std::ofstream(folder / "fuzz_listener" / ("line-" + std::to_string(n++))) << text + '\0';
   }
   return 0;
 }
