@@ -2,7 +2,8 @@
 //
 // A host opens the factory items (init_factory_item) and the modem interface (init_modem_interface), then serves the
 // socket (init_socket). From then on requests of the platform run on the socket's own thread, one at a time. The host
-// may call everything else here on threads of its own; a header says where a function must not run beside another.
+// calls the other functions on threads of its own. Requests to the modem and the platform take turns by themselves. What
+// keeps something between calls (keys, touch, the modem's bulk data and numbered items) is for one thread at a time.
 // stop_socket ends what waits and tells the clients.
 //
 // Texts are terminated. A buffer is the caller's and holds at least the bytes that its contract names.
@@ -16,7 +17,7 @@
 #include "input/keys.h"                 // pressing keys
 #include "input/touch.h"                // touching the screen
 #include "factory/items.h"              // factory items by name
-#include "factory/address.h"            // the Bluetooth address
+#include "factory/bluetooth_address.h"  // the Bluetooth address
 #include "factory/modem_items.h"        // the modem's identity and calibration records
 #include "factory/modem_channel.h"      // the modem's bulk data and numbered items
 #include "factory/camping.h"            // camping on a band

@@ -21,7 +21,7 @@ struct Goal {
   const char* what;
   const char* own;
   const char* yardstick;
-  double at_least;  // 0: none, the ratio alone is of interest
+  double at_least;  // 0: there is no goal, only the ratio is shown
 };
 
 constexpr Goal kGoals[] = {
@@ -37,7 +37,7 @@ class Reporter : public benchmark::ConsoleReporter {
  public:
   void ReportRuns(const std::vector<Run>& runs) override {
     ConsoleReporter::ReportRuns(runs);
-    // With repetitions the best one counts: what disturbs a run only ever slows it down.
+    // The best of all repetitions counts: what disturbs a run only slows it down.
     for (const Run& run : runs) {
       if (run.run_type != Run::RT_Iteration) continue;
       double time = run.GetAdjustedRealTime();

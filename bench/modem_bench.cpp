@@ -1,4 +1,4 @@
-// Requests to the modem, and its file system, beside the bare exchange with the simulated modem: what is left is the
+// Requests to the modem and its file system, beside the bare exchange with the simulated modem: the difference is the
 // library's own share.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>

@@ -23,11 +23,11 @@
 namespace {
 
 constexpr int kGetSerialNumber = 4010;
-constexpr int kGetDiagTtyBlock = 4081;  // answers without touching the phone: the road alone
+constexpr int kGetDiagTtyBlock = 4081;  // answers without touching the phone: the transport alone
 
 std::string whole_request(int opcode) { return atd::request_line(opcode, std::string(MAX_RZCMD_REQ_SIZE, '\0')) + '\0'; }
 
-// Waits as a client with a time-out does, and as atdctl itself does.
+// Waits as a client with a time-out does, such as atdctl.
 void receive(int fd, size_t length) {
   char block[4096];
   while (length > 0) {
@@ -95,7 +95,7 @@ void many_clients(benchmark::State& state) {
   const std::string line = whole_request(kGetDiagTtyBlock);
   std::vector<int> clients;
   for (int i = 0; i < state.range(0); ++i) clients.push_back(atd::connect_to(bench::daemon_socket()));
-  // An answer goes to everyone; each connection has been accepted once it was answered.
+  // An answer goes to every client, so each connection must have been accepted: its own answer shows that.
   size_t answer = 0;
   for (int fd : clients) {
     std::string word("x", 2);
@@ -145,7 +145,7 @@ void growth(benchmark::State& state) {
         receive(fd, answer);
       }
     };
-    ask(20000);  // until the log buffers have gone round once
+    ask(20000);  // until the log buffers have been filled once
     long kib = resident_kib(), fds = descriptors();
     ask(100000);
     state.counters["anonymous_KiB"] = static_cast<double>(resident_kib());

@@ -11,14 +11,14 @@ namespace atd {
 // answer's data is its result, and what was read follows it.
 enum FileOperation : uint8_t { kFileUnlink = 3, kFileOpen = 4, kFileClose = 5, kFileRead = 6, kFileWrite = 7 };
 
-// Bytes of data of a request, by operation.
+// How many bytes of data a request has, by operation.
 inline constexpr int kFilePathRequest = 140;  // unlink, open
 inline constexpr int kFileCloseRequest = 8;
 inline constexpr int kFileReadRequest = 12;
 inline constexpr int kFileWriteRequest = 2044;
 
-// Where what stands in it.
-inline constexpr int kFilePathAt = 1;         // unlink, open: at most 128 bytes, without a terminator when it has all
+// The offset of each field in that data.
+inline constexpr int kFilePathAt = 1;         // unlink, open: at most 128 bytes; all 128 have no terminator
 inline constexpr int kFilePathSize = 128;
 inline constexpr int kFileFlagsAt = 132;      // 32 bits
 inline constexpr int kFileModeAt = 136;       // 32 bits

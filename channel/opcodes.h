@@ -14,28 +14,28 @@ constexpr bool is_platform_opcode(int opcode) {
   return opcode >= kFirstPlatformOpcode && opcode <= kLastPlatformOpcode;
 }
 
-// Requests to the modem. Of most answers the first character tells the outcome, '1' for success.
+// Requests to the modem. In most answers the first character tells the outcome: '1' is success.
 enum ModemOpcode {
   kTestScriptSet = 3,          // switch the test script on
   kTestScriptMode = 4,         // read the test script's mode
   kCalibrationBackup = 5,      // keep a copy of the calibration data
   kCalibrationRestore = 6,     // take the calibration data back from the copy
   kCalibrationReset = 7,       // reset the calibration data
-  kUserDataClear = 8,          // clear the user's data before a factory reset
-  kSatpcOff = 13,              // SIM toolkit request, mode 0
+  kModemDataClear = 8,          // clear the modem's data before a factory reset
+  kSatpcMode0 = 13,              // SIM toolkit request, mode 0
   kCamp = 20,                  // camp on a band, or by arguments
   kWcdmaMaxPowerOn = 25,       // WCDMA at its maximum power
-  kWcdmaMaxPowerOff = 26,      // WCDMA at its own power again
+  kWcdmaMaxPowerOff = 26,      // WCDMA at normal power again
   kCalibrationRead = 27,       // read the calibration data
   kCalibrationCheck = 28,      // check the calibration data
   kVcoTuningWrite = 29,        // run the VCO's self-tuning
   kVcoTuningRead = 30,         // read the outcome of the VCO's self-tuning
-  kSatpcOn = 32,               // SIM toolkit request, mode 1
+  kSatpcMode1 = 32,               // SIM toolkit request, mode 1
   kResetFirstProduction = 40,  // production reset: first production
-  kCheckFirstProduction = 41,  // check of it
+  kCheckFirstProduction = 41,  // check of the first production
   kCheckStartDay = 42,         // check of the start day
   kResetRefurbish = 43,        // production reset: refurbishing
-  kCheckRefurbish = 44,        // check of it
+  kCheckRefurbish = 44,        // check of the refurbishing
   kInitStartDay = 45,          // initialise the start day
   kSetStartDay = 46,           // set the start day
   kDetach = 60,                // detach from the network
@@ -52,7 +52,7 @@ enum ModemOpcode {
   kBcpeWrite = 111,
   kPid2Write = 114,  // the second product ID
   kPid2Read = 115,
-  kImeiWrite = 116,  // IMEI, of a phone with several SIMs the first
+  kImeiWrite = 116,  // IMEI; the first one of a phone with several SIMs
   kImeiRead = 117,
   kImei2Write = 118,
   kImei2Read = 119,
@@ -83,9 +83,9 @@ enum ModemOpcode {
 
 // Requests to the platform.
 enum PlatformOpcode {
-  // These two report through their data, whatever their result says.
-  kPlatformReport1 = 1011,
-  kPlatformReport2 = 1012,
+  // The answers to these two count as success, whatever the result in them says.
+  kPlatform1011 = 1011,
+  kPlatform1012 = 1012,
   kKeyClick = 1202,    // press and release a key; one byte, the platform's key number
   kKeyPress = 1203,    // press it
   kKeyRelease = 1204,  // release it

@@ -15,7 +15,7 @@ using namespace atd;
 
 namespace {
 
-// The last answer of dmi_init; 0 means the interface is ready. Under the lock once the daemon serves.
+// The last result of dmi_init; 0 means that the interface is ready. Under the lock once the daemon serves.
 int g_modem_interface_status = -1;
 pthread_mutex_t g_modem_request_lock = PTHREAD_MUTEX_INITIALIZER;
 
@@ -29,7 +29,7 @@ int ask_platform(rzcmd_request* req, rzcmd_response* rsp) {
   int outcome = g_AtSocket ? g_AtSocket->ProcessAndroidRequest(req, rsp) : -1;
   SLOGI("[COMMON_INTERFACE] Receive result value from request_to_android");
   if (outcome != 0) return RZCMD_FAIL;
-  if (req->opcode == kPlatformReport1 || req->opcode == kPlatformReport2) return RZCMD_OK;
+  if (req->opcode == kPlatform1011 || req->opcode == kPlatform1012) return RZCMD_OK;
   return rsp->result;
 }
 

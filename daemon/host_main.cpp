@@ -42,8 +42,8 @@ struct Options {
   bool rebooted = false;
 };
 
-// Goes on in a child of its own session once that says it is ready; the parent ends with status 0, or with the
-// child's status when it failed before.
+// Goes on in a child that has a session of its own. The parent ends with status 0 once the child says that it is ready,
+// or with the child's status when it failed before.
 int detach() {
   int ready[2];
   if (pipe2(ready, O_CLOEXEC) != 0) return -1;
@@ -109,7 +109,7 @@ int serve(const Options& options, const char* log_level) {
     }
   }
   device->power.allow([](const std::string& what) {
-    // The first one counts; a phone that goes down does not go down again.
+    // Only the first one counts: a phone that goes down does not go down again.
     static std::atomic_flag going_down;
     if (going_down.test_and_set()) return;
     g_ended_by = what;
@@ -121,7 +121,7 @@ int serve(const Options& options, const char* log_level) {
                   .ckpd_send_event = ckpd_send_event,
                   .send_key_native = send_key_native,
                   .ctsa_send_event = ctsa_send_event};
-  auto control = atd::sim::Control::serve(*device, &error);
+  auto control = atd::sim::Control::bind(*device, &error);
   if (!control) {
     fprintf(stderr, "atd: %s\n", error.c_str());
     return 1;
@@ -129,6 +129,8 @@ int serve(const Options& options, const char* log_level) {
   // Whatever level is asked for, the reason why the daemon cannot start is shown.
   device->logs.echo(std::min(options.log_level, static_cast<int>(ANDROID_LOG_ERROR)));
   atd::boot();
+  // The verbs use what has booted; a caller that came before waits.
+  control->start();
   device->logs.echo(options.log_level);
   if (options.log_level <= ANDROID_LOG_INFO) {
     fprintf(stderr, "atd: phone %s is up; talk to it with: atdctl --device %s\n", device->root().c_str(),
@@ -143,7 +145,7 @@ int serve(const Options& options, const char* log_level) {
 
   int signal = 0;
   sigwait(&signals, &signal);
-  // Nothing that sleeps, a slow modem above all, holds the end up.
+  // Nothing that sleeps, such as a slow modem, delays the end.
   device->power.shut();
   device->clock.release();
   control->hang_up();
@@ -170,7 +172,7 @@ int main(int argc, char** argv) {
                                            "warn, error or silent")
       ->type_name("LEVEL")
       ->check(CLI::IsMember(kLogLevels));
-  app.add_option("--record", options.record, "append what goes over the socket to this file, a JSON object a line")
+  app.add_option("--record", options.record, "append what goes over the socket to this file, one JSON object per line")
       ->type_name("FILE");
   app.add_flag("--background", options.background, "detach once the socket is ready");
   app.set_version_flag("--version", "atd " ATD_VERSION, "print the version and end");

@@ -5,12 +5,12 @@
 #include "daemon/boot.h"
 
 int main() {
-  // Blocked before the first thread starts, so that every thread leaves it to sigwait.
+  // SIGTERM is blocked before the first thread starts, so that every thread leaves it to sigwait.
   sigset_t stop;
   sigemptyset(&stop);
   sigaddset(&stop, SIGTERM);
   sigprocmask(SIG_BLOCK, &stop, nullptr);
-  // A client that is gone is an error of the write, not the end of the daemon.
+  // A write to a client that is gone fails; it does not end the daemon.
   signal(SIGPIPE, SIG_IGN);
 
   atd::boot();

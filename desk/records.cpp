@@ -47,10 +47,10 @@ std::string to_base64(std::string_view bytes) {
   return text;
 }
 
-std::string initialize_line() { return std::string(kCommandWord) + " " + kInitialize; }
+std::string initialize_line() { return std::string(kCommandWord) + " " + kInitializeArgument; }
 
 std::string send_line(const std::string& command) {
-  return std::string(kCommandWord) + " " + kSend + " " + quote(command);
+  return std::string(kCommandWord) + " " + kAdcArgument + " " + quote(command);
 }
 
 std::string request_line(int32_t opcode, const std::string& payload) {

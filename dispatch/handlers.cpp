@@ -39,7 +39,7 @@ void handle_sniff_w_mid(rzcmd_response* rsp) {
   SLOGI("[SNIFF] handle_sniff_w_mid : frst(2)");
   constexpr char kMark[8] = "3";
   char data[item<88>.length] = {};
-  // An item that cannot be read is not overwritten with a empty one.
+  // An item that cannot be read is not overwritten with an empty one.
   if (read_item(item<88>, data) >= 0) {
     memcpy(data + 68, kMark, sizeof kMark);
     write_item(item<88>, data);

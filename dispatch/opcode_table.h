@@ -28,12 +28,11 @@ enum class Answer {
 
 // What a request does beyond answering, for those who send it.
 enum Effect : unsigned {
-  kHarmless = 0,
   kDestructive = 1,  // restarts the phone, or changes or erases what cannot be read back
   kModem = 2,        // needs the modem
 };
 
-// How far a row is.
+// Whether a row is built.
 enum class State {
   built,
   unsupported,  // not on this device: always answered with result 2

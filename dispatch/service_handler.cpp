@@ -11,7 +11,7 @@ namespace {
 
 void run_text(const Opcode& row, const rzcmd_request* req, rzcmd_response* rsp) {
   const char* text = request_text(req);
-  // Without a terminator this is a write that nobody may take for a read.
+  // A payload without a terminator is a write, although its text is empty; it must not run as a read.
   if (row.payload == Payload::optional && *text == '\0' && req->data[0] != '\0') return respond(rsp, RZCMD_FAIL);
   row.handler.text(text, rsp);
 }

@@ -3,6 +3,7 @@
 #include <stdint.h>
 #include <string.h>
 
+#include "factory/bluetooth_address.h"
 #include "factory/item_handlers.h"
 #include "factory/item_registry.h"
 #include "platform/log.h"
@@ -17,7 +18,7 @@ namespace {
 
 constexpr int kAddressSize = 6;
 
-// Fills six bytes from the text's first 12 digits; null, or the first character that is none.
+// Fills six bytes from the text's first 12 digits. Returns null, or the first character that is not a digit.
 const char* parse_address(const char* text, uint8_t* bytes) {
   for (int i = 0; i < 2 * kAddressSize; ++i) {
     int value = hex_digit(text[i]);

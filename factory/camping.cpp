@@ -12,7 +12,7 @@ using namespace atd;
 
 namespace {
 
-// Which number the modem knows a band by. That 7 goes to "4" and 8 to "6", and 25 to "30", is the modem's numbering.
+// The number by which the modem knows a band. It is the modem's numbering that 7 goes to "4", 8 to "6", and 25 to "30".
 struct Bands {
   int first;
   int last;
@@ -49,7 +49,7 @@ int campreq(int band) {
     result = 2;
   }
   if (!*response) {
-    // Without an answer the band is taken for a wrong one, whatever the request came to.
+    // Without an answer the band counts as wrong, whatever error the request had.
     SLOGE("[campreq] MDM returns 0 becuase of the wrong band.");
     return 2;
   }

@@ -3,12 +3,12 @@
 
 #pragma GCC visibility push(default)
 
-// Asks the modem to camp on a band (4 to 94, others are left alone with 0); 0 when it camps, 2 when it does not or does
-// not answer.
+// Asks the modem to camp on a band from 4 to 94; 0 when it camps, 2 when it does not or does not answer. A band for
+// which the modem has no number returns 0 without a request.
 int campreq(int band);
 
-// Asks the modem to camp by arguments, joined by commas, with its answer in response (2048 bytes); 0, or the error of
-// request_to_system.
+// Asks the modem to camp by arguments, joined by commas, and puts its answer as text into response (2048 bytes), which
+// may be null; 0, or the error of request_to_system, with 2 for any above 2.
 int campreq(char** arguments, int count, char* response);
 
 #pragma GCC visibility pop

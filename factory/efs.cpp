@@ -27,8 +27,8 @@ struct Exchange {
 
   void put(int offset, int32_t value) { memcpy(req.data + offset, &value, sizeof value); }
 
-  // The result word. A failed exchange reads as 0, as an answer without data does; an answer that claims a length
-  // which it cannot have, or that has no room for its result, as -1.
+  // Gives the result word: 0 for a failed exchange or an answer without data, -1 for an answer with an impossible
+  // length or without room for its result.
   int32_t send() {
     if (request_to_modem_via_dmi(&req, &rsp) != 0) rsp = {};
     if (rsp.data_len < 0 || rsp.data_len > MAX_RZCMD_REQ_SIZE || (rsp.data_len > 0 && rsp.data_len < kFileResultSize)) {

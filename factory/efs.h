@@ -7,11 +7,11 @@
 int efs_init(int client);
 int efs_release(int client);
 
-// Opens a file by a path of at most 128 characters, longer ones are cut, with the modem's flags and mode; the modem's
-// descriptor, negative on failure. 0 may also mean that the modem did not answer.
+// Opens a file with the modem's flags and mode; the modem's descriptor, negative on failure. A path is cut at 128
+// characters. 0 may also mean that the modem did not answer.
 int efs_open(const char* path, int flags, int mode);
 
-// Close a descriptor, remove a file; the modem's result, negative on failure.
+// Close a descriptor, and remove a file; the modem's result, negative on failure.
 int efs_close(int fd);
 int efs_unlink(const char* path);
 

@@ -3,6 +3,7 @@
 #include "channel/opcodes.h"
 #include "channel/request_channel.h"
 #include "factory/address.h"
+#include "factory/bluetooth_address.h"
 #include "factory/item_handlers.h"
 #include "factory/modem_items.h"
 #include "platform/log.h"
@@ -13,7 +14,7 @@ using namespace atd;
 
 namespace {
 
-// Puts zeros over the serial number, as many as it had characters.
+// Replaces every character of the serial number with a '0'; an empty number becomes one '0'.
 void blank_serial_number() {
   char serial[13];
   if (tav_factory_serial_number_read(serial) != 0 || !*serial) serial[0] = '0', serial[1] = '\0';

@@ -15,17 +15,17 @@ int tav_factory_csn_read(char* out);                // 17 bytes
 // Writes the factory serial number, at most 12 characters; 0, or -1 when the store fails.
 int tav_factory_serial_number_write(const char* text);
 
-// "2" asks for the charger-skip flag, 1 or 0 in the result itself; any other number sets it, with result 0 even when it
-// cannot be stored. A text that is no number is refused with result 1.
+// "2" asks for the charger-skip flag, and the result itself is the flag, 1 or 0. Any other number sets it, with result
+// 0 even when it cannot be stored. A text that is not a number is refused with result 1.
 void handle_charger_skip(const char* data, rzcmd_response* rsp);
 
-// The download mode: "on" or another text that begins with "o" is stored (8 bytes of data), anything else is refused
-// with result 1; reading answers that text, or "off".
+// The download mode: "on" or another text that begins with "o" is stored (8 bytes of data); anything else is refused
+// with result 1. Reading answers the stored text, or "off".
 void handle_set_dload_mode(rzcmd_request* req, rzcmd_response* rsp);
 void handle_get_dload_mode(rzcmd_response* rsp);
 
-// Writes the WLAN MAC address given by the text's first 12 digits, or with the empty text answers it as text; result 1
-// on any failure.
+// Writes the WLAN MAC address that the text's first 12 digits give. The empty text answers the address as text. Result
+// 1 on any failure.
 void handle_automid_mac(const char* text, rzcmd_response* rsp);
 
 // Answer an item as text, result 1 when it cannot be read; an empty serial number reads "0".

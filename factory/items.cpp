@@ -235,7 +235,7 @@ int set_lcd_break_mode(int value) {
 }
 
 int get_midauto_crc_list(char* buffer) {
-  // Unlike its neighbours this one takes a positive result for a failure, too.
+  // Unlike its neighbours, this one also takes a positive result for a failure.
   return read_item(item<253>, buffer) != 0 ? -1 : 0;
 }
 

@@ -97,7 +97,7 @@ int set_os_upgrade_flag_ftm_item(const char* buffer);  // 10
 // Stores whether self-diagnosis runs before the test, as a digit character; 0, or -1.
 int set_pre_selfde_enable(int value);
 
-// The CRC wizard's state, one digit character without a terminator; a value of more digits keeps its first. 0, or -1.
+// The CRC wizard's state, one digit character without a terminator; a longer value keeps its first digit. 0, or -1.
 int get_crcwizard(char* buffer);
 int set_crcwizard(int value);
 
@@ -107,7 +107,7 @@ int set_frst_trace(int value);
 // The first character of the device-test result as a digit's value, or -1.
 int get_devicetestp_result();
 
-// Any item of 2048 bytes, and any item of one byte; 0 or the byte, or -1.
+// Read any item of 2048 bytes, and any item of one byte. The first returns 0, the second the byte; both -1 on failure.
 int get_string_ftm_by_index(unsigned index, char* buffer);
 int get_int_ftm_by_index(unsigned index);
 

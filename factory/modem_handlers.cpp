@@ -18,7 +18,7 @@ struct ModemAnswer {
   int length = 0;
 };
 
-// Answers what a modem request gave.
+// Answers a modem request's error, or its answer.
 void respond_answer(rzcmd_response* rsp, int error, const ModemAnswer& answer) {
   if (error != 0) respond(rsp, error);
   else respond_bytes(rsp, answer.data, answer.length);
@@ -32,11 +32,17 @@ void answer_imei(rzcmd_response* rsp, int opcode) {
   if (imei.length >= 256) rsp->data_len = 0;
 }
 
+void answer_satpc(rzcmd_response* rsp, int mode) {
+  ModemAnswer answer;
+  int error = tav_satpc_req(mode, nullptr, 0, answer.data, &answer.length);
+  respond_answer(rsp, error, answer);
+}
+
 }  // namespace
 
 void handle_automid_imei(const char* text, rzcmd_response* rsp) {
   if (!*text) return answer_imei(rsp, kImeiRead);
-  char imei[MAX_RZCMD_REQ_SIZE];
+  char imei[MAX_RZCMD_REQ_SIZE] = {};
   int length = static_cast<int>(TextWriter(imei).text(text).length());
   if (length == 14 && strspn(imei, "0123456789") == 14) make_imei_chksum(imei, length++);
   ModemAnswer answer;
@@ -83,13 +89,7 @@ void handle_get_fusg(rzcmd_response* rsp) {
   respond_answer(rsp, error, answer);
 }
 
-void handle_sim_satpc(int opcode, rzcmd_response* rsp) {
-  ModemAnswer answer;
-  int error = tav_satpc_req(opcode == 4034 ? 1 : 0, nullptr, 0, answer.data, &answer.length);
-  respond_answer(rsp, error, answer);
-}
-
-void handle_sim_satpc_0(rzcmd_response* rsp) { handle_sim_satpc(4033, rsp); }
-void handle_sim_satpc_1(rzcmd_response* rsp) { handle_sim_satpc(4034, rsp); }
+void handle_sim_satpc_0(rzcmd_response* rsp) { answer_satpc(rsp, 0); }
+void handle_sim_satpc_1(rzcmd_response* rsp) { answer_satpc(rsp, 1); }
 
 }  // namespace atd

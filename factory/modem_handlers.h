@@ -5,14 +5,14 @@
 
 namespace atd {
 
-// Writes the IMEI, of 14 digits with its check digit added, and answers result 1 when the modem refuses it; with the
-// empty text answers the IMEI.
+// Writes the IMEI, with the check digit added to one of 14 digits; result 1 when the modem refuses it. The empty text
+// answers the IMEI.
 void handle_automid_imei(const char* text, rzcmd_response* rsp);
 
 // Writes the payload as the IMEI and answers the modem's text.
 void handle_write_imei(rzcmd_request* req, rzcmd_response* rsp);
 
-// Answers the IMEI; of 256 bytes or more only 255 in data, with data_len 0 and result 0.
+// Answers the IMEI. Of 256 bytes or more, only the first 255 are in data, with data_len 0 and result 0.
 void handle_read_imei(rzcmd_response* rsp);
 
 // Answer the second and third IMEI of a phone with several SIMs.
@@ -27,8 +27,7 @@ void handle_read_pesn(rzcmd_response* rsp);
 void handle_get_impl(rzcmd_response* rsp);
 void handle_get_fusg(rzcmd_response* rsp);
 
-// Sends the SIM toolkit request that the opcode stands for, 4033 mode 0 and 4034 mode 1, and answers the modem's text.
-void handle_sim_satpc(int opcode, rzcmd_response* rsp);
+// Send the SIM toolkit request of mode 0 or 1 and answer the modem's text.
 void handle_sim_satpc_0(rzcmd_response* rsp);
 void handle_sim_satpc_1(rzcmd_response* rsp);
 

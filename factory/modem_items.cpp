@@ -100,7 +100,7 @@ int read_tav_pesn(char* rsp, int* rsp_len) { return answer_only_request(kPesnRea
 
 int tav_satpc_req(int mode, const char* data, int len, char* rsp, int* rsp_len) {
   if (mode != 0 && mode != 1) return RZCMD_FAIL;
-  return request(mode == 1 ? kSatpcOn : kSatpcOff, data, len, rsp, rsp_len);
+  return request(mode == 1 ? kSatpcMode1 : kSatpcMode0, data, len, rsp, rsp_len);
 }
 
 int write_tav_imei(int opcode, const char* data, int len, char* rsp, int* rsp_len) {
@@ -192,7 +192,7 @@ int read_pid(char* buffer) {
 }
 
 int write_pid(const char* text) {
-  // Longer than a request is refused, before its length is cut to 16 bits.
+  // A text longer than a request is refused before its length is cut to 16 bits.
   if (!text || strlen(text) > MAX_RZCMD_REQ_SIZE) return RZCMD_FAIL;
   int error = request(kPidWrite, text, static_cast<uint16_t>(strlen(text)), nullptr, nullptr);
   if (error == RZCMD_FAIL) {

@@ -21,20 +21,20 @@ int read_tav_pid2(const char* data, int len, char* rsp, int* rsp_len);
 int write_tav_btad(const char* data, int len, char* rsp, int* rsp_len);
 int read_tav_btad(const char* data, int len, char* rsp, int* rsp_len);
 
-// The same, where data (of the first) or rsp (of the second) may be null.
+// The same, but the first also takes a null data, and the second a null rsp.
 int read_tav_pid(const char* data, int len, char* rsp, int* rsp_len);
 int write_tav_pid(const char* data, int len, char* rsp, int* rsp_len);
 
-// The same for the IDDE record, whose erasure ("IDDE OK") also resets the Bluetooth address, the serial number, the
-// operator list and the IMEI copy; 1 as well when the address cannot be written.
+// The same for the IDDE record. Its erasure ("IDDE OK") also resets the Bluetooth address, the serial number, the
+// operator list and the IMEI copy; 1 also when the address cannot be written.
 int write_tav_idde(const char* data, int len, char* rsp, int* rsp_len);
 
 // Asks for the MEID or the pseudo ESN; as above.
 int read_tav_meid(char* rsp, int* rsp_len);
 int read_tav_pesn(char* rsp, int* rsp_len);
 
-// Writes or reads an IMEI by the modem's opcode for it; as above. An IMEI written with 116 is kept as factory item 13,
-// too.
+// Writes or reads an IMEI by the modem's opcode for it; as above. An IMEI written with 116 is also kept as factory
+// item 13.
 int write_tav_imei(int opcode, const char* data, int len, char* rsp, int* rsp_len);
 int read_tav_imei(int opcode, const char* data, int len, char* rsp, int* rsp_len);
 

@@ -3,21 +3,22 @@
 
 #pragma GCC visibility push(default)
 
-// Asks the platform for a key by number: pressed and released; pressed, held for `hold` times 100 ms and released;
-// released, or with `release` 0 pressed. 0, or the error of request_to_system.
+// Ask the platform for a key by number; 0, or the error of request_to_system. The first presses and releases it. The
+// second holds it for `hold` times 100 ms in between. The third releases it, or presses it when `release` is 0.
 int SendKey(char key);
 int SendKey(char key, int hold);
 int SendKey(int release, char key);
 
-// Clicks the key of an AT keypad character, given as its code in decimal ("35" is '#'); number 0 for one without a key.
-// 0, or the error of request_to_system.
+// Clicks the key of an AT keypad character, given as its code in decimal ("35" is '#'). A character without a key
+// clicks key number 0. Returns 0, or the error of request_to_system.
 int ckpd_send_event(char* text);
 
-// Fills the AT keypad table, and the test-mode table, which it returns: 256 key numbers by character code.
+// Fill the AT keypad table and the test-mode table, each 256 key numbers by character code. The second returns its
+// table.
 void ckpd_mapping();
 int* testmode_key_mapping();
 
-// The test-mode key number of a code, 0 where there is none.
+// The test-mode key number of a code; 0 when it has none.
 int keypad_change_keycode(int code);
 
 // Writes a key event (status 1 pressed, 0 released) to the first input device that has the key; always 0.

@@ -20,7 +20,7 @@ struct TouchMode {
 
 constexpr TouchMode kTouchModes[] = {{0, "r"}, {1, "p"}, {2, "pr"}, {3, "prpr"}, {4, "p"}, {5, "r"}};
 
-// The device of the last touch stays open, as its user expects; the next touch takes its place.
+// The device of the last touch stays open, as its user expects, until the next touch opens one.
 int g_touch_device = -1;
 
 }  // namespace

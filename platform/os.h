@@ -14,7 +14,7 @@ namespace atd {
 // Sends a device-control request to an open descriptor; the driver's return value, or -1 with errno.
 int os_ioctl(int fd, ioctl_request_t request, void* argument);
 
-// Runs a shell command and waits for it; its wait status as of `system`, or -1 when no shell could be started.
+// Runs a shell command and waits for it; its wait status as `system` gives it, or -1 when no shell could be started.
 int os_system(const char* command);
 
 // Runs argv[0], searched on the program path, and waits for it; its exit status 0..255, or -1 when it could not
@@ -28,7 +28,7 @@ void os_sleep_us(uint64_t microseconds);
 int os_clock_gettime(clockid_t clock, struct timespec* now);
 
 // Waits, with the mutex held, on a condition whose waits use the given clock, until that clock reaches the
-// deadline; 0 when woken, ETIMEDOUT, or another error number as of pthread_cond_timedwait.
+// deadline; 0 when woken, ETIMEDOUT, or another error number of pthread_cond_timedwait.
 int os_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex, clockid_t clock,
                       const struct timespec* deadline);
 

@@ -3,6 +3,7 @@
 #include <errno.h>
 #include <time.h>
 
+#include <algorithm>
 #include <chrono>
 
 namespace atd::sim {
@@ -49,8 +50,8 @@ void Clock::start_waker_locked() {
   if (!waker_.joinable()) waker_ = std::thread([this] { wake_overdue(); });
 }
 
-// A thread of its own, because what moves the time must not take a lock of the waiter's. Without that lock a wake-up may
-// come just before the waiter waits and be lost, so it comes again until the waiter is gone.
+// A thread of its own, because what moves the time must not take a lock of the waiter's. Without that lock a wake-up
+// may come just before the waiter waits and be lost, so it comes again until the waiter is gone.
 void Clock::wake_overdue() {
   std::unique_lock guard(lock_);
   while (!gone_) {
@@ -133,12 +134,14 @@ int Clock::timed_wait(pthread_cond_t* condition, pthread_mutex_t* mutex, clockid
     const uint64_t end = now_locked(CLOCK_MONOTONIC) + static_cast<uint64_t>(left);
     wait = timed_waits_.insert(timed_waits_.end(), {condition, end});
     timed = !virtual_;
-    if (timed) real_deadline = to_timespec(microseconds(*deadline) - ahead_);
+    // A deadline from before the clock was put ahead may lie before the desktop's clock began.
+    if (timed) real_deadline = to_timespec(std::max(microseconds(*deadline), ahead_.load()) - ahead_);
     else start_waker_locked();
     ++waiters_;
     changed_.notify_all();
   }
-  // Not in short timed waits of its own: a signal that comes as one of them ends, before it has the mutex again, is lost.
+  // One long wait, not many short ones: a signal is lost when it comes after a short wait has ended and before that has
+  // the mutex again.
   int result = timed ? pthread_cond_timedwait(condition, mutex, &real_deadline) : pthread_cond_wait(condition, mutex);
   std::lock_guard guard(lock_);
   if (now_locked(CLOCK_MONOTONIC) >= wait->end) result = ETIMEDOUT;

@@ -1,5 +1,5 @@
-// The phone's clock. It follows the desktop's, and can be put ahead of it. A test makes it virtual, and then time passes
-// only when something sleeps or the test says so.
+// The phone's clock. It follows the desktop's, and can be put ahead of it. A test makes it virtual, and then time
+// passes only when something sleeps or the test says so.
 #pragma once
 
 #include <pthread.h>
@@ -40,7 +40,7 @@ class Clock {
   // The total of all sleeps so far, in microseconds.
   uint64_t slept() const;
 
-  // What the verbs of platform/os.h come down to, with their contracts.
+  // These do the work of the verbs of platform/os.h, and have their contracts.
   int get(clockid_t clock, struct timespec* now);
   void sleep(uint64_t microseconds);
   int timed_wait(pthread_cond_t* condition, pthread_mutex_t* mutex, clockid_t clock, const struct timespec* deadline);
@@ -64,10 +64,10 @@ class Clock {
   bool gone_ = false;
   std::atomic<uint64_t> ahead_{0};
   uint64_t virtual_now_ = 0;   // microseconds of the monotonic clock
-  uint64_t virtual_base_ = 0;  // what the real-time clock is ahead of it
+  uint64_t virtual_base_ = 0;  // how far the real-time clock is ahead of it
   int waiters_ = 0;
   std::list<TimedWait> timed_waits_;
-  std::thread waker_;  // of timed waits that time passes without the desktop's clock
+  std::thread waker_;  // wakes the timed waits that a sleep or `advance` has ended
   uint64_t slept_ = 0;
 };
 

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <system_error>
 
 #include "desk/socket_address.h"
 #include "desk/verb.h"
@@ -24,7 +25,7 @@ constexpr int kBacklog = 16;
 constexpr std::chrono::milliseconds kPause(100);
 constexpr std::chrono::seconds kPatience(1);
 
-// Reads up to the first line end; false when the caller goes before it or sends more than a request has.
+// Reads up to the first line end; false when the caller is gone before that, or sends more than a request may have.
 bool read_line(int fd, std::string* line) {
   char bytes[16384];
   line->clear();
@@ -33,7 +34,7 @@ bool read_line(int fd, std::string* line) {
     if (size < 0 && errno == EINTR) continue;
     if (size <= 0) return false;
     line->append(bytes, static_cast<size_t>(size));
-    const size_t end = line->find('\n');
+    const size_t end = line->find('\n', line->size() - static_cast<size_t>(size));
     if (end == line->npos) continue;
     line->resize(end);
     return true;
@@ -53,19 +54,19 @@ bool send_all(int fd, const std::string& bytes) {
 
 }  // namespace
 
-std::unique_ptr<Control> Control::serve(SimulatedDevice& device, std::string* error) {
+std::unique_ptr<Control> Control::bind(SimulatedDevice& device, std::string* error) {
   const std::string path = device.root() + kControlSocket;
   auto fail = [&](int number) {
     *error = path + ": " + strerror(number);
     return nullptr;
   };
-  // Whoever made it is dead: this process has the phone's lock.
+  // The process that made the file is dead: this one has the phone's lock.
   unlink(path.c_str());
   const SocketAddress address(path);
   if (address.error() != 0) return fail(address.error());
   const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
   // Nobody can connect before it listens.
-  if (fd < 0 || bind(fd, address.get(), address.size()) != 0 || chmod(path.c_str(), 0600) != 0 ||
+  if (fd < 0 || ::bind(fd, address.get(), address.size()) != 0 || chmod(path.c_str(), 0600) != 0 ||
       listen(fd, kBacklog) != 0) {
     const int number = errno;
     if (fd >= 0) close(fd);
@@ -75,18 +76,22 @@ std::unique_ptr<Control> Control::serve(SimulatedDevice& device, std::string* er
 }
 
 Control::Control(SimulatedDevice& device, std::string path, int fd)
-    : device_(device), path_(std::move(path)), fd_(fd), acceptor_([this] { accept_callers(); }) {}
+    : device_(device), path_(std::move(path)), fd_(fd) {}
+
+void Control::start() {
+  acceptor_ = std::thread([this] { accept_callers(); });
+}
 
 Control::~Control() {
   hang_up();
-  acceptor_.join();
+  if (acceptor_.joinable()) acceptor_.join();
   {
     std::unique_lock guard(lock_);
     auto all_answered = [&] {
       return std::all_of(callers_.begin(), callers_.end(), [](const Caller& caller) { return caller.fd < 0; });
     };
     answered_.wait_for(guard, kPatience, all_answered);
-    // One that does not read is not waited for.
+    // A caller that does not read is not waited for.
     for (Caller& caller : callers_) {
       if (caller.fd >= 0) shutdown(caller.fd, SHUT_RDWR);
     }
@@ -116,18 +121,28 @@ void Control::accept_callers() {
       return;
     }
     if (fd >= 0) {
-      Caller& caller = callers_.emplace_back();
-      caller.fd = fd;
-      caller.thread = std::thread([this, &caller] { answer(caller); });
+      start_locked(fd);
     } else if (error != EINTR && error != ECONNABORTED) {
       __android_log_print(ANDROID_LOG_ERROR, "control", "cannot take a caller: %s", strerror(error));
-      // The reason lasts, for a moment at least.
+      // The reason may last, so this does not try again at once.
       answered_.wait_for(guard, kPause);
     }
   }
 }
 
-// Puts away those that have been answered.
+void Control::start_locked(int fd) {
+  Caller& caller = callers_.emplace_back();
+  caller.fd = fd;
+  try {
+    caller.thread = std::thread([this, &caller] { answer(caller); });
+  } catch (const std::system_error& error) {
+    __android_log_print(ANDROID_LOG_ERROR, "control", "cannot answer a caller: %s", error.what());
+    close(fd);
+    callers_.pop_back();
+  }
+}
+
+// Joins and removes the callers that have been answered.
 void Control::join_done_locked() {
   for (auto caller = callers_.begin(); caller != callers_.end();) {
     if (caller->fd >= 0) {

@@ -1,4 +1,4 @@
-// The control socket of a running phone, "sim/control" in its folder: where a person's verbs come in (desk/control.h).
+// The control socket of a running phone, "sim/control" in its folder: it takes a person's verbs (desk/control.h).
 #pragma once
 
 #include <atomic>
@@ -18,13 +18,17 @@ class SimulatedDevice;
 
 class Control {
  public:
-  // Serves the phone's control socket on threads of its own; null with the reason in *error when it cannot be bound.
-  static std::unique_ptr<Control> serve(SimulatedDevice& device, std::string* error);
+  // Binds the phone's control socket: from now on callers may come, and wait. Null with the reason in *error when it
+  // cannot be bound.
+  static std::unique_ptr<Control> bind(SimulatedDevice& device, std::string* error);
+
+  // Answers callers from now on, on threads of its own.
+  void start();
 
   // Hangs up, and waits for the verbs that run.
   ~Control();
 
-  // Takes no further verbs, and lets no caller wait for more than the last reply of the verb that runs.
+  // Takes no further verbs. A caller whose verb runs gets no reply but the last.
   void hang_up();
 
  private:
@@ -36,6 +40,7 @@ class Control {
   Control(SimulatedDevice& device, std::string path, int fd);
   void accept_callers();
   void answer(Caller& caller);
+  void start_locked(int fd);
   void join_done_locked();
 
   SimulatedDevice& device_;

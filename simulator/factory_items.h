@@ -1,5 +1,5 @@
-// The factory item store: one file an item below "sim/items", named INDEX-LENGTH, because the same index with another
-// length is another record. An item never written reads as zero bytes. It survives everything.
+// The factory item store: a file for each item below "sim/items", named INDEX-LENGTH, because the same index with
+// another length is another record. An item never written reads as zero bytes. Items survive everything.
 #pragma once
 
 #include <string>
@@ -10,7 +10,7 @@ class FactoryItems {
  public:
   explicit FactoryItems(const std::string& root) : folder_(root + "/sim/items") {}
 
-  // Reads the `length` bytes of an item; false when it is there and cannot be read.
+  // Reads the `length` bytes of an item; false when it is stored but cannot be read.
   bool read(unsigned index, int length, std::string* value) const;
 
   // The same, with zeros for an item that cannot be read.

@@ -11,7 +11,7 @@
 
 namespace atd::sim {
 
-// The calls, by the names that the device has for them.
+// The calls, by their names on the device.
 enum class Call {
   any,
   init_ftm_item,
@@ -52,10 +52,10 @@ struct Fault {
   std::string object;  // "" for whatever it works on
   int passes = 0;      // the next calls that are left alone
   int times = -1;      // how many are hit after those, -1 for all
-  int late_ms = 0;     // above 0: a call that is hit is so much later, and does not fail
+  int late_ms = 0;     // above 0: a call that is hit is late by this much, and does not fail
 };
 
-// The fault in words: "set_ftm_item 13: fails", "request_to_modem_via_dmi: the third call from now is 5000 ms late".
+// The fault in words: "set_ftm_item 13: fails", "request_to_modem_via_dmi: 5000 ms late once".
 std::string to_text(const Fault& fault);
 
 class Faults {
@@ -63,7 +63,7 @@ class Faults {
   // The clock is the phone's and outlives the faults.
   explicit Faults(Clock& clock) : clock_(clock) {}
 
-  // Adds a fault, in place of one for the same call and object.
+  // Adds a fault, which replaces one for the same call and object.
   void set(const Fault& fault);
 
   // Makes the next `times` uses of a call fail (all of them where none is given): "set_ftm_item", "set_ftm_item 13".

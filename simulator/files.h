@@ -11,7 +11,7 @@ bool read_file(const std::string& path, std::string* content);
 // Replaces a file by one with this content, whole or not at all even when the process is killed; false with errno.
 bool write_file(const std::string& path, const std::string& content);
 
-// Removes from a folder what writers that were killed left behind.
+// Removes the unfinished files that killed writers have left in a folder.
 void remove_leftovers(const std::string& folder);
 
 // Makes a folder and those above it; false with errno.

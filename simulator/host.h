@@ -1,4 +1,4 @@
-// The daemon that runs on the phone, for what a person asks of it.
+// What a person can ask of the daemon that runs on the phone.
 #pragma once
 
 #include <functional>
@@ -6,7 +6,7 @@
 
 namespace atd::sim {
 
-// Set by the daemon before a person can ask; what is not set it cannot do. The functions have the contracts of the
+// The daemon sets these before a person can ask. What is not set, it cannot do. The functions have the contracts of the
 // library's functions of the same names.
 struct Host {
   std::string program;         // its name and version

@@ -2,6 +2,7 @@
 
 #include <android/log.h>
 #include <fcntl.h>
+#include <limits.h>
 #include <stdarg.h>
 #include <stdio.h>
 #include <string.h>
@@ -27,8 +28,8 @@ constexpr size_t kTagSize = 64;
 constexpr size_t kTextSize = 4069;  // a log entry carries at most 4068 characters
 constexpr size_t kLineSize = kHeadSize + 64 + kTagSize + kTextSize;
 
-// Touching a mapping whose file a person has emptied ends the process; it is to cost some lines instead. So the mapping
-// becomes plain memory, until the file is looked at again.
+// Touching a mapping whose file a person has emptied would end the process. Instead the mapping becomes plain memory
+// until the file is looked at again, and only some lines are lost.
 std::atomic<char*> g_mappings[5];
 
 void survive_lost_file(int, siginfo_t* info, void*) {
@@ -40,6 +41,12 @@ void survive_lost_file(int, siginfo_t* info, void*) {
     return;
   }
   signal(SIGBUS, SIG_DFL);
+}
+
+struct timespec later(const struct timespec& time, uint64_t microseconds) {
+  const uint64_t nanoseconds = static_cast<uint64_t>(time.tv_nsec) + microseconds % 1000000 * 1000;
+  return {time.tv_sec + static_cast<time_t>(microseconds / 1000000 + nanoseconds / 1000000000),
+          static_cast<long>(nanoseconds % 1000000000)};
 }
 
 }  // namespace
@@ -70,7 +77,7 @@ bool Logs::open_locked(int buffer) {
   if (text == MAP_FAILED) return false;
   g_mappings[buffer] = b.text = static_cast<char*>(text);
   b.size = std::min(static_cast<size_t>(status.st_size), kFileSize);
-  // What a killed process left unused.
+  // A killed process leaves its unused empty lines at the end.
   for (b.used = b.size; b.used > 1 && b.text[b.used - 1] == '\n' && b.text[b.used - 2] == '\n';) --b.used;
   return true;
 }
@@ -86,7 +93,7 @@ void Logs::close_locked(int buffer) {
   b = {};
 }
 
-// Makes room for `size` more bytes; false when there is none to be had.
+// Makes room for `size` more bytes; false when it cannot.
 bool Logs::reserve_locked(int buffer, size_t size) {
   Buffer& b = buffers_[buffer];
   // Once a second: a person may have emptied or removed the file.
@@ -123,7 +130,7 @@ bool Logs::reserve_locked(int buffer, size_t size) {
 
 int Logs::write(int buffer, int priority, const char* tag, const char* format, va_list arguments) {
   if (buffer < 0 || buffer >= kBuffers) return -1;
-  // Everything but the second's part of a line's head changes so seldom that it is worth keeping.
+  // The ids in a line's head stay the same on a thread, so they are formatted once.
   thread_local const std::string process = [] {
     char ids[32];
     snprintf(ids, sizeof ids, " %5d %5d ", getpid(), gettid());
@@ -142,7 +149,7 @@ int Logs::write(int buffer, int priority, const char* tag, const char* format, v
   int length = vsnprintf(text, kTextSize, format, arguments);
   out += std::clamp<int>(length, 0, kTextSize - 1);
   while (out > text && out[-1] == '\n') --out;
-  // One entry stays one line, and no text acts upon a terminal.
+  // One entry stays one line, and no text can control a terminal.
   for (char* at = text; at < out; ++at) {
     if (static_cast<unsigned char>(*at) < ' ' || *at == 127) *at = ' ';
   }
@@ -150,7 +157,7 @@ int Logs::write(int buffer, int priority, const char* tag, const char* format, v
 
   struct timespec now;
   clock_gettime(CLOCK_REALTIME, &now);
-  now.tv_sec += static_cast<time_t>(clock_.ahead() / 1000000);
+  now = later(now, clock_.ahead());
   std::lock_guard guard(lock_);
   if (now.tv_sec != stamp_second_) {
     struct tm local;
@@ -168,7 +175,7 @@ int Logs::write(int buffer, int priority, const char* tag, const char* format, v
   if (priority >= echo_priority_) {
     // Nobody may be reading; then the line is in the file alone.
     struct pollfd writable = {STDERR_FILENO, POLLOUT, 0};
-    if (poll(&writable, 1, 0) == 1 && ::write(STDERR_FILENO, line, size) < 0) echo_priority_ = ANDROID_LOG_SILENT;
+    if (poll(&writable, 1, 0) == 1 && ::write(STDERR_FILENO, line, std::min<size_t>(size, PIPE_BUF)) < 0) echo_priority_ = ANDROID_LOG_SILENT;
   }
   for (Follower* follower : followers_) {
     if (follower->lines_.size() == kLinesKept) follower->lines_.pop_front();

@@ -33,7 +33,7 @@ class Logs {
   // Hears every line that is written for as long as it lives. One that does not take its lines misses some.
   class Follower {
    public:
-    // With the lines of every buffer before those that it hears, where they are asked for.
+    // *before, where it is given, gets the lines that every buffer has so far.
     explicit Follower(Logs& logs, std::vector<LogLine>* before = nullptr);
     ~Follower();
     Follower(const Follower&) = delete;
@@ -60,7 +60,7 @@ class Logs {
   void echo(int priority) { echo_priority_ = priority; }
   int echo() const { return echo_priority_; }
 
-  // Writes one line; the length of its text, or -1 for an unknown buffer or when the buffer's file cannot be had.
+  // Writes one line; the length of its text, or -1 for an unknown buffer or when the buffer's file cannot be written.
   int write(int buffer, int priority, const char* tag, const char* format, va_list arguments);
 
   // The lines of a buffer, oldest first.

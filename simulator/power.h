@@ -23,7 +23,7 @@ class Power {
   // Records the request and carries it out; false when it was refused.
   bool request(const std::string& what);
 
-  // Everything that was asked for since the phone was made, oldest first, with "refused " in front where it was.
+  // Everything that was asked for since the phone was made, oldest first, with "refused " before what was refused.
   std::vector<std::string> history() const;
 
  private:

@@ -20,8 +20,8 @@ class SettingsFile {
   // the name and the tag outlive the object.
   SettingsFile(const std::string& root, const char* name, const char* tag, const std::string& standard);
 
-  // True when the file is not as it was the last time, and then *lines is what it says now, without comments, empty
-  // lines, and spaces around a line; a missing file says nothing.
+  // True when the file is not as it was the last time. Then *lines is what it says now, without comments, empty lines,
+  // and spaces around a line; a missing file says nothing.
   bool changed(std::vector<SettingsLine>* lines);
 
   // Makes the next `changed` true.

@@ -103,7 +103,7 @@ std::string mapped(const std::string& command, const std::string& root) {
   return result;
 }
 
-// Where a program lies: a bare name is one of the phone's tools.
+// The path of a program: a bare name is one of the phone's tools.
 std::string program(const std::string& root, const std::string& name) {
   return name.find('/') == std::string::npos ? root + "/system/bin/" + name : name;
 }

@@ -18,10 +18,10 @@ class Shell {
   // Runs a program of the phone; its exit status, 126 for an argument with "..", or -1 when there is no such program.
   int run(const std::vector<std::string>& arguments);
 
-  // Records what is done to the phone as a whole without a program ("sync").
+  // Records what is done to the whole phone without a program, such as "sync".
   void note(const std::string& what) { record(what); }
 
-  // The commands so far, oldest first, programs with their arguments joined by blanks.
+  // The commands so far, oldest first, programs with their arguments joined by spaces.
   std::vector<std::string> history() const;
 
   // Puts the standard tools into "system/bin", where they are missing.

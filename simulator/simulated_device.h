@@ -34,7 +34,7 @@ class SimulatedDevice {
   // The phone that is open now; aborts when there is none.
   static SimulatedDevice& current();
 
-  // The same, null when there is none.
+  // The phone that is open now, or null.
   static SimulatedDevice* open_now();
 
   // Restarts the phone in place: what a reboot loses is lost, what it keeps is kept.

@@ -18,7 +18,7 @@ namespace {
 
 constexpr size_t kReadSize = kLineMax + 1;
 
-// Has a read of the socket counted down from `offset`; -1 for no longer.
+// Makes the socket count down from `offset` by the bytes of each read; -1 ends that.
 void set_peek_offset(int fd, int offset) { setsockopt(fd, SOL_SOCKET, SO_PEEK_OFF, &offset, sizeof offset); }
 
 }  // namespace
@@ -51,7 +51,7 @@ void SocketRecord::before_read(SocketClient* client) {
   char bytes[kReadSize];
   const int fd = client->getSocket();
   const ssize_t size = recv(fd, bytes, sizeof bytes, MSG_PEEK | MSG_DONTWAIT);
-  // The offset of the next peek goes down by what a read takes, which tells afterwards how much that was.
+  // A read lowers the offset of the next peek by the bytes that it takes; so it shows afterwards how many these were.
   set_peek_offset(fd, INT_MAX);
   std::lock_guard guard(lock_);
   const auto position = connections_.find(client);

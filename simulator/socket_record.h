@@ -1,4 +1,4 @@
-// A recording of the daemon's socket: what its clients sent and what it told them, one JSON object a line.
+// A recording of the daemon's socket: what its clients sent and what it told them, one JSON object per line.
 #pragma once
 
 #include <stddef.h>
@@ -25,17 +25,17 @@ class SocketRecord {
   SocketRecord(const SocketRecord&) = delete;
   SocketRecord& operator=(const SocketRecord&) = delete;
 
-  // A connection began, and has the next number from now on, the first is 1; it ended. What is said below about a
-  // connection that is not known so is left out.
+  // A connection began, and gets the next number, the first is 1; a connection ended. The calls below ignore a
+  // connection that has not begun or has ended.
   void connected(const SocketClient* client);
   void disconnected(const SocketClient* client);
 
-  // The service is about to read a connection, and has done so. It reads once, at most 16382 bytes. Bytes that come in
-  // between escape the record, which says then how many.
+  // The service is about to read a connection, and has done so. It reads once, at most 16382 bytes. Bytes that come
+  // between the two calls are not recorded; the record says how many they were.
   void before_read(SocketClient* client);
   void after_read(SocketClient* client);
 
-  // A message with its NUL goes out to one connection; to all of them.
+  // A message with its NUL goes out to one connection, or to all of them.
   void reply(const SocketClient* client, const struct iovec* parts, int count);
   void broadcast(const struct iovec* parts, int count);
 

@@ -14,7 +14,7 @@ using namespace atd;
 
 namespace {
 
-// Long enough for the answer of the request that asked for it.
+// Long enough to answer the request that asked for the restart.
 constexpr uint64_t kRebootDelayUs = 1000000;
 
 void* restart(void*) {

@@ -13,7 +13,7 @@ std::string encode(const std::string& bytes) {
   std::string text(base64_text_size(bytes.size()) + 4, '#');
   int length = base64_encode(bytes.data(), static_cast<int>(bytes.size()), text.data());
   EXPECT_EQ('\0', text[static_cast<size_t>(length)]);
-  EXPECT_EQ("####", text.substr(base64_text_size(bytes.size())));  // nothing behind the terminator
+  EXPECT_EQ("####", text.substr(base64_text_size(bytes.size())));  // nothing after the terminator
   return text.substr(0, static_cast<size_t>(length));
 }
 
@@ -39,7 +39,7 @@ TEST(Base64, KnownTexts) {
   EXPECT_STREQ("", text);
 }
 
-TEST(Base64, DecodingSkipsWhatIsNoCharacterOfTheAlphabet) {
+TEST(Base64, DecodingSkipsForeignCharacters) {
   struct {
     const char* text;
     size_t capacity;

@@ -40,10 +40,10 @@ inline std::string answer(int32_t result, const std::string& data) {
   return answer(result, static_cast<int32_t>(data.size()), data);
 }
 
-// A local socket in a folder of its own, with a thread that serves one client after the other.
+// A local socket in a folder of its own, with a thread that serves the clients one after the other.
 class FakeServer {
  public:
-  // The socket is FOLDER/NAME in the root, longer than a socket's address where the folder's name is.
+  // The socket is FOLDER/NAME in the root; a long FOLDER makes the path longer than a socket address holds.
   FakeServer(const std::string& folder, const std::string& name, std::function<void(int fd)> serve)
       : serve_(std::move(serve)) {
     root_ = testing::TempDir() + "atdctlXXXXXX";
@@ -69,7 +69,7 @@ class FakeServer {
   const std::string& root() const { return root_; }
   const std::string& path() const { return path_; }
 
-  // Sends a reply; false when the connection is to be closed after it, which a "BYE" at its end says.
+  // Sends a reply; false when it ends in "BYE", which asks to close the connection after it.
   static bool say(int fd, const std::string& reply) {
     const bool bye = reply.ends_with("BYE");
     return send(fd, reply.data(), reply.size() - (bye ? 3 : 0), MSG_NOSIGNAL) >= 0 && !bye;

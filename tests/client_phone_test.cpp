@@ -1,4 +1,4 @@
-// atdctl phone against a phone that says what a test wants, and what atdctl tells about its verbs and opcodes.
+// atdctl phone against a phone that says what a test wants, and what atdctl says about its verbs and opcodes.
 #include <gtest/gtest.h>
 #include <pthread.h>
 #include <signal.h>

@@ -43,7 +43,7 @@ class ServicePhone : public Phone {
     return root_ + "/" + name;
   }
 
-  // Runs atdctl until `meanwhile` is done and it ends; that begins when the daemon has said 601.
+  // Runs atdctl, and `meanwhile` beside it once the daemon has said 601, until both have ended.
   Outcome beside(const Strings& arguments, const std::function<void(std::thread&)>& meanwhile) {
     Outcome outcome;
     std::thread running([&] { outcome = atdctl(socket(), arguments); });
@@ -218,7 +218,7 @@ TEST_F(RecordedPhone, RecordsBothDirections) {
   }
   watcher_->send("atcommand initialize\0x\0rest"s);
   watcher_->next(3);
-  watcher_->line("");  // when it is answered the end of the other has been seen
+  watcher_->line("");  // its answer shows that the daemon has seen the end of the other
   watcher_->next();
   restart(recording);
   stop();
@@ -237,7 +237,7 @@ TEST_F(RecordedPhone, RecordsBothDirections) {
   EXPECT_EQ(1, std::count(events.begin(), events.end(), "2 disconnect"));
 }
 
-TEST_F(RecordedPhone, RecordSaysWhatEscapedIt) {
+TEST_F(RecordedPhone, RecordSaysWhatItMissed) {
   struct Late : SocketListener {
     using SocketListener::SocketListener;
     ~Late() override { stopListener(); }
@@ -267,7 +267,7 @@ TEST_F(RecordedPhone, RecordSaysWhatEscapedIt) {
   ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM, 0, pair));
   const bool tells = setsockopt(pair[0], SOL_SOCKET, SO_PEEK_OFF, &off, sizeof off) == 0;
   close(pair[0]), close(pair[1]);
-  if (!tells) GTEST_SKIP() << "nothing tells here what a read took, as in an emulator";
+  if (!tells) GTEST_SKIP() << "nothing here tells what a read took; this may be an emulator";
   EXPECT_EQ((Strings{"1 connect", "1 in now", "1 out 0 taken", "1 missed 4", "1 disconnect"}),
             events_of(root_ + "/recording"));
 }
@@ -330,7 +330,7 @@ TEST_F(RecordedPhone, AReplayPlaysLineByLine) {
       // Neither the end of the recorded daemon nor what it said before any input is expected.
       {{connect, ready, start, ready, copy, out + R"(null,"code":602,"text":"At Command End")",
         out + R"(null,"code":200,"text":"AT Command End")", in + R"(1,"event":"disconnect")"}, 0, "2 messages, "},
-      // All have heard it when the second one speaks.
+      // When the second client speaks, both have heard the messages before.
       {{connect, in + R"(2,"event":"connect")", start, ready, copy, in + R"(1,"event":"disconnect")",
         in + R"(2,"bytes":"atcommand initialize\u0000")", ready, copy}, 0, "4 messages, "},
       {{in + R"(1,"event":"missed","count":3)", start, ready, copy}, 0, "2 messages, "},
@@ -340,7 +340,7 @@ TEST_F(RecordedPhone, AReplayPlaysLineByLine) {
     EXPECT_EQ(row.status, outcome.status) << outcome.err;
     EXPECT_TRUE(has(outcome.out, row.shown)) << outcome.out << row.shown;
   }
-  // A restart in the middle is waited for, and so is the daemon that follows.
+  // The replay waits for a restart in the middle, and for the daemon after that.
   const std::string restarted = recording({start, ready, copy, out + R"(null,"code":602,"text":"At Command End")",
                                            in + R"(1,"event":"disconnect")", in + R"(1,"bytes":"x\u0000")",
                                            out + "1" + refused});

@@ -103,7 +103,7 @@ TEST(Client, RequestsAndTheirStatuses) {
     EXPECT_EQ(outcome.status, row.status) << name;
     EXPECT_EQ(outcome.out, row.shown) << name;
     EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), row.shown.empty()) << name;
-    if (row.status == kTimedOut) continue;  // whether a line went out in no time at all is left to chance
+    if (row.status == kTimedOut) continue;  // it is left to chance whether a line goes out when there is no time
     EXPECT_EQ(daemon.lines(), Strings(row.status != kUsage, request_line(row.opcode, row.payload))) << name;
   }
 }

@@ -1,4 +1,4 @@
-// The opcode table: every number, every payload, every failure of what stands below.
+// The opcode table: every number, every payload, every failure of the calls below it.
 #include <random>
 #include <set>
 

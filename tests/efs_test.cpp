@@ -77,7 +77,7 @@ TEST_F(EfsTest, ShortAndEmptyChunks) {
   EXPECT_EQ(0, efs_write(0, buffer, 0));
   EXPECT_TRUE(device().modem.requests().empty());
 
-  // A short chunk leaves the rest of its area alone, and the next one stands behind that.
+  // A short chunk leaves the rest of its area alone, and the next one comes after that.
   memset(buffer, '#', sizeof buffer);
   device().modem.set_raw_answer(401, answer(10, std::string(10, 'a'), 14));
   EXPECT_EQ(30, efs_read(0, buffer, 5000));
@@ -90,7 +90,7 @@ TEST_F(EfsTest, ShortAndEmptyChunks) {
   EXPECT_EQ(1u, device().modem.requests().size());
 }
 
-TEST_F(EfsTest, AnswersThatCannotBe) {
+TEST_F(EfsTest, ImpossibleAnswers) {
   char buffer[2048 + 8];
   struct {
     int result;

@@ -62,7 +62,7 @@ TEST_F(ModemItemsTest, AFailedRequestOpensTheInterfaceOnceMoreAndIsRepeated) {
   EXPECT_EQ(0, request_to_system(200, nullptr, 0, nullptr, nullptr, nullptr));
   asked();
 
-  // A modem that stays away: the repeated request fails, too, and the next one first opens the interface.
+  // The modem stays away: the repeated request fails, too, and the next one opens the interface first.
   modem().lose_connection();
   modem().fail_init(2);
   EXPECT_EQ(1, request_to_system(200, nullptr, 0, nullptr, nullptr, nullptr));
@@ -74,7 +74,7 @@ TEST_F(ModemItemsTest, AFailedRequestOpensTheInterfaceOnceMoreAndIsRepeated) {
   EXPECT_EQ(1u, asked().size());
 }
 
-TEST_F(ModemItemsTest, AnAnswerThatCannotBeIsNoAnswer) {
+TEST_F(ModemItemsTest, AnImpossibleAnswerIsNotAnAnswer) {
   char guarded[2048 + 16];
   for (int claimed : {-1, 2049, 1 << 30, INT32_MIN}) {
     rzcmd_response answer = {0, claimed, 0, "x"};
@@ -353,7 +353,7 @@ TEST_F(ModemItemsTest, Opcodes) {
     EXPECT_EQ(1, rsp.result) << opcode;
     EXPECT_EQ(0, rsp.data_len) << opcode;
   }
-  EXPECT_EQ(0, run(4400).result);  // whatever came of it
+  EXPECT_EQ(0, run(4400).result);  // even when the modem fails
 }
 
 }  // namespace

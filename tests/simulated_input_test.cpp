@@ -107,7 +107,7 @@ TEST_F(InputTest, CollectsWhatIsWrittenUntilTheNextBoot) {
   EXPECT_EQ(5u, device().input.events(1).size());
   device().reboot();
   EXPECT_EQ("", device().input.decode(1));
-  EXPECT_EQ("", device().input.decode(9)) << "a device that there is not";
+  EXPECT_EQ("", device().input.decode(9)) << "a device that does not exist";
 }
 
 TEST_F(InputTest, FollowsItsFileAndNamesWhatMakesNoSense) {
@@ -125,7 +125,7 @@ TEST_F(InputTest, FollowsItsFileAndNamesWhatMakesNoSense) {
   EXPECT_TRUE(has(0, EV_KEY, 4));
   EXPECT_TRUE(has(0, EV_KEY, 767));
   EXPECT_FALSE(has(0, EV_KEY, KEY_POWER));
-  EXPECT_FALSE(has(1, EV_ABS, ABS_MT_POSITION_X)) << "a device that is no more";
+  EXPECT_FALSE(has(1, EV_ABS, ABS_MT_POSITION_X)) << "a device that the file no longer has";
   EXPECT_TRUE(has(5, EV_ABS, 63));
   const std::string axis = "is not a code of an axis: write a number from 0 to 63, a range such as 2-11, or a name such as ABS_MT_POSITION_X",
                     key = "is not a code of a key: write a number from 0 to 767, a range such as 2-11, or a name such as KEY_POWER";

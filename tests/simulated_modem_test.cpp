@@ -157,7 +157,7 @@ TEST_F(ModemTest, BulkDataGoesInAndOutInChunksWithAShortOneLast) {
   EXPECT_EQ("", ask(156));
 }
 
-TEST_F(ModemTest, StandsEveryOpcodeWithEveryPayload) {
+TEST_F(ModemTest, SurvivesEveryOpcodeWithEveryPayload) {
   std::string garbage;
   for (int i = 0; i < 2048; ++i) garbage += static_cast<char>(i * 131);
   const std::string file_system[] = {"\3"s, "\4"s, "\5"s, "\6"s, "\7"s, "\10"s};
@@ -346,7 +346,7 @@ class ModemFilesTest : public ModemTest {
  protected:
   static constexpr int kNoAnswer = -12345;
 
-  // One operation's result word; the bytes behind it in *bytes.
+  // One operation's result word; the bytes after it in *bytes.
   int operate(std::string request, std::vector<std::pair<size_t, int32_t>> words, std::string* bytes = nullptr) {
     constexpr size_t kLengths[] = {0, 0, 0, 140, 140, 8, 12, 2044};
     request.resize(kLengths[static_cast<size_t>(request[0])]);

@@ -9,7 +9,7 @@ namespace atd {
 namespace {
 
 // Takes a byte at a time: '?' is answered, 'l' at length, 's' tries to stop the listener from its own thread, 'b'
-// broadcasts, 'f' fills the connection, 'w' says so to the gate and waits there, anything else drops the connection.
+// broadcasts, 'f' fills the connection, 'w' writes to the gate and waits there, anything else drops the connection.
 class Service : public SocketListener {
  public:
   using SocketListener::SocketListener;
@@ -104,7 +104,7 @@ TEST_F(SocketService, BroadcastsToEveryoneAndLeavesNoDescriptors) {
   for (auto& peer : peers) EXPECT_EQ("601 all (Input/output error)", peer->next());
   for (int i = 0; i < 100; ++i) EXPECT_EQ("(closed)", ask(peers[100 + i].get(), "x"));
   peers.resize(1);
-  // The second answer comes from a later round of the listener than the last of the ends.
+  // The second answer comes from a later round of the listener than the last connection that ended.
   for (int i = 0; i < 2; ++i) EXPECT_EQ("200 0 here", ask(peers[0].get()));
   EXPECT_EQ(before + 5, descriptors());  // the listening socket, its pipe, and both ends of one connection
   EXPECT_EQ(0, service.stop());
@@ -161,7 +161,7 @@ TEST_F(SocketService, TakesTheSocketThatInitHandsOver) {
   EXPECT_EQ(-1, fcntl(fd, F_GETFD));
 }
 
-TEST_F(SocketService, DropsWhoDoesNotReadAndOthersMissNothing) {
+TEST_F(SocketService, DropsAClientThatDoesNotReadAndOthersMissNothing) {
   device().sockets.send_wait_ms = 5;
   Service service("svc", true);
   ASSERT_EQ(0, service.start());
@@ -177,7 +177,7 @@ TEST_F(SocketService, DropsWhoDoesNotReadAndOthersMissNothing) {
   }
 }
 
-TEST_F(SocketService, ALongCallbackHoldsUpNobodyElsesCalls) {
+TEST_F(SocketService, ALongCallbackDelaysNoOtherCalls) {
   Service service("svc", true);
   ASSERT_EQ(0, service.start());
   service.gate = pair_[0];
@@ -206,7 +206,7 @@ TEST_F(SocketService, DescriptorLimits) {
   ASSERT_EQ(0, service.start());
   Peer first(path());
   EXPECT_EQ("200 here", ask(&first));
-  // With none left but the newcomer's own, it waits until there are more, and the others are served.
+  // The newcomer takes the last descriptor. It waits until there are more, and the others are served meanwhile.
   for (int fd; (fd = open("/dev/null", O_RDONLY | O_CLOEXEC)) != -1;) spare.push_back(fd);
   close(spare.back()), spare.pop_back();
   Peer late(path());

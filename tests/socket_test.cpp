@@ -32,7 +32,7 @@ class ServedPhone : public Phone {
   std::unique_ptr<Peer> service_;
 };
 
-TEST_F(ServedPhone, SplitsALineAtItsFirstUnquotedBlank) {
+TEST_F(ServedPhone, SplitsALineAtItsFirstUnquotedSpace) {
   // What reaches "atcommand" as its one argument shows in the log.
   struct {
     std::string line, argument;
@@ -84,7 +84,7 @@ TEST_F(ServedPhone, CutsEveryReadAtItsNuls) {
   EXPECT_EQ("500 Command not recognized", service_->next());
   service_->send(" tail\0x\0"s);
   EXPECT_EQ((std::vector<std::string>(2, "500 Command not recognized")), service_->next(2));
-  // NULs in a row are empty lines, a command without its argument has the empty one, and all goes on after that.
+  // NULs in a row are empty lines. A command without an argument gets an empty one. The lines after these are run.
   service_->send(std::string(3, '\0'));
   EXPECT_EQ((std::vector<std::string>(3, "500 Command not recognized")), service_->next(3));
   service_->send("atcommand\0"s);
@@ -170,7 +170,7 @@ TEST_F(ServedPhone, APlatformRequestIsAnswered) {
   std::thread asking([&] { result = g_AtSocket->ProcessAndroidRequest(&req, &rsp); });
   std::string text = encoded(&req, 11);
   EXPECT_EQ((std::vector<std::string>{"605 " + text, "200 " + text}), service_->next(2));
-  // A service request on the way does not disturb the answer that is waited for.
+  // A service request in between does not disturb the answer that is waited for.
   EXPECT_EQ(2, ask(request_text(4403)).result);
   const rzcmd_response answer = {1, 4, 9, "text"};
   service_->line("atresponse " + encoded(&answer, 16));
@@ -251,7 +251,7 @@ TEST_F(ServedPhone, StoppingEndsARequestThatWaits) {
 
 using SilentPhone = Phone;
 
-TEST_F(SilentPhone, InitSocketEndsTheProcessWhenTheSocketCannotBeHad) {
+TEST_F(SilentPhone, InitSocketEndsTheProcessWhenTheSocketCannotBeMade) {
   std::filesystem::remove(device().path("/dev/socket"));
   std::ofstream(device().path("/dev/socket"));
   device().logs.echo(ANDROID_LOG_ERROR);

@@ -1,4 +1,4 @@
-// What a person can do to the simulated phone: every verb, and the control socket that they come in through.
+// What a person can do to the simulated phone: every verb, and the control socket that takes the verbs.
 #include <sys/stat.h>
 
 #include <atomic>
@@ -44,7 +44,7 @@ class VerbTest : public Phone {
     return told;
   }
 
-  // Each row is told in turn; what it answers holds the text.
+  // Tells each row in turn; its answer contains the text.
   struct Row {
     std::vector<std::string> words;
     int status;
@@ -291,8 +291,9 @@ class ControlTest : public VerbTest {
  protected:
   ControlTest() {
     std::string error;
-    control_ = sim::Control::serve(device(), &error);
+    control_ = sim::Control::bind(device(), &error);
     if (!control_) ADD_FAILURE() << error;
+    else control_->start();
   }
   ~ControlTest() override { control_.reset(); }
 
@@ -373,7 +374,7 @@ TEST_F(ControlTest, FollowsTheLogUntilItHangsUp) {
   errors.say({"log", "--level", "error", "--follow"}, true);
   main.say({"log", "--buffer", "main"});
   EXPECT_TRUE(main.next().last);  // nothing there
-  // The error comes last: when the one who hears errors alone has it, the other one has been passed over.
+  // The error comes last. When the caller that asks for errors has it, it has not been sent the line before.
   slog("system two");
   __android_log_buf_print(LOG_ID_SYSTEM, ANDROID_LOG_ERROR, "Atd", "broken");
   EXPECT_NE(std::string::npos, all.next().out.find("I Atd: system two\n"));

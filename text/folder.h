@@ -1,11 +1,11 @@
-// A folder's entries, one after the other.
+// The entries of a folder, one after the other.
 #pragma once
 
 #include <dirent.h>
 
 namespace atd {
 
-// Loops over the entries of a folder but "." and "..": while (const dirent* entry = folder.next()) ...
+// Gives the entries of a folder except "." and "..": while (const dirent* entry = folder.next()) ...
 class Folder {
  public:
   // Opens the folder of an absolute device path; one that cannot be opened has no entries.
@@ -23,7 +23,7 @@ class Folder {
   // The next entry, valid until the next call; null after the last one.
   const struct dirent* next();
 
-  // A descriptor for openat and its kin, or -1; the Folder closes it.
+  // A descriptor for openat and similar calls, or -1; the Folder closes it.
   int fd() const { return stream_ ? dirfd(stream_) : -1; }
 
  private:

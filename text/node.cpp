@@ -15,7 +15,7 @@ namespace {
 
 int open_node(const char* path, int flags) { return open(device_path(path), flags | O_CLOEXEC); }
 
-// Closes the node of a read or write that gave `done`, with its errno.
+// Closes a node and keeps the errno of the read or write before. Returns 0 when that was `done`, else -1.
 int close_node(int fd, bool done) {
   const int error = errno;
   close(fd);
@@ -54,7 +54,10 @@ int write_node(const char* path, const char* text) {
   const int fd = open_node(path, O_WRONLY);
   if (fd < 0) return -1;
   const size_t length = strlen(text);
-  const ssize_t written = write(fd, text, length);
+  ssize_t written;
+  do {
+    written = write(fd, text, length);
+  } while (written < 0 && errno == EINTR);
   if (written >= 0 && static_cast<size_t>(written) != length) errno = EIO;
   return close_node(fd, written >= 0 && static_cast<size_t>(written) == length);
 }

@@ -3,7 +3,7 @@
 
 namespace atd {
 
-// The decimal number that a text consists of, as 32 bits; false for any other text.
+// Reads a text that is one decimal number, as 32 bits; false for any other text.
 bool parse_number(const char* text, int* number);
 
 }  // namespace atd

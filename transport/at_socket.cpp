@@ -100,27 +100,31 @@ int AtSocket::SendResponse(const char* text) {
 }
 
 int AtSocket::sendRequest(const char* text, char* out, unsigned seconds) {
-  ScopedLock lock(response_lock_);
-  answered_ = false;
-  waiting_ = ++sent_;
-  Broadcast(kPlatformCode, text);
-  Broadcast(kCopyCode, text);
+  bool timed_out;
+  {
+    ScopedLock lock(response_lock_);
+    answered_ = false;
+    waiting_ = ++sent_;
+    Broadcast(kPlatformCode, text);
+    Broadcast(kCopyCode, text);
 
-  struct timespec deadline = {};
-  os_clock_gettime(CLOCK_REALTIME, &deadline);
-  deadline.tv_sec += static_cast<time_t>(seconds);
-  int result = 0;
-  while (!answered_ && !stopping_ && result == 0) {
-    result = os_cond_timedwait(&response_signal_, &response_lock_, CLOCK_REALTIME, &deadline);
+    struct timespec deadline = {};
+    os_clock_gettime(CLOCK_REALTIME, &deadline);
+    deadline.tv_sec += static_cast<time_t>(seconds);
+    int result = 0;
+    while (!answered_ && !stopping_ && result == 0) {
+      result = os_cond_timedwait(&response_signal_, &response_lock_, CLOCK_REALTIME, &deadline);
+    }
+    waiting_ = 0;
+    if (answered_) {
+      memset(out, 0, kRecordTextSize);
+      memcpy(out, response_, strnlen(response_, kRecordTextSize - 1));
+      return 0;
+    }
+    timed_out = !stopping_;
   }
-  waiting_ = 0;
-  if (!answered_) {
-    if (!stopping_) SLOGE("sendRequest: socket timed out!!\n");
-    return -1;
-  }
-  memset(out, 0, kRecordTextSize);
-  memcpy(out, response_, strnlen(response_, kRecordTextSize - 1));
-  return 0;
+  if (timed_out) SLOGE("sendRequest: socket timed out!!\n");
+  return -1;
 }
 
 int AtSocket::ProcessAndroidRequest(rzcmd_request* req, rzcmd_response* rsp) {
@@ -135,7 +139,7 @@ int AtSocket::ProcessAndroidRequest(rzcmd_request* req, rzcmd_response* rsp) {
     base64_encode(req, kRequestHeaderSize + bounded_length(req->data_len), request_text_);
     result = sendRequest(request_text_, reply, kAndroidTimeoutSeconds);
     int length = base64_decode(reply, rsp, sizeof *rsp);
-    // An answer that is not a whole record counts as none: its length tells the reader so.
+    // An answer that is not a whole record counts as none; its length tells the reader so.
     if (result == 0 && length < kResponseHeaderSize + bounded_length(rsp->data_len)) {
       *rsp = {};
       rsp->data_len = -1;
@@ -169,7 +173,7 @@ int AtSocket::RequestFromAndroid(const char* text) {
   rzcmd_request req = {};
   rzcmd_response rsp = {};
   int length = base64_decode(text, &req, sizeof req);
-  // No handler is told of more than came.
+  // No handler sees a length greater than what came.
   if (req.data_len > 0) req.data_len = std::min(req.data_len, std::max(0, length - kRequestHeaderSize));
   request_from_android(&req, &rsp);
   memset(reply_text_, 0, kRecordTextSize);

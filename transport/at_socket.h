@@ -14,11 +14,10 @@ class AtSocket {
  public:
   virtual ~AtSocket();
 
-  // The one broker, made by the first call, which comes before the listener's thread starts; null when there is no
-  // memory for it.
+  // The one broker; null when there is no memory for it. The first call makes it, before the listener's thread starts.
   static AtSocket* Instance();
 
-  // The carrier of every broadcast, or null for none; it stays the caller's.
+  // Sets the listener that carries every broadcast, or null for none; it stays the caller's.
   void SetListener(CommandListener* listener) { listener_ = listener; }
 
   // Tells the service that its "initialize" was seen (601 and 200 "AT Command Start"); 0.
@@ -30,17 +29,17 @@ class AtSocket {
   // Asks the service to run an AT command (605 and 200 with it); 0.
   int SendAtCommand(const char* cmd);
 
-  // Takes the service's answer, at most 16383 characters, acknowledges it (610 and 200 "Response OK") and wakes who
-  // waits for it; 0. While nobody waits the answer is lost.
+  // Takes the service's answer, at most 16383 characters, acknowledges it (610 and 200 "Response OK") and wakes the
+  // request that waits for it; 0. When no request waits, the answer is lost.
   int SendResponse(const char* text);
 
   // Sends a request's text (605 and 200) and waits at most `seconds` for an answer, of which at most 4095 characters
   // go to `out` (4096 bytes, terminated); 0, or -1 on time-out or when the broker ends, with `out` untouched.
   int sendRequest(const char* text, char* out, unsigned seconds);
 
-  // Sends a request to the service and decodes its answer into *rsp, which the caller has cleared; 0, with data_len -1
-  // when the answer is not a whole record, or -1 when none came within 10 seconds or the
-  // broker ends. On the listener's own thread no answer can come.
+  // Sends a request to the service and decodes its answer into *rsp, which the caller has cleared; 0, or -1 when no
+  // answer came within 10 seconds or the broker ends. For an answer that is not a whole record, returns 0 with data_len
+  // -1. On the listener's own thread no answer can come.
   int ProcessAndroidRequest(rzcmd_request* req, rzcmd_response* rsp);
 
   // Ends every request that waits for an answer, as if none had come, and lets no further one begin; returns once they
@@ -81,8 +80,8 @@ extern AtSocket* g_AtSocket;
 // The listener while the socket is served, else null.
 extern CommandListener* g_CommandListener;
 
-// Hands a service request of the platform to the dispatcher, which fills the cleared response; what service_handler
-// returns.
+// Hands a service request of the platform to the dispatcher, which fills the cleared response. Returns what
+// service_handler returns.
 int request_from_android(rzcmd_request* req, rzcmd_response* rsp);
 
 }  // namespace atd

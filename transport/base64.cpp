@@ -23,7 +23,7 @@ constexpr auto kPairs = [] {
   return table;
 }();
 
-// Each character's six bits, or all bits set, shifted to where they stand in a group of four characters.
+// The six bits of each character, shifted to their place in a group of four; all bits set for a foreign character.
 constexpr std::array<uint32_t, 256> values_shifted_by(int shift) {
   std::array<uint32_t, 256> table{};
   for (uint32_t& value : table) value = kInvalid;
@@ -65,7 +65,7 @@ int base64_decode(const char* src, void* dst, int max) {
   uint32_t bits = 0;
   int position = 0;
   while (true) {
-    // The common case, four valid characters into a group of their own; a NUL is invalid, so nothing behind it is read.
+    // The common case: four valid characters make a group. A NUL is invalid, so nothing after it is read.
     while (position == 0 && end - out >= 3) {
       uint32_t a, b, c, d;
       if ((a = kValue18[in[0]]) == kInvalid || (b = kValue12[in[1]]) == kInvalid || (c = kValue6[in[2]]) == kInvalid ||

@@ -23,12 +23,12 @@ int CommandListener::AtCmd::runCommand(SocketClient*, int argc, char** argv) {
   for (int i = 0; i < argc; ++i) SLOGI("Command[%d] = %s", i, argv[i]);
 
   const char* text = argument(argc, argv);
-  if (strcmp(text, kInitialize) == 0) {
+  if (strcmp(text, kInitializeArgument) == 0) {
     g_AtSocket->Initialize();
-  } else if (strncmp(text, kSend, sizeof kSend - 1) == 0) {
+  } else if (strncmp(text, kAdcArgument, sizeof kAdcArgument - 1) == 0) {
     SLOGI("adc test!");
-    // One separator follows the word; the command begins at the first character after it that can be part of one.
-    const char* command = text + strnlen(text, sizeof kSend);
+    // One separator follows the word, whatever it is. After that the command begins at the first printable character.
+    const char* command = text + strnlen(text, sizeof kAdcArgument);
     while (*command != '\0' &&
            (static_cast<unsigned char>(*command) <= 32 || static_cast<unsigned char>(*command) >= 128)) {
       ++command;

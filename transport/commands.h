@@ -15,14 +15,14 @@ class AtdCommand : public FrameworkCommand {
   int runCommand(SocketClient* client, int argc, char** argv) override = 0;
 };
 
-// The listener on "atd" with its three commands. A line without an argument runs its command with the empty one; every
-// command returns 0.
+// The listener on "atd" with its three commands. A line without an argument runs its command with an empty
+// argument; every command returns 0.
 class CommandListener : public AtFrameworkListener {
  public:
   CommandListener();
 
  private:
-  // "atcommand initialize": the platform service is ready. "atcommand adc TEXT": it is to run an AT command.
+  // "atcommand initialize": the platform service is ready. "atcommand adc TEXT": the service is to run an AT command.
   class AtCmd : public AtdCommand {
    public:
     AtCmd() : AtdCommand(kCommandWord) {}

@@ -13,8 +13,8 @@ namespace atd {
 namespace {
 
 // Both are shared by all clients: lines are read and run on the listener's one thread.
-char buffer[kLineMax + 2];
-char tmp[kLineMax + 2];
+char buffer[kReadBufferSize];
+char tmp[kReadBufferSize];
 
 constexpr int kMaxArguments = 16;
 
@@ -24,7 +24,7 @@ AtFrameworkListener::AtFrameworkListener(const char* socketName)
     : SocketListener(socketName, true), commands_(new android::sysutils::List<FrameworkCommand*>()) {}
 
 AtFrameworkListener::~AtFrameworkListener() {
-  // The thread runs the commands; end it before they go.
+  // The thread runs the commands, so it ends before they are deleted.
   stopListener();
   for (FrameworkCommand* command : *commands_) delete command;
   delete commands_;

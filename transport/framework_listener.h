@@ -15,15 +15,15 @@ class AtFrameworkListener : public SocketListener {
   // Deletes the registered commands.
   ~AtFrameworkListener() override;
 
-  // Appends a command and takes it over. Of two with the same word the first one registered runs.
+  // Appends a command and takes it over. Of two with the same word, the one registered first runs.
   void registerCmd(FrameworkCommand* command);
 
  protected:
-  // Reads once, at most 16382 bytes, and runs every line that ends in a NUL; what lies behind the last NUL is dropped.
-  // True to keep the client, false when it closed or the read failed.
+  // Reads once, at most 16382 bytes, and runs every line that ends in a NUL; what follows the last NUL is dropped.
+  // True keeps the client; false when it has closed or the read failed.
   bool onDataAvailable(SocketClient* client) override;
 
-  // Runs one line. A word that no command has, an open quote and a foreign escape are answered with code 500.
+  // Runs one line. Answers an unknown word, an open quote and an unsupported escape with code 500.
   void dispatchCommand(SocketClient* client, char* line);
 
  private:

@@ -1,4 +1,5 @@
-// How every handler fills its response: the whole record is cleared, then the answer and last the result are set.
+// How every handler fills its response: the whole record is cleared, then the answer is set, and last the
+// result.
 #pragma once
 
 #include "platform/records.h"

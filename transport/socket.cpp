@@ -29,7 +29,7 @@ int init_socket() {
 void stop_socket() {
   SLOGI("%s\n", "stop_socket");
   AtSocket::Clear();
-  // Whoever still waits for the platform uses the listener and the broker.
+  // A request that still waits for the platform uses the listener and the broker.
   if (g_AtSocket) g_AtSocket->EndRequests();
   if (g_CommandListener && g_CommandListener->stopListener() != 0) {
     SLOGE("Unable to stop FrameworkListener (%s)", strerror(errno));

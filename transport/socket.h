@@ -3,7 +3,7 @@
 
 #pragma GCC visibility push(default)
 
-// Serves the local socket "atd" on a thread of its own; 0. Ends the process with status 1 when that cannot be.
+// Serves the local socket "atd" on a thread of its own. Returns 0, or ends the process with status 1 when it cannot.
 int init_socket();
 
 // Tells the clients that the daemon ends, and stops serving.

@@ -6,18 +6,20 @@
 
 namespace atd {
 
-// The longest line that the daemon takes, in bytes without its NUL: it reads the socket 16382 bytes at a time and drops
-// what has no end in the same read.
-inline constexpr size_t kLineMax = 16381;
+// The bytes of the buffer that the daemon reads into; a read leaves one byte for a terminator.
+inline constexpr size_t kReadBufferSize = 16383;
+
+// The longest line that the daemon takes, in bytes without its NUL: what has no end in the same read is dropped.
+inline constexpr size_t kLineMax = kReadBufferSize - 2;
 
 // The command words.
 inline constexpr char kCommandWord[] = "atcommand";
 inline constexpr char kResponseWord[] = "atresponse";
 inline constexpr char kRequestWord[] = "atsrequest";
 
-// The arguments of "atcommand": the whole one, and what begins the other.
-inline constexpr char kInitialize[] = "initialize";
-inline constexpr char kSend[] = "adc";
+// The arguments of "atcommand": kInitializeArgument is a whole argument, the other argument begins with kAdcArgument.
+inline constexpr char kInitializeArgument[] = "initialize";
+inline constexpr char kAdcArgument[] = "adc";
 
 // Codes of messages.
 enum MessageCode {

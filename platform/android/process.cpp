@@ -10,9 +10,9 @@ namespace atd {
 
 namespace {
 
-// In the child of a process with threads: only what is safe in a signal handler until the program runs.
+// Runs in the child of a process with threads, so it calls only what is safe in a signal handler.
 [[noreturn]] void become(const char* const* argv, int failure) {
-  // The daemon's own choices about signals are not the program's.
+  // The program does not inherit what the daemon blocks and ignores.
   signal(SIGPIPE, SIG_DFL);
   sigset_t none;
   sigemptyset(&none);
@@ -33,7 +33,7 @@ pid_t wait_for(pid_t child, int* status) {
 }  // namespace
 
 int os_run(const char* const* argv) {
-  // Closed by a program that starts; what is read from it is the errno of one that did not.
+  // A program that starts closes the pipe. A child that cannot start it writes the errno.
   int failure[2];
   if (!argv[0] || pipe2(failure, O_CLOEXEC) != 0) return -1;
   pid_t child = fork();

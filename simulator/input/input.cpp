@@ -26,7 +26,7 @@ constexpr const char* kStandard =
     "#\n"
     "#   eventN name TEXT     what the device calls itself\n"
     "#   eventN key CODE...   keys that it has: a number, a range such as 2-11, or a name such as KEY_POWER\n"
-    "#   eventN axis CODE...  absolute axes that it has, written likewise\n"
+    "#   eventN axis CODE...  absolute axes that it has, written in the same way\n"
     "#\n"
     "# Several lines about one device add up. A line that makes no sense is left out and named in the main log.\n"
     "event0 name power and volume keys\n"
@@ -152,8 +152,8 @@ bool Input::ioctl(int fd, unsigned long request, void* argument, int* result) {
     case _IOC_NR(EVIOCGBIT(EV_ABS, 0)): *result = give(bytes_of(device.axes), request, argument); break;
     default: errno = EINVAL; return true;
   }
-  // A device takes every record that is written to it; a file would be overwritten from its start by whoever opens it
-  // next. Whoever writes to a device asks for its capabilities first, and is taken to the file's end then.
+  // A device takes every record; in a file, each writer that opens it would overwrite the records from the start. A
+  // writer asks for a device's capabilities first, so this takes it to the file's end.
   lseek(fd, 0, SEEK_END);
   return true;
 }

@@ -41,7 +41,7 @@ class Input {
   // The whole records written to a device since the boot, oldest first.
   std::vector<InputEvent> events(int device) const;
 
-  // The same as text, one line a record: "type 1 (EV_KEY), code 116 (KEY_POWER), value 1".
+  // The same as text, a line for each record: "type 1 (EV_KEY), code 116 (KEY_POWER), value 1".
   std::string decode(int device) const;
 
  private:

@@ -17,11 +17,11 @@ namespace atd::sim {
 
 namespace {
 
-// The bytes that a request has; index: operation.
+// How many bytes a request has, by operation.
 constexpr size_t kLengths[] = {0, 0, 0, kFilePathRequest, kFilePathRequest, kFileCloseRequest, kFileReadRequest,
                                kFileWriteRequest};
 
-// The modem counts its flags as Linux on ARM does, which for these is as Linux does everywhere.
+// The modem's flags have the values of Linux on ARM, which for these are the same everywhere.
 static_assert(O_RDONLY == 0 && O_WRONLY == 1 && O_RDWR == 2 && O_CREAT == 0100 && O_EXCL == 0200 && O_TRUNC == 01000 &&
               O_APPEND == 02000);
 constexpr int kKnownFlags = O_ACCMODE | O_CREAT | O_EXCL | O_TRUNC | O_APPEND;

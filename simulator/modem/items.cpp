@@ -69,8 +69,8 @@ constexpr ModemItems::Item ModemItems::kItems[] = {
     {kCalibrationBackup,   "cal_backup",       Kind::copy,       "1", "cal_data"},
     {kCalibrationRestore,  "cal_data",         Kind::copy,       "1", "cal_backup"},
     {kCalibrationReset,    "cal_data",         Kind::put,        "1", "0"},
-    {kUserDataClear,       "bulk",             Kind::clear_user, "1"},
-    {kSatpcOff,            "",                 Kind::fixed,      "OK"},
+    {kModemDataClear,       "bulk",             Kind::clear_user, "1"},
+    {kSatpcMode0,            "",                 Kind::fixed,      "OK"},
     {kCamp,                "camped_band",      Kind::camp,       "OK"},
     {kWcdmaMaxPowerOn,     "wcdma_max_power",  Kind::put,        "1", "1"},
     {kWcdmaMaxPowerOff,    "wcdma_max_power",  Kind::put,        "1", "0"},
@@ -78,7 +78,7 @@ constexpr ModemItems::Item ModemItems::kItems[] = {
     {kCalibrationCheck,    "",                 Kind::fixed,      "0"},
     {kVcoTuningWrite,      "vco_self_tuning",  Kind::put,        "1", "1"},
     {kVcoTuningRead,       "vco_self_tuning",  Kind::read_text,  "1"},
-    {kSatpcOn,             "",                 Kind::fixed,      "OK"},
+    {kSatpcMode1,             "",                 Kind::fixed,      "OK"},
     {kResetFirstProduction,"",                 Kind::fixed,      "1"},
     {kCheckFirstProduction,"",                 Kind::fixed,      "1"},
     {kCheckStartDay,       "",                 Kind::fixed,      "1"},
@@ -142,7 +142,7 @@ bool ModemItems::answer(int opcode, const std::string& payload, std::string* ans
     if (item.opcode != opcode) continue;
     *answer = item.answer;
     if (!carry_out(item, payload, answer)) return false;
-    // A person's file may be any size.
+    // A file that a person edits may have any size.
     if (answer->size() > MAX_RZCMD_REQ_SIZE) answer->resize(MAX_RZCMD_REQ_SIZE);
     return true;
   }
@@ -218,7 +218,7 @@ bool ModemItems::receive_bulk(const std::string& chunk) {
 
 std::string ModemItems::next_bulk_chunk() {
   const std::string all = stored("bulk", "");
-  // A person may have shortened it in between.
+  // A person may have shortened the file in between.
   const std::string chunk = all.substr(std::min(bulk_sent_, all.size()), kBulkChunk);
   bulk_sent_ = chunk.size() == kBulkChunk ? bulk_sent_ + kBulkChunk : 0;
   return chunk;

@@ -1,4 +1,4 @@
-// The modem's built-in items: what each opcode answers, and keeps, where no row of "sim/modem.conf" says otherwise. An
+// The modem's built-in items: what each opcode answers and keeps where no row of "sim/modem.conf" says otherwise. An
 // item is one file below "sim/modem" in the phone's folder; it survives a reboot.
 #pragma once
 
@@ -32,7 +32,7 @@ class ModemItems {
   bool access_nv(bool write, const std::string& packet, std::string* answer);
 
   std::string folder_;
-  std::string incoming_;  // bulk data so far; kept over a lost connection, because the sender goes on after it
+  std::string incoming_;  // bulk data so far; survives a lost connection, because the sender then goes on
   size_t bulk_sent_ = 0;  // bytes of the stored bulk data already given out
 };
 

@@ -1,4 +1,4 @@
-// The modem behind the vendor's request interface: rows of "sim/modem.conf", over stateful built-in items, over a file
+// The modem behind the vendor's request interface: rows of "sim/modem.conf", then stateful built-in items, then a file
 // system; and every way in which it can fail. Safe to use from any thread.
 #pragma once
 
@@ -33,13 +33,13 @@ class Modem {
   // Starts the modem anew, as a reboot of the phone does: the interface is closed, open files are lost.
   void boot();
 
-  // Makes the n-th request from now on fail; 1 is the next one, 0 none.
+  // Makes the n-th request from now on fail; 1 is the next one, 0 makes none fail.
   void fail_request(int nth);
 
   // Makes the next `times` openings of the interface fail.
   void fail_init(int times);
 
-  // Makes every request fail, one that waits for its answer too, until the interface is opened again; open files are
+  // Makes every request fail until the interface is opened again, also one that waits for its answer; open files are
   // lost.
   void lose_connection();
 
@@ -63,7 +63,7 @@ class Modem {
   std::vector<ModemRequest> requests() const;
   void clear_requests();
 
-  // What the functions of platform/modem_interface.h come down to, with their contracts.
+  // These do the work of the functions of platform/modem_interface.h, and have their contracts.
   int init();
   int release();
   int release_handle();
@@ -86,7 +86,7 @@ class Modem {
   ModemItems items_;
   ModemEfs efs_;
   bool connected_ = false;
-  int connections_ = 0;  // which of them it is
+  int connections_ = 0;  // the number of the present one
   int fail_in_ = 0;      // requests until one fails, counting it
   int fail_inits_ = 0;
   int delay_ms_ = 0;

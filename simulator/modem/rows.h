@@ -19,7 +19,7 @@ class ModemRows {
   // once for each state of the file.
   std::optional<AnswerRow> find(int opcode, const std::string& payload);
 
-  // Reads, and reports, anew at the next request.
+  // Makes the next request read the file again, and report again what is wrong in it.
   void forget() { file_.forget(); }
 
  private:

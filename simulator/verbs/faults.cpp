@@ -48,7 +48,7 @@ void list(SimulatedDevice& device, VerbCall& call) {
   call.answer(text, {{"faults", faults}, {"calls", calls}});
 }
 
-// Takes "nth=3" and its kin; false when the word is not one of them or its number is wrong.
+// Reads "nth=N", "times=N" or "late=MILLISECONDS"; false for another word or a wrong number.
 bool take_option(const std::string& word, Fault* fault) {
   const size_t equals = word.find('=');
   if (equals == word.npos) return false;

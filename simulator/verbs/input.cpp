@@ -18,7 +18,7 @@ void need(VerbCall& call, bool can) {
   if (!can) call.fail(kFailed, "the program that runs this phone does not do this");
 }
 
-// The records that every device got after it had so many.
+// The records that each device got since its text had the length `before`.
 std::string new_events(SimulatedDevice& device, const std::vector<size_t>& before) {
   std::string text;
   for (int n = 0; n <= kLastDevice; ++n) {
@@ -112,7 +112,7 @@ void request(SimulatedDevice& device, VerbCall& call) {
 constexpr Verb kVerbs[] = {
     {"key", "NAME|CODE [press|release]", "Presses and releases a key of an input device: KEY_POWER, or 116.", key},
     {"touch", "MODE X Y", "Touches the screen: 0 release, 1 press, 2 tap, 3 double tap.", touch},
-    {"events", "[DEVICE]", "Shows what the input devices were told since the boot.", events},
+    {"events", "[DEVICE]", "Shows what was written to the input devices since the boot.", events},
     {"keypad", "CODE", "Has the daemon ask the platform for an AT keypad key, by its character code: 35 is #.", keypad},
     {"request", "OPCODE [TEXT...]", "Has the daemon ask the modem (0 to 971) or the platform (1000 to 4414).", request},
 };

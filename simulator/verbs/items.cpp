@@ -64,7 +64,7 @@ Json to_json(const FactoryItem& item, const std::string& bytes) {
           {"value", value_of(item, bytes)}};
 }
 
-// The registered item of an index or a name; null, and the call has failed, when there is none.
+// The registered item of an index or a name; when there is none, fails the call and returns null.
 const FactoryItem* named(VerbCall& call, const std::string& name) {
   int index;
   const bool is_index = read_number(name, 0, INT32_MAX, &index);
@@ -82,8 +82,8 @@ std::string bytes_of_number(const FactoryItem& item, int number) {
   return std::string(1, static_cast<char>(item.encoding == Encoding::digit ? '0' + number : number));
 }
 
-// The bytes of an item for a value: a number for a flag or a digit, a text, or bytes. What is wrong, empty when all is
-// well.
+// Turns a value into the bytes of an item: a number for a flag or a digit, a text, or bytes. Returns what is wrong with
+// the value, "" when it fits.
 std::string to_bytes(const FactoryItem& item, const Json& value, std::string* bytes) {
   const bool numeric = item.encoding == Encoding::flag || item.encoding == Encoding::digit;
   const int highest = item.encoding == Encoding::flag ? 255 : 9;
@@ -120,9 +120,11 @@ Json typed(const FactoryItem& item, const std::string& word) {
   return read_number(word, INT32_MIN, INT32_MAX, &number) ? Json(number) : Json(word);
 }
 
-void store(SimulatedDevice& device, VerbCall& call, const FactoryItem& item, const std::string& bytes) {
-  if (device.items.set(item.index, bytes)) return;
+// False, and the call has failed, when the item cannot be written.
+bool store(SimulatedDevice& device, VerbCall& call, const FactoryItem& item, const std::string& bytes) {
+  if (device.items.set(item.index, bytes)) return true;
   call.fail(kFailed, "item " + std::to_string(item.index) + " cannot be written: " + strerror(errno));
+  return false;
 }
 
 void list(SimulatedDevice& device, VerbCall& call) {
@@ -182,7 +184,9 @@ void import_items(SimulatedDevice& device, VerbCall& call) {
     if (!wrong.empty()) return call.fail(kUsage, "item " + std::to_string(item->index) + ": " + wrong);
     items.emplace_back(item, bytes);
   }
-  for (const auto& [item, bytes] : items) store(device, call, *item, bytes);
+  for (const auto& [item, bytes] : items) {
+    if (!store(device, call, *item, bytes)) return;
+  }
   call.answer(std::to_string(items.size()) + (items.size() == 1 ? " item\n" : " items\n"), {{"items", items.size()}});
 }
 

@@ -92,7 +92,7 @@ void log(SimulatedDevice& device, VerbCall& call) {
   if (!select(call, &selection)) return;
   std::vector<LogLine> before;
   Logs::Follower follower(device.logs, &before);
-  // The time begins a line, and the buffers are one after the other.
+  // The buffers came one after the other; a line begins with its time.
   std::stable_sort(before.begin(), before.end(), [](const LogLine& a, const LogLine& b) {
     return a.text.compare(0, kTimeSize, b.text, 0, kTimeSize) < 0;
   });
@@ -114,7 +114,7 @@ void log_level(SimulatedDevice& device, VerbCall& call) {
 
 constexpr Verb kVerbs[] = {
     {"log", "[-f] [--level LEVEL] [--buffer NAME]",
-     "Shows the buffers main, system and crash, or the one named, from a level on; -f goes on with what comes.", log},
+     "Shows the buffers main, system and crash, or the one named, from a level on; -f goes on with new lines.", log},
     {"log-level", "LEVEL", "Sets the lowest level that the daemon shows on its standard error.", log_level},
 };
 

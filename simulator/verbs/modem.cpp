@@ -2,6 +2,8 @@
 #include <errno.h>
 #include <string.h>
 
+#include <mutex>
+
 #include "desk/answer_rows.h"
 #include "simulator/files.h"
 #include "simulator/simulated_device.h"
@@ -25,6 +27,8 @@ void delay(SimulatedDevice& device, VerbCall& call) {
 }
 
 void row(SimulatedDevice& device, VerbCall& call) {
+  static std::mutex one_at_a_time;
+  std::lock_guard guard(one_at_a_time);
   const std::string file = device.root() + "/sim/modem.conf";
   std::string text;
   if (!read_file(file, &text)) return call.fail(kFailed, "cannot read sim/modem.conf: " + std::string(strerror(errno)));
@@ -42,7 +46,7 @@ void row(SimulatedDevice& device, VerbCall& call) {
 constexpr Verb kVerbs[] = {
     {"modem lose", "", "Breaks the connection to the modem, until the daemon opens it again.", lose},
     {"modem fail", "[N]", "Makes the modem's N-th request from now on fail; 1 is the next one.", fail},
-    {"modem delay", "MILLISECONDS", "Has every answer of the modem come so much later.", delay},
+    {"modem delay", "MILLISECONDS", "Delays every answer of the modem.", delay},
     {"modem row", "ROW...", "Adds a row to sim/modem.conf, before the others: '117 * \"490154203237518\"'.", row},
 };
 

@@ -81,7 +81,7 @@ void clock_advance(SimulatedDevice& device, VerbCall& call) {
 }
 
 constexpr Verb kVerbs[] = {
-    {"status", "", "Shows what runs: since when, clients, log level, faults.", status},
+    {"status", "", "Shows the running phone: since when, clients, log level, faults.", status},
     {"stop", "", "Stops the daemon; starting it again boots the phone.", stop},
     {"reboot", "[REASON]", "Reboots the phone; the reason \"dload\" is download mode, which ends the daemon.", reboot},
     {"power-off", "", "Switches the phone off, which ends the daemon.", power_off},

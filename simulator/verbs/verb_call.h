@@ -33,8 +33,8 @@ class VerbCall {
   // All arguments from the i-th on, with spaces between them.
   std::string rest(size_t i) const;
 
-  // Reads the i-th argument as a whole number; false, and the call has failed, when it is not one from lowest to
-  // highest. `what` names it: "the opcode".
+  // Reads the i-th argument as a whole number; when it is not one from lowest to highest, fails the call and returns
+  // false. `what` names it: "the opcode".
   bool number(size_t i, const char* what, long long lowest, long long highest, int* value);
 
   // Gives an answer: the text for a person, the JSON for a program. False when the caller is gone.
@@ -46,10 +46,10 @@ class VerbCall {
   // Ends the call with an exit status and a sentence that says what to do. The first failure counts.
   void fail(int status, const std::string& error);
 
-  // Has this done after the caller has been told that all is well.
+  // Sets what is done after the caller has been told that all is well.
   void afterwards(std::function<void()> action) { afterwards_ = std::move(action); }
 
-  // Sends the last reply and does what is left for afterwards.
+  // Sends the last reply, then does what `afterwards` has set.
   void end();
 
  private:

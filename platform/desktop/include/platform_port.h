@@ -8,7 +8,7 @@ namespace atd {
 // The type of an ioctl request number.
 using ioctl_request_t = unsigned long;
 
-// A path below the simulated phone's root, as long as the full expression that made it.
+// A path below the simulated phone's root. It lasts as long as the full expression that made it.
 class DevicePath {
  public:
   explicit DevicePath(const char* path);

@@ -21,7 +21,7 @@ int64_t now_ms() {
   return int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
 }
 
-// In how many times its length the patience with a client comes back.
+// A client may make senders wait send_wait_ms in all, in a time that is this many times as long.
 constexpr int kPatienceReturns = 10;
 
 int send_wait_ms() { return std::max(0, atd::sim::SimulatedDevice::current().sockets.send_wait_ms); }
@@ -92,7 +92,7 @@ int SocketClient::sendDatav(struct iovec* iov, int iovcnt, int wait_ms) {
 }
 
 // Waits until the socket takes bytes again or has failed; false with ETIMEDOUT when that takes longer than wait_ms, or
-// than what is left of the patience with this client: one that reads a little now and then holds the others up, too.
+// than what is left of the patience with this client. A client that reads a little now and then delays the others, too.
 bool SocketClient::awaitWritable(int wait_ms) {
   const int64_t start = now_ms();
   if (start - mPatienceSince > int64_t{kPatienceReturns} * send_wait_ms()) {

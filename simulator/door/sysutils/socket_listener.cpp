@@ -26,7 +26,7 @@ constexpr size_t kControl = 0;
 constexpr size_t kAccept = 1;
 constexpr size_t kFirstClient = 2;
 
-// The listener whose thread this is.
+// The listener that runs on this thread.
 thread_local const SocketListener* t_listener = nullptr;
 
 void log_error(const char* what, const char* name, int error) {
@@ -167,7 +167,7 @@ int SocketListener::stopListener() {
   return -1;
 }
 
-// What a start left open; the thread has ended or never ran.
+// Closes what a start has opened; the thread has ended or never ran.
 void SocketListener::closeAll() {
   if (!mBoundPath.empty()) unlink(mBoundPath.c_str());
   mBoundPath.clear();
@@ -190,7 +190,7 @@ void SocketListener::sendBroadcast(int code, const char* msg, bool addErrno) {
   if (auto* record = record_of(mSocketName)) record->broadcast(message.parts, message.count);
   int wait_ms = INT_MAX;
   for (SocketClient* c : Snapshot(this)) {
-    // One that is gone stays until the thread has read what it sent before it went.
+    // A client that is gone stays until the thread has read what it sent before.
     if (c->sendDatav(message.parts, message.count, wait_ms) == 0 || errno != ETIMEDOUT) continue;
     if (release(c)) log_error("Sending to a client of", mSocketName.c_str(), ETIMEDOUT);
     // Clients that read must not wait for each one that does not.
@@ -289,7 +289,7 @@ void SocketListener::refreshPollSet(std::vector<SocketClient*>* polled, std::vec
   for (SocketClient* c : *polled) fds->push_back({c->getSocket(), POLLIN, 0});
 }
 
-// Accepts who waits; false with errno when it failed for a reason that lasts.
+// Accepts the connections that wait; false with errno when that failed for a reason that lasts.
 bool SocketListener::acceptClients() {
   for (int i = 0; i < kAcceptsPerRound; ++i) {
     int fd = accept4(mSock, nullptr, nullptr, SOCK_CLOEXEC);

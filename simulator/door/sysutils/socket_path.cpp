@@ -41,7 +41,7 @@ bool is_stale(int folder, const char* name, const SocketAddress& address) {
   return refused;
 }
 
-// Binds and sets the mode, before anyone can connect; 0 or an error number, then without a file left behind.
+// Binds and sets the mode before anyone can connect; 0, or an error number, and then it leaves no file.
 int bind_file(int fd, int folder, const std::string& path, const char* name) {
   const SocketAddress address(path);
   if (address.error() != 0) return address.error();
@@ -71,7 +71,7 @@ int inherited_socket(const std::string& name, bool listening) {
       !read_option(fd, SO_ACCEPTCONN, &accepts)) {
     return -1;
   }
-  // Init hands a socket over that is bound and not listening yet; a connection is another thing.
+  // Init hands over a socket that is bound and does not listen yet, so only a connected one is unfit for listening.
   struct sockaddr_un peer;
   socklen_t size = sizeof(peer);
   bool connected = getpeername(fd, reinterpret_cast<struct sockaddr*>(&peer), &size) == 0;

@@ -11,8 +11,8 @@ namespace atd::sim {
 int inherited_socket(const std::string& name, bool listening);
 
 // A new socket bound to "/dev/socket/<name>" with mode 0660, not yet listening, and its file's place on the desktop in
-// *bound; a dead one's file is replaced. The caller closes it and removes the file. -1 with errno: EINVAL for a name
-// that is no file name, ENAMETOOLONG, EADDRINUSE when someone listens there or the file is none of a socket.
+// *bound; the file of a dead socket is replaced. The caller closes it and removes the file. -1 with errno: EINVAL for a
+// name that is not a file name, ENAMETOOLONG, EADDRINUSE when someone listens there or the file is not a socket.
 int bind_device_socket(const std::string& name, std::string* bound);
 
 }  // namespace atd::sim

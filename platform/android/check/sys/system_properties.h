@@ -1,5 +1,5 @@
 // The C library's properties, for a compiler whose C library is not the phone's: scripts/check-android has this folder
-// on its include path, a build for a phone has not.
+// on its include path, a build for a phone does not.
 #pragma once
 
 #define PROP_NAME_MAX 32

@@ -30,7 +30,7 @@ class SocketClient {
 
   // Sends "CODE TEXT" and a NUL, with addErrno "CODE TEXT (strerror)" and a NUL; with a command number, "CODE NUMBER
   // TEXT". 0, or -1 with errno: EPIPE or ECONNRESET when the peer is gone, ETIMEDOUT when it did not read for the
-  // bounded time; then the connection is shut down, and so it is when only a part of the message went out.
+  // bounded time. The connection is shut down then, and also when only a part of the message went out.
   int sendMsg(int code, const char* msg, bool addErrno);
   int sendMsg(int code, const char* msg, bool addErrno, bool useCmdNum);
 
@@ -42,7 +42,7 @@ class SocketClient {
   int sendData(const void* data, int len);
   int sendDatav(struct iovec* iov, int iovcnt);
 
-  // Counts one reference more; one less, true when that was the last and the client is gone.
+  // Add one reference, and take one back; decRef is true when that was the last one and the client is gone.
   void incRef();
   bool decRef();
 
@@ -56,8 +56,8 @@ class SocketClient {
   const bool mSocketOwned;
   const bool mUseCmdNum;
   pthread_mutex_t mWriteMutex = PTHREAD_MUTEX_INITIALIZER;
-  int64_t mPatienceSince = 0;  // in milliseconds; both under the write mutex
-  int64_t mWaited = 0;         // for this client since then
+  int64_t mPatienceSince = 0;  // in milliseconds, as is mWaited; both under the write mutex
+  int64_t mWaited = 0;         // how long senders have waited for this client since then
   pid_t mPid = -1;
   uid_t mUid = static_cast<uid_t>(-1);
   gid_t mGid = static_cast<gid_t>(-1);

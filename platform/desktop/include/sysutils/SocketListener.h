@@ -29,7 +29,7 @@ class SocketListener {
   SocketListener(const SocketListener&) = delete;
   SocketListener& operator=(const SocketListener&) = delete;
 
-  // Stops a running thread. It may be in onDataAvailable until then, so a derived class with members stops first.
+  // Stops a running thread. It may be in onDataAvailable until then, so a derived class with members stops it first.
   virtual ~SocketListener();
 
   // Opens the socket and starts the thread; 0, or -1 with errno: EBUSY when it runs already, EINVAL, EBADF or ENOTSOCK
@@ -49,8 +49,8 @@ class SocketListener {
   // Calls the command once for each connection present now.
   void runOnEachSocket(SocketClientCommand* command);
 
-  // Drops a connection; false when it was none of this listener's. The peer sees the end at once, the descriptor is
-  // closed when the last reference is gone.
+  // Drops a connection; false when it is not one of this listener's. The peer sees the end at once; the
+  // descriptor is closed when the last reference is gone.
   bool release(SocketClient* c);
 
  protected:
