@@ -2,9 +2,9 @@
 //
 // A host opens the factory items (init_factory_item) and the modem interface (init_modem_interface), then serves the
 // socket (init_socket). From then on requests of the platform run on the socket's own thread, one at a time. The host
-// calls the other functions on threads of its own. Requests to the modem and the platform take turns by themselves. What
-// keeps something between calls (keys, touch, the modem's bulk data and numbered items) is for one thread at a time.
-// stop_socket ends what waits and tells the clients.
+// calls the other functions on threads of its own. Requests to the modem and the platform take turns by themselves.
+// What keeps something between calls (keys, touch, the modem's bulk data and numbered items) is for one thread at a
+// time. stop_socket ends what waits and tells the clients.
 //
 // Texts are terminated. A buffer is the caller's and holds at least the bytes that its contract names.
 #pragma once

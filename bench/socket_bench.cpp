@@ -25,7 +25,9 @@ namespace {
 constexpr int kGetSerialNumber = 4010;
 constexpr int kGetDiagTtyBlock = 4081;  // answers without touching the phone: the transport alone
 
-std::string whole_request(int opcode) { return atd::request_line(opcode, std::string(MAX_RZCMD_REQ_SIZE, '\0')) + '\0'; }
+std::string whole_request(int opcode) {
+  return atd::request_line(opcode, std::string(MAX_RZCMD_REQ_SIZE, '\0')) + '\0';
+}
 
 // Waits as a client with a time-out does, such as atdctl.
 void receive(int fd, size_t length) {

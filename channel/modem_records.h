@@ -18,12 +18,12 @@ inline constexpr int kFileReadRequest = 12;
 inline constexpr int kFileWriteRequest = 2044;
 
 // The offset of each field in that data.
-inline constexpr int kFilePathAt = 1;         // unlink, open: at most 128 bytes; all 128 have no terminator
+inline constexpr int kFilePathAt = 1;  // unlink, open: at most 128 bytes; all 128 have no terminator
 inline constexpr int kFilePathSize = 128;
-inline constexpr int kFileFlagsAt = 132;      // 32 bits
-inline constexpr int kFileModeAt = 136;       // 32 bits
-inline constexpr int kFileDescriptorAt = 4;   // close, read, write: 32 bits
-inline constexpr int kFileReadCountAt = 8;    // 32 bits
+inline constexpr int kFileFlagsAt = 132;     // 32 bits
+inline constexpr int kFileModeAt = 136;      // 32 bits
+inline constexpr int kFileDescriptorAt = 4;  // close, read, write: 32 bits
+inline constexpr int kFileReadCountAt = 8;   // 32 bits
 inline constexpr int kFileWriteDataAt = 8;
 inline constexpr int kFileWriteCountAt = 2040;  // 32 bits
 inline constexpr int kFileChunk = 2032;         // most bytes of one read or write

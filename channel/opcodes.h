@@ -21,8 +21,8 @@ enum ModemOpcode {
   kCalibrationBackup = 5,      // keep a copy of the calibration data
   kCalibrationRestore = 6,     // take the calibration data back from the copy
   kCalibrationReset = 7,       // reset the calibration data
-  kModemDataClear = 8,          // clear the modem's data before a factory reset
-  kSatpcMode0 = 13,              // SIM toolkit request, mode 0
+  kModemDataClear = 8,         // clear the modem's data before a factory reset
+  kSatpcMode0 = 13,            // SIM toolkit request, mode 0
   kCamp = 20,                  // camp on a band, or by arguments
   kWcdmaMaxPowerOn = 25,       // WCDMA at its maximum power
   kWcdmaMaxPowerOff = 26,      // WCDMA at normal power again
@@ -30,7 +30,7 @@ enum ModemOpcode {
   kCalibrationCheck = 28,      // check the calibration data
   kVcoTuningWrite = 29,        // run the VCO's self-tuning
   kVcoTuningRead = 30,         // read the outcome of the VCO's self-tuning
-  kSatpcMode1 = 32,               // SIM toolkit request, mode 1
+  kSatpcMode1 = 32,            // SIM toolkit request, mode 1
   kResetFirstProduction = 40,  // production reset: first production
   kCheckFirstProduction = 41,  // check of the first production
   kCheckStartDay = 42,         // check of the start day
@@ -60,25 +60,25 @@ enum ModemOpcode {
   kImei3Read = 121,
   kBtadWrite = 122,  // the modem's record of the Bluetooth address
   kBtadRead = 123,
-  kBulkSend = 155,           // one chunk of bulk data, at most 255 bytes; a shorter one is the last
-  kBulkReceive = 156,        // the next chunk of bulk data back
-  kMeidRead = 157,           // MEID
-  kPesnRead = 158,           // pseudo ESN
+  kBulkSend = 155,             // one chunk of bulk data, at most 255 bytes; a shorter one is the last
+  kBulkReceive = 156,          // the next chunk of bulk data back
+  kMeidRead = 157,             // MEID
+  kPesnRead = 158,             // pseudo ESN
   kModemFileSystemSync = 200,  // write the modem's file system out
-  kModemFlightMode = 201,    // flight mode, one byte: 1 on, 0 off
-  kPidRead = 202,            // product ID
+  kModemFlightMode = 201,      // flight mode, one byte: 1 on, 0 off
+  kPidRead = 202,              // product ID
   kPidWrite = 203,
-  kModemReady = 209,         // whether the modem takes commands
-  kRfDeviceCheck = 210,      // check of the RF devices
-  kModemReset = 214,         // restart of the modem
-  kFileSystemAccess = 401,   // one operation on the modem's file system
-  kResetReturn = 510,        // production resets: return, brand, service return
+  kModemReady = 209,        // whether the modem takes commands
+  kRfDeviceCheck = 210,     // check of the RF devices
+  kModemReset = 214,        // restart of the modem
+  kFileSystemAccess = 401,  // one operation on the modem's file system
+  kResetReturn = 510,       // production resets: return, brand, service return
   kResetBrand = 511,
   kResetServiceReturn = 512,
-  kNvRead = 550,             // a numbered item of the modem, in a packet of 132 bytes
+  kNvRead = 550,  // a numbered item of the modem, in a packet of 132 bytes
   kNvWrite = 551,
-  kHardResetKey = 610,       // enable the power key's hard reset
-  kModemBackup = 960,        // backup of the modem's data
+  kHardResetKey = 610,  // enable the power key's hard reset
+  kModemBackup = 960,   // backup of the modem's data
 };
 
 // Requests to the platform.

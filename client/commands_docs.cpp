@@ -142,7 +142,8 @@ atdctl monitor
 
 int run_dictionary() {
   std::string out = "# The socket's lines, and every opcode as a record's first bytes and as a whole line.\n";
-  for (const char* word : {kCommandWord, kResponseWord, kRequestWord, kAdcArgument}) out += fmt::format("\"{} \"\n", word);
+  for (const char* word : {kCommandWord, kResponseWord, kRequestWord, kAdcArgument})
+    out += fmt::format("\"{} \"\n", word);
   out += fmt::format("\"{}\"\n", kInitializeArgument);
   for (const Opcode& row : opcodes()) {
     out += fmt::format("{}=\"", row.name);

@@ -71,8 +71,8 @@ void drop_terminal() {
 // Starts this program anew, as the next boot of the same phone.
 void boot_again(const Options& options, const char* log_level, int spare_socket) {
   if (spare_socket >= 0) setenv(kSocketVariable, std::to_string(spare_socket).c_str(), 1);
-  std::vector<const char*> arguments = {"atd", "--device", options.device.c_str(), "--log-level", log_level,
-                                        "--rebooted"};
+  std::vector<const char*> arguments = {"atd",         "--device", options.device.c_str(),
+                                        "--log-level", log_level,  "--rebooted"};
   if (!options.record.empty()) arguments.insert(arguments.end(), {"--record", options.record.c_str()});
   arguments.push_back(nullptr);
   execv("/proc/self/exe", const_cast<char**>(arguments.data()));
@@ -166,10 +166,13 @@ int main(int argc, char** argv) {
   Options options;
   std::string log_level = "info";
   CLI::App app{"Runs a simulated phone and serves its AT-command socket, DIR/dev/socket/atd."};
-  app.add_option("--device", options.device, "the phone's folder, made on first use")->required()->type_name("DIR")
+  app.add_option("--device", options.device, "the phone's folder, made on first use")
+      ->required()
+      ->type_name("DIR")
       ->check([](const std::string& folder) { return folder.empty() ? "a folder is needed" : ""; });
-  app.add_option("--log-level", log_level, "lowest level shown on standard error: verbose, debug, info (the default), "
-                                           "warn, error or silent")
+  app.add_option("--log-level", log_level,
+                 "lowest level shown on standard error: verbose, debug, info (the default), "
+                 "warn, error or silent")
       ->type_name("LEVEL")
       ->check(CLI::IsMember(kLogLevels));
   app.add_option("--record", options.record, "append what goes over the socket to this file, one JSON object per line")
@@ -181,8 +184,7 @@ int main(int argc, char** argv) {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {
     if (e.get_exit_code() == 0) return app.exit(e);
-    fprintf(stderr, "atd: %s\nUsage: atd --device DIR [--log-level LEVEL] [--record FILE] [--background]\n",
-            e.what());
+    fprintf(stderr, "atd: %s\nUsage: atd --device DIR [--log-level LEVEL] [--record FILE] [--background]\n", e.what());
     return 64;
   }
   options.log_level = kLogLevels.at(log_level);

@@ -79,8 +79,8 @@ bool decode_response(const std::string& text, Response* response, std::string* e
   }
   int32_t data_len = int_at(bytes, offsetof(rzcmd_response, data_len));
   if (data_len != bounded_length(data_len)) {
-    *error = "the answer's data_len is " + std::to_string(data_len) + ", not 0 to " +
-             std::to_string(MAX_RZCMD_REQ_SIZE);
+    *error =
+        "the answer's data_len is " + std::to_string(data_len) + ", not 0 to " + std::to_string(MAX_RZCMD_REQ_SIZE);
     return false;
   }
   size_t came = bytes.size() - kResponseHeaderSize;

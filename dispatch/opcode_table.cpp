@@ -229,8 +229,8 @@ Opcodes opcodes() { return {kOpcodes, sizeof kOpcodes / sizeof *kOpcodes}; }
 
 const Opcode* find_opcode(int number) {
   const Opcodes rows = opcodes();
-  const Opcode* row = std::lower_bound(rows.begin(), rows.end(), number,
-                                       [](const Opcode& a, int wanted) { return a.number < wanted; });
+  const Opcode* row =
+      std::lower_bound(rows.begin(), rows.end(), number, [](const Opcode& a, int wanted) { return a.number < wanted; });
   return row != rows.end() && row->number == number ? row : nullptr;
 }
 

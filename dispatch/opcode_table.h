@@ -51,7 +51,8 @@ struct Handler {
   constexpr Handler(decltype(nullptr)) : shape(Shape::none), answer(nullptr) {}
   constexpr Handler(void (*function)(rzcmd_response* rsp)) : shape(Shape::answer), answer(function) {}
   constexpr Handler(void (*function)(const char* text, rzcmd_response* rsp)) : shape(Shape::text), text(function) {}
-  constexpr Handler(void (*function)(rzcmd_request* req, rzcmd_response* rsp)) : shape(Shape::record), record(function) {}
+  constexpr Handler(void (*function)(rzcmd_request* req, rzcmd_response* rsp))
+      : shape(Shape::record), record(function) {}
 
   Shape shape;
   union {

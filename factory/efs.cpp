@@ -86,7 +86,8 @@ int efs_write(int fd, const void* buffer, int count) {
     size = std::min(count - position, kFileChunk);
     Exchange exchange(kFileWrite, kFileWriteRequest);
     exchange.put(kFileDescriptorAt, fd);
-    memcpy(exchange.req.data + kFileWriteDataAt, static_cast<const char*>(buffer) + position, static_cast<size_t>(size));
+    memcpy(exchange.req.data + kFileWriteDataAt, static_cast<const char*>(buffer) + position,
+           static_cast<size_t>(size));
     exchange.put(kFileWriteCountAt, size);
     int put = exchange.send();
     if (put < 1 || put > size) break;

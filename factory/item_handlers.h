@@ -8,9 +8,9 @@ namespace atd {
 
 // Reads a text item into out (its length and a terminator); 0, or -1 when the store fails.
 int tav_factory_serial_number_read(char* out);     // 13 bytes
-int tav_factory_msn_read(char* out);                // 17 bytes
-int tav_factory_manufacture_date_read(char* out);   // 17 bytes
-int tav_factory_csn_read(char* out);                // 17 bytes
+int tav_factory_msn_read(char* out);               // 17 bytes
+int tav_factory_manufacture_date_read(char* out);  // 17 bytes
+int tav_factory_csn_read(char* out);               // 17 bytes
 
 // Writes the factory serial number, at most 12 characters; 0, or -1 when the store fails.
 int tav_factory_serial_number_write(const char* text);

@@ -21,6 +21,7 @@ struct FactoryItem {
 };
 
 inline constexpr FactoryItem kFactoryItems[] = {
+    // clang-format off
     {2,    1,    Encoding::flag,  "factory status"},
     {3,    1,    Encoding::flag,  "QEM flag"},
     {4,    30,   Encoding::text,  "PID"},
@@ -87,14 +88,17 @@ inline constexpr FactoryItem kFactoryItems[] = {
     {300,  4,    Encoding::bytes, "GPIO sum"},
     {410,  1,    Encoding::flag,  "preload copy status"},
     {3586, 10,   Encoding::text,  "OS upgrade flag"},
+    // clang-format on
 };
 
-static_assert([] {
-  for (unsigned i = 1; i < sizeof kFactoryItems / sizeof *kFactoryItems; ++i) {
-    if (kFactoryItems[i - 1].index >= kFactoryItems[i].index) return false;
-  }
-  return true;
-}(), "factory items stand in the order of their indexes, each once");
+static_assert(
+    [] {
+      for (unsigned i = 1; i < sizeof kFactoryItems / sizeof *kFactoryItems; ++i) {
+        if (kFactoryItems[i - 1].index >= kFactoryItems[i].index) return false;
+      }
+      return true;
+    }(),
+    "factory items stand in the order of their indexes, each once");
 
 // The registered item of an index, or null.
 constexpr const FactoryItem* find_item(unsigned index) {

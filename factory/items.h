@@ -13,8 +13,8 @@ int init_factory_item(int arg);
 // returns 0, or -1.
 int get_factory_status();
 int set_factory_status(int value);  // writes the trace, too; 3 also removes the locale and agreement files
-int get_qem();  // on success also in qem_get_status
-int set_qem(int value);  // on success also in qem_get_status
+int get_qem();                      // on success also in qem_get_status
+int set_qem(int value);             // on success also in qem_get_status
 int get_charger_skip();
 int set_charger_skip(int value);
 int get_frst_running();
@@ -50,49 +50,49 @@ int set_copy_preload_status(int value);
 
 // Whole items: the buffer has the item's length, given in bytes; 0, or -1 when the store fails. A text is padded with
 // NULs, and a full one has no terminator. The items marked "clears" are filled with zeros first.
-int get_pid(char* buffer);  // 30
-int set_pid(const char* buffer);  // 30
-int get_lcd_cal_data(char* buffer);  // 4
-int set_lcd_cal_data(const char* buffer);  // 4
-int get_dload_factory_reset_flag_ftm_item(char* buffer);  // 1
+int get_pid(char* buffer);                                      // 30
+int set_pid(const char* buffer);                                // 30
+int get_lcd_cal_data(char* buffer);                             // 4
+int set_lcd_cal_data(const char* buffer);                       // 4
+int get_dload_factory_reset_flag_ftm_item(char* buffer);        // 1
 int set_dload_factory_reset_flag_ftm_item(const char* buffer);  // 1
-int get_imei_ftm_item(char* buffer);  // 20
-int set_imei_ftm_item(const char* buffer);  // 20
-int get_sw_version_ftm_item(char* buffer);  // 70
-int set_sw_version_ftm_item(const char* buffer);  // 70
-int get_sw_original_version_ftm_item(char* buffer);  // 70
-int set_sw_original_version_ftm_item(const char* buffer);  // 70
-int get_aatset(char* buffer);  // 128
-int set_aatset(const char* buffer);  // 128, clears
-int get_diag_enable_status_from_misc(char* buffer);  // 512
-int set_diag_enable_status_to_misc(const char* buffer);  // 512
-int get_aat_test_order(char* buffer);  // 128
-int set_aat_test_order(const char* buffer);  // 128, clears
-int get_sw_fixed_area_version_ftm_item(char* buffer);  // 50
-int set_sw_fixed_area_version_ftm_item(const char* buffer);  // 50
-int get_buyer_item(char* buffer);  // 8
-int set_buyer_item(const char* buffer);  // 8
-int get_set_revision(char* buffer);  // 10
-int set_set_revision(const char* buffer);  // 10
-int get_selfd_result(char* buffer);  // 64
-int get_pre_selfde_enable(char* buffer);  // 8
-int get_sniff_download_config(char* buffer);  // 512
-int set_sniff_download_config(const char* buffer);  // 512
-int get_sdcard_download_path(char* buffer);  // 512
-int set_sdcard_download_path(const char* buffer);  // 512
-int get_meid_ftm_item(char* buffer);  // 20
-int set_meid_ftm_item(const char* buffer);  // 20
-int get_ldaf_cal_ftm_item(char* buffer);  // 10
-int get_saatresult(char* buffer);  // 128
-int set_saatresult(const char* buffer);  // 128, clears
-int get_midauto_result(char* buffer);  // 128
-int set_midauto_result(const char* buffer);  // 128, clears
-int get_midauto_crc_list(char* buffer);  // 40; a positive result of the store is a failure here
-int set_midauto_crc_list(const char* buffer);  // 40, clears
-int get_gpio_sum(char* buffer);  // 4
-int set_gpio_sum(const char* buffer);  // 4
-int get_os_upgrade_flag_ftm_item(char* buffer);  // 10, always terminated
-int set_os_upgrade_flag_ftm_item(const char* buffer);  // 10
+int get_imei_ftm_item(char* buffer);                            // 20
+int set_imei_ftm_item(const char* buffer);                      // 20
+int get_sw_version_ftm_item(char* buffer);                      // 70
+int set_sw_version_ftm_item(const char* buffer);                // 70
+int get_sw_original_version_ftm_item(char* buffer);             // 70
+int set_sw_original_version_ftm_item(const char* buffer);       // 70
+int get_aatset(char* buffer);                                   // 128
+int set_aatset(const char* buffer);                             // 128, clears
+int get_diag_enable_status_from_misc(char* buffer);             // 512
+int set_diag_enable_status_to_misc(const char* buffer);         // 512
+int get_aat_test_order(char* buffer);                           // 128
+int set_aat_test_order(const char* buffer);                     // 128, clears
+int get_sw_fixed_area_version_ftm_item(char* buffer);           // 50
+int set_sw_fixed_area_version_ftm_item(const char* buffer);     // 50
+int get_buyer_item(char* buffer);                               // 8
+int set_buyer_item(const char* buffer);                         // 8
+int get_set_revision(char* buffer);                             // 10
+int set_set_revision(const char* buffer);                       // 10
+int get_selfd_result(char* buffer);                             // 64
+int get_pre_selfde_enable(char* buffer);                        // 8
+int get_sniff_download_config(char* buffer);                    // 512
+int set_sniff_download_config(const char* buffer);              // 512
+int get_sdcard_download_path(char* buffer);                     // 512
+int set_sdcard_download_path(const char* buffer);               // 512
+int get_meid_ftm_item(char* buffer);                            // 20
+int set_meid_ftm_item(const char* buffer);                      // 20
+int get_ldaf_cal_ftm_item(char* buffer);                        // 10
+int get_saatresult(char* buffer);                               // 128
+int set_saatresult(const char* buffer);                         // 128, clears
+int get_midauto_result(char* buffer);                           // 128
+int set_midauto_result(const char* buffer);                     // 128, clears
+int get_midauto_crc_list(char* buffer);                         // 40; a positive result of the store is a failure here
+int set_midauto_crc_list(const char* buffer);                   // 40, clears
+int get_gpio_sum(char* buffer);                                 // 4
+int set_gpio_sum(const char* buffer);                           // 4
+int get_os_upgrade_flag_ftm_item(char* buffer);                 // 10, always terminated
+int set_os_upgrade_flag_ftm_item(const char* buffer);           // 10
 
 // Stores whether self-diagnosis runs before the test, as a digit character; 0, or -1.
 int set_pre_selfde_enable(int value);

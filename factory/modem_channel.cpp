@@ -57,7 +57,8 @@ int send_modem_data(const char* data, int length) {
   if (length < 0 || !data) return RZCMD_FAIL;
   // The receiver takes the first chunk shorter than the others for the end, so there is always one, if need be empty.
   for (int left = length; left >= 0; left -= kBulkChunk) {
-    int error = request_to_system(kBulkSend, data + (length - left), std::min(left, kBulkChunk), nullptr, nullptr, nullptr);
+    int error =
+        request_to_system(kBulkSend, data + (length - left), std::min(left, kBulkChunk), nullptr, nullptr, nullptr);
     if (error != 0) {
       SLOGE("send_modem_data. Return error:%d\n", error);
       return error;

@@ -38,10 +38,9 @@ int main(int argc, char** argv) {
     }
   }
   int n = 0;
-  for (const std::string& text :
-       {atd::initialize_line(), atd::send_line("AT+CIMI"), atd::response_line({0, 0, "ABC"}),
-        std::string("atcommand \"open"), std::string("atcommand \\n"), std::string("a\"b c\""),
-        std::string("\\\\\\\""), std::string()}) {
+  for (const std::string& text : {atd::initialize_line(), atd::send_line("AT+CIMI"), atd::response_line({0, 0, "ABC"}),
+                                  std::string("atcommand \"open"), std::string("atcommand \\n"),
+                                  std::string("a\"b c\""), std::string("\\\\\\\""), std::string()}) {
     std::ofstream(folder / "fuzz_listener" / ("line-" + std::to_string(n++))) << text + '\0';
   }
   return 0;

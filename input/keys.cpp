@@ -21,7 +21,7 @@ struct Key {
   int number;  // the platform's key number
 };
 
-constexpr Key kAtKeys[] = {{'*', 17}, {'#', 18}, {'A', 27}, {'B', 26}, {'C', 82}, {'D', 25}, {'F', 3},  {'H', 79},
+constexpr Key kAtKeys[] = {{'*', 17}, {'#', 18}, {'A', 27}, {'B', 26}, {'C', 82}, {'D', 25}, {'F', 3}, {'H', 79},
                            {'K', 84}, {'L', 21}, {'P', 4},  {'R', 22}, {'U', 24}, {'V', 20}, {'^', 19}};
 
 constexpr Key kTestModeKeys[] = {{'*', 17}, {'#', 18}, {'P', 5}, {'Q', 6}, {'R', 28}, {150, 24}, {151, 25}};

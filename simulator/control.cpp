@@ -158,9 +158,7 @@ void Control::answer(Caller& caller) {
   const int fd = caller.fd;
   std::string line;
   ControlRequest request;
-  auto send = [&](const ControlReply& reply) {
-    return (reply.last || !hung_up_) && send_all(fd, to_line(reply));
-  };
+  auto send = [&](const ControlReply& reply) { return (reply.last || !hung_up_) && send_all(fd, to_line(reply)); };
   if (read_line(fd, &line)) {
     if (from_line(line, &request)) run_verb(device_, request, send);
     else send({.out = "", .last = true, .status = kUsage, .error = "this is not a request of the control socket"});

@@ -95,7 +95,8 @@ bool Faults::hits(Call call, const std::string& object) {
   {
     std::lock_guard guard(lock_);
     for (Fault& fault : faults_) {
-      if ((fault.call != Call::any && fault.call != call) || (!fault.object.empty() && fault.object != object)) continue;
+      if ((fault.call != Call::any && fault.call != call) || (!fault.object.empty() && fault.object != object))
+        continue;
       if (fault.passes > 0) {
         --fault.passes;
         continue;

@@ -23,7 +23,7 @@ namespace {
 
 constexpr size_t kLinesKept = 4096;  // for a follower
 constexpr size_t kGrowth = 4096;     // multiples of it fill a file exactly
-constexpr size_t kHeadSize = 18;    // "MM-DD hh:mm:ss.mmm"
+constexpr size_t kHeadSize = 18;     // "MM-DD hh:mm:ss.mmm"
 constexpr size_t kTagSize = 64;
 constexpr size_t kTextSize = 4069;  // a log entry carries at most 4068 characters
 constexpr size_t kLineSize = kHeadSize + 64 + kTagSize + kTextSize;
@@ -175,7 +175,8 @@ int Logs::write(int buffer, int priority, const char* tag, const char* format, v
   if (priority >= echo_priority_) {
     // Nobody may be reading; then the line is in the file alone.
     struct pollfd writable = {STDERR_FILENO, POLLOUT, 0};
-    if (poll(&writable, 1, 0) == 1 && ::write(STDERR_FILENO, line, std::min<size_t>(size, PIPE_BUF)) < 0) echo_priority_ = ANDROID_LOG_SILENT;
+    if (poll(&writable, 1, 0) == 1 && ::write(STDERR_FILENO, line, std::min<size_t>(size, PIPE_BUF)) < 0)
+      echo_priority_ = ANDROID_LOG_SILENT;
   }
   for (Follower* follower : followers_) {
     if (follower->lines_.size() == kLinesKept) follower->lines_.pop_front();

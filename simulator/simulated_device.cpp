@@ -19,8 +19,20 @@ namespace {
 std::atomic<SimulatedDevice*> g_current;
 
 constexpr const char* kFolders[] = {
-    "/sim/items", "/data/property", "/data/factory", "/dev/socket", "/dev/log", "/dev/__properties__", "/dev/input",
-    "/dev/block/bootdevice/by-name", "/sys", "/proc", "/cache/recovery", "/storage", "/system/bin", "/system/etc",
+    "/sim/items",
+    "/data/property",
+    "/data/factory",
+    "/dev/socket",
+    "/dev/log",
+    "/dev/__properties__",
+    "/dev/input",
+    "/dev/block/bootdevice/by-name",
+    "/sys",
+    "/proc",
+    "/cache/recovery",
+    "/storage",
+    "/system/bin",
+    "/system/etc",
 };
 
 constexpr const char* kBuildProperties =
@@ -77,8 +89,16 @@ std::unique_ptr<SimulatedDevice> SimulatedDevice::open(const std::string& root, 
 }
 
 SimulatedDevice::SimulatedDevice(std::string root, int lock)
-    : root_(std::move(root)), lock_(lock), faults(clock), logs(root_ + "/dev/log", clock), properties(root_), items(root_), modem(root_, clock, faults),
-      input(root_), power(root_), shell(root_) {
+    : root_(std::move(root)),
+      lock_(lock),
+      faults(clock),
+      logs(root_ + "/dev/log", clock),
+      properties(root_),
+      items(root_),
+      modem(root_, clock, faults),
+      input(root_),
+      power(root_),
+      shell(root_) {
   SimulatedDevice* none = nullptr;
   if (!g_current.compare_exchange_strong(none, this)) {
     fprintf(stderr, "a simulated phone is open already\n");

@@ -27,9 +27,14 @@ std::string decode(const std::string& text, size_t capacity) {
 TEST(Base64, KnownTexts) {
   struct {
     std::string bytes, text;
-  } const rows[] = {{"", ""},          {"A", "QQ=="},          {"AB", "QUI="},
-                    {"ABC", "QUJD"},   {"ABCD", "QUJDRA=="},   {std::string("\0\0\0", 3), "AAAA"},
-                    {"\xff\xff\xfe", "///+"}, {"\xfb\xef\xbe", "++++"}};
+  } const rows[] = {{"", ""},
+                    {"A", "QQ=="},
+                    {"AB", "QUI="},
+                    {"ABC", "QUJD"},
+                    {"ABCD", "QUJDRA=="},
+                    {std::string("\0\0\0", 3), "AAAA"},
+                    {"\xff\xff\xfe", "///+"},
+                    {"\xfb\xef\xbe", "++++"}};
   for (const auto& row : rows) {
     EXPECT_EQ(row.text, encode(row.bytes));
     EXPECT_EQ(row.bytes, decode(row.text, 16));

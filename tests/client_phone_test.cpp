@@ -59,7 +59,8 @@ class FakePhone {
 };
 
 constexpr char kNowhere[] = "/tmp/nowhere";
-constexpr char kDone[] = R"({"status":0})" "\n";
+constexpr char kDone[] = R"({"status":0})"
+                         "\n";
 
 // Runs atdctl with the phone's folder in ATD_DEVICE and nothing else in the environment.
 Outcome atdctl_phone(const std::string& folder, Strings arguments, const std::string& input = "") {
@@ -103,11 +104,18 @@ TEST(ClientPhone, FindsThePhone) {
   EXPECT_EQ(5u, (setenv("ATD_SOCKET", socket.c_str(), 1), atdctl("", {"phone", "status"}), phone.requests().size()));
   unsetenv("ATD_SOCKET");
 
-  const struct { Strings arguments; const char* device; int status; std::string error; } kRows[] = {
+  const struct {
+    Strings arguments;
+    const char* device;
+    int status;
+    std::string error;
+  } kRows[] = {
       {{"status"}, "", 64, "atdctl: no phone is named: give --device DIR or set ATD_DEVICE\n"},
       {{"status", "--socket", "/tmp/other"}, "/x", 64, "no phone is named"},
       {{"status", "--device"}, "", 64, "--device"},
-      {{"status"}, kNowhere, 69,
+      {{"status"},
+       kNowhere,
+       69,
        "atdctl: no phone runs in /tmp/nowhere; start it with: atd --device /tmp/nowhere --background\n"},
       {{"status"}, "/dev/null", 69, "no phone runs in /dev/null; start"},
       {{"item", "import", kNowhere}, kNowhere, 64, "atdctl: /tmp/nowhere: No such file or directory\n"},
@@ -134,16 +142,31 @@ TEST(ClientPhone, FindsThePhone) {
 }
 
 TEST(ClientPhone, ReportsWhatThePhoneSays) {
-  const struct { std::string replies; int status; std::string out, err; } kRows[] = {
-      {R"({"out":"a"})" "\n" R"({"out":{"hex":"00ff"}})" "\n{}\n" R"({"out":"b","status":7,"error":"no\nway"})" "\n",
+  const struct {
+    std::string replies;
+    int status;
+    std::string out, err;
+  } kRows[] = {
+      {R"({"out":"a"})"
+       "\n"
+       R"({"out":{"hex":"00ff"}})"
+       "\n{}\n"
+       R"({"out":"b","status":7,"error":"no\nway"})"
+       "\n",
        7, "a\0\xff"s + "b", "atdctl: no\\nway\n"},
       {kDone + "never read"s, 0, "", ""},
       {R"({"status":0,"out":"the end"}BYE)", 0, "the end", ""},
-      {R"({"out":"a"})" "\n" R"({"status)" "BYE", 69, "a", "went away before it was done"},
+      {R"({"out":"a"})"
+       "\n"
+       R"({"status)"
+       "BYE",
+       69, "a", "went away before it was done"},
       {"BYE", 69, "", "went away before it was done"},
       {"hello\n", 3, "", "the phone's reply makes no sense: hello"},
       {"[]\n", 3, "", "makes no sense"},
-      {R"({"out":7})" "\n", 3, "", "makes no sense"},
+      {R"({"out":7})"
+       "\n",
+       3, "", "makes no sense"},
   };
   for (const auto& row : kRows) {
     FakePhone phone(row.replies);
@@ -155,7 +178,8 @@ TEST(ClientPhone, ReportsWhatThePhoneSays) {
 }
 
 TEST(ClientPhone, ASignalEndsAStream) {
-  FakePhone phone(R"({"out":"line\n"})" "\n");
+  FakePhone phone(R"({"out":"line\n"})"
+                  "\n");
   Outcome outcome;
   std::thread running([&] {
     // The signal is kept until the client waits for it.
@@ -198,11 +222,14 @@ TEST(Client, OpsShowsItsSentencesWhereThereIsRoom) {
     EXPECT_LE(line.size(), 80u) << line;
     EXPECT_NE(' ', line.back()) << line;
   }
-  EXPECT_TRUE(has(narrow, "result  built\n"
-                          "          Marks the sniff download data, sets the factory status to 2 and\n"
-                          "          restarts the phone. (destructive, modem)\n")) << narrow;
-  const std::string whole = "  destructive, modem  Marks the sniff download data, sets the factory status to 2 and "
-                            "restarts the phone.\n";
+  EXPECT_TRUE(has(narrow,
+                  "result  built\n"
+                  "          Marks the sniff download data, sets the factory status to 2 and\n"
+                  "          restarts the phone. (destructive, modem)\n"))
+      << narrow;
+  const std::string whole =
+      "  destructive, modem  Marks the sniff download data, sets the factory status to 2 and "
+      "restarts the phone.\n";
   EXPECT_TRUE(has(ops_text(0, false), whole));
   EXPECT_TRUE(has(ops_text(200, false), whole));
   EXPECT_EQ(ops_text(0, false), atdctl("", {"ops"}).out);

@@ -77,16 +77,21 @@ Reply ask(int opcode, const std::string& payload) {
 
 TEST_F(ServicePhone, ServeAnswersRequestsFromItsFile) {
   const std::string answers = file("answers",
-      "# comment\n\n"
-      "1013 \"one\"    \"first\" status=7   # comment\n"
-      "1013 \"one\"    \"never\"\r\n"
-      " 1013\t\"be\"*   hex:00ff01 delay=1\n"
-      "1013 hex:00    fail\n"
-      "1013 hex:01*   fail result=9\n"
-      "1013 \"\\x41\\n\\\"\\\\\" \"\\x00\\r\\t\"\n"
-      "1011 *         \"\" result=1 status=-1\n"
-      "4414 *         \"" + std::string(2048, 'x') + "\"");
-  const struct { int opcode; std::string payload; Reply reply; } kRows[] = {
+                                   "# comment\n\n"
+                                   "1013 \"one\"    \"first\" status=7   # comment\n"
+                                   "1013 \"one\"    \"never\"\r\n"
+                                   " 1013\t\"be\"*   hex:00ff01 delay=1\n"
+                                   "1013 hex:00    fail\n"
+                                   "1013 hex:01*   fail result=9\n"
+                                   "1013 \"\\x41\\n\\\"\\\\\" \"\\x00\\r\\t\"\n"
+                                   "1011 *         \"\" result=1 status=-1\n"
+                                   "4414 *         \"" +
+                                       std::string(2048, 'x') + "\"");
+  const struct {
+    int opcode;
+    std::string payload;
+    Reply reply;
+  } kRows[] = {
       {1013, "one", {0, "first", 7}},
       {1013, "one\0\0"s, {0, "first", 7}},
       {1013, "one more", {0, "", 0}},
@@ -129,7 +134,8 @@ TEST_F(ServicePhone, ServeLeavesARequestToItsTimeOut) {
   EXPECT_EQ(1, logged(ANDROID_LOG_ERROR, "sendRequest: socket timed out!!"));
   EXPECT_EQ(0, outcome.status) << outcome.err;
   EXPECT_TRUE(has(outcome.out, R"("opcode":1013,"name":null,"data_len":0,"text":null,"byte":null,"hex":null},)"
-                               R"("answer":null})")) << outcome.out;
+                               R"("answer":null})"))
+      << outcome.out;
   EXPECT_TRUE(has(outcome.out, R"("answer":{"result":0,"result_name":"OK","result_status":0,)")) << outcome.out;
   EXPECT_TRUE(has(outcome.out, R"("seq":3,"code":605,"text":"AT+CSQ","decoded":null,"answer":null})")) << outcome.out;
 }
@@ -146,14 +152,25 @@ TEST_F(ServicePhone, ServeEndsWithTheDaemonOrASignal) {
 
 TEST(Client, ServeNamesARowThatMakesNoSense) {
   const std::pair<std::string, const char*> kRows[] = {
-      {"999 * \"\"", "write a number from 1000 to 4414"}, {"4415 * \"\"", "'4415' is not an opcode"},
-      {"10x3 * \"\"", "'10x3' is not an opcode"}, {"1013", "no payload"}, {"1013 abc fail", "no payload"},
-      {"1013 \"abc fail", "no payload"}, {"1013 \"a\"b fail", "no payload"}, {"1013 hex:0 fail", "no payload"},
-      {"1013 *", "no answer"}, {"1013 * failed", "no answer"}, {"1013 * \"x", "no answer"},
-      {"1013 * \"\\q none", "no answer"}, {"1013 * \"\\", "no answer"}, {"1013 * \"x\"y", "no answer"},
+      {"999 * \"\"", "write a number from 1000 to 4414"},
+      {"4415 * \"\"", "'4415' is not an opcode"},
+      {"10x3 * \"\"", "'10x3' is not an opcode"},
+      {"1013", "no payload"},
+      {"1013 abc fail", "no payload"},
+      {"1013 \"abc fail", "no payload"},
+      {"1013 \"a\"b fail", "no payload"},
+      {"1013 hex:0 fail", "no payload"},
+      {"1013 *", "no answer"},
+      {"1013 * failed", "no answer"},
+      {"1013 * \"x", "no answer"},
+      {"1013 * \"\\q none", "no answer"},
+      {"1013 * \"\\", "no answer"},
+      {"1013 * \"x\"y", "no answer"},
       {"1013 * \"" + std::string(2049, 'x') + "\"", "an answer of 2049 bytes: write at most 2048"},
-      {"1013 * fail result=", "'result=' after the answer"}, {"1013 * fail delay=-1", "'delay=-1' after"},
-      {"1013 * fail status=1x", "'status=1x' after"}, {"1013 * fail wait=1", "delay=MILLISECONDS or nothing"},
+      {"1013 * fail result=", "'result=' after the answer"},
+      {"1013 * fail delay=-1", "'delay=-1' after"},
+      {"1013 * fail status=1x", "'status=1x' after"},
+      {"1013 * fail wait=1", "delay=MILLISECONDS or nothing"},
       {"1013 * none delay=1", "write nothing after none"},
   };
   FakeDaemon daemon([](const std::string&) { return ""; });
@@ -223,16 +240,22 @@ TEST_F(RecordedPhone, RecordsBothDirections) {
   restart(recording);
   stop();
   const Strings events = events_of(recording);
-  const Strings kFirst = {"1 connect", "1 in ready?\0"s, "1 out 500 Command not recognized", "2 connect",
-                          "2 in \xff\"\0"s, "2 out 500 Unclosed quotes error"};
+  const Strings kFirst = {"1 connect", "1 in ready?\0"s, "1 out 500 Command not recognized",
+                          "2 connect", "2 in \xff\"\0"s, "2 out 500 Unclosed quotes error"};
   ASSERT_GT(events.size(), 16u) << testing::PrintToString(events);
   EXPECT_EQ(kFirst, Strings(events.begin(), events.begin() + 6));
   const Strings kLater = {"1 in atcommand initialize\0x\0rest"s, "0 out 601 AT Command Start",
                           "0 out 200 AT Command Start", "1 out 500 Command not recognized"};
   EXPECT_NE(events.end(), std::search(events.begin(), events.end(), kLater.begin(), kLater.end()));
-  const Strings kEnd = {"0 out 602 At Command End", "0 out 200 AT Command End", "1 disconnect", "1 connect",
-                        "1 in ready?\0"s, "1 out 500 Command not recognized", "0 out 602 At Command End",
-                        "0 out 200 AT Command End", "1 disconnect"};
+  const Strings kEnd = {"0 out 602 At Command End",
+                        "0 out 200 AT Command End",
+                        "1 disconnect",
+                        "1 connect",
+                        "1 in ready?\0"s,
+                        "1 out 500 Command not recognized",
+                        "0 out 602 At Command End",
+                        "0 out 200 AT Command End",
+                        "1 disconnect"};
   EXPECT_EQ(kEnd, Strings(events.end() - kEnd.size(), events.end()));
   EXPECT_EQ(1, std::count(events.begin(), events.end(), "2 disconnect"));
 }
@@ -303,8 +326,8 @@ TEST_F(RecordedPhone, AReplayFindsTheFirstDifference) {
   Strings events = events_of(recording);
   const std::string asked = "3 in " + request_line(4010, "") + '\0';
   const size_t line = std::find(events.begin(), events.end(), asked) - events.begin() + 1;
-  EXPECT_EQ(recording + ":" + std::to_string(line + 1) + ": the first difference\n" +
-                "  line " + std::to_string(line) + ", client 3: request get_serial_number (4010)\n" +
+  EXPECT_EQ(recording + ":" + std::to_string(line + 1) + ": the first difference\n" + "  line " + std::to_string(line) +
+                ", client 3: request get_serial_number (4010)\n" +
                 "  expected: 210 OK: \"A 2026-01-31\"\n  got:      210 OK: \"B 2026-01-31\"\n",
             outcome.out);
   EXPECT_EQ(0, asking("B 2026-01-31", {"--mask", "x+", "--mask", "^[AB]"}).status);
@@ -316,23 +339,35 @@ TEST_F(RecordedPhone, AReplayPlaysLineByLine) {
   const std::string ready = out + R"(null,"code":601,"text":"AT Command Start")",
                     copy = out + R"(null,"code":200,"text":"AT Command Start")",
                     refused = R"(,"code":500,"text":"Command not recognized")";
-  const struct { Strings lines; int status; const char* shown; } kRows[] = {
+  const struct {
+    Strings lines;
+    int status;
+    const char* shown;
+  } kRows[] = {
       {{connect, start, ready, copy, in + R"(1,"event":"disconnect")"}, 0, "2 messages, no difference\n"},
       {{start, ready, copy, in + R"(2,"bytes":{"hex":"7800"})", out + "2" + refused}, 0, "3 messages, no difference\n"},
       // What is not a whole line is dropped, but only if nothing comes with it.
       {{in + R"(1,"bytes":"atcommand initialize")", in + R"(1,"bytes":"x\u0000")", out + "1" + refused},
-       0, "1 message, "},
-      {{start, ready}, 1, ":2: the first difference\n  line 1, client 1: atcommand initialize\n"
-                          "  expected: nothing more\n  got:      200 AT Command Start\n"},
-      {{in + R"(1,"bytes":"x\u0000")", in + R"(1,"event":"disconnect")"}, 1,
+       0,
+       "1 message, "},
+      {{start, ready},
+       1,
+       ":2: the first difference\n  line 1, client 1: atcommand initialize\n"
+       "  expected: nothing more\n  got:      200 AT Command Start\n"},
+      {{in + R"(1,"bytes":"x\u0000")", in + R"(1,"event":"disconnect")"},
+       1,
        ":2: the first difference\n  line 1, client 1: x\n  expected: nothing more\n  got:      500 Command not"},
       {{start, copy, ready}, 1, "  expected: 200 AT Command Start\n  got:      601 AT Command Start\n"},
       // Neither the end of the recorded daemon nor what it said before any input is expected.
       {{connect, ready, start, ready, copy, out + R"(null,"code":602,"text":"At Command End")",
-        out + R"(null,"code":200,"text":"AT Command End")", in + R"(1,"event":"disconnect")"}, 0, "2 messages, "},
+        out + R"(null,"code":200,"text":"AT Command End")", in + R"(1,"event":"disconnect")"},
+       0,
+       "2 messages, "},
       // When the second client speaks, both have heard the messages before.
       {{connect, in + R"(2,"event":"connect")", start, ready, copy, in + R"(1,"event":"disconnect")",
-        in + R"(2,"bytes":"atcommand initialize\u0000")", ready, copy}, 0, "4 messages, "},
+        in + R"(2,"bytes":"atcommand initialize\u0000")", ready, copy},
+       0,
+       "4 messages, "},
       {{in + R"(1,"event":"missed","count":3)", start, ready, copy}, 0, "2 messages, "},
   };
   for (const auto& row : kRows) {
@@ -341,9 +376,9 @@ TEST_F(RecordedPhone, AReplayPlaysLineByLine) {
     EXPECT_TRUE(has(outcome.out, row.shown)) << outcome.out << row.shown;
   }
   // The replay waits for a restart in the middle, and for the daemon after that.
-  const std::string restarted = recording({start, ready, copy, out + R"(null,"code":602,"text":"At Command End")",
-                                           in + R"(1,"event":"disconnect")", in + R"(1,"bytes":"x\u0000")",
-                                           out + "1" + refused});
+  const std::string restarted =
+      recording({start, ready, copy, out + R"(null,"code":602,"text":"At Command End")",
+                 in + R"(1,"event":"disconnect")", in + R"(1,"bytes":"x\u0000")", out + "1" + refused});
   EXPECT_EQ(75, replay(restarted, {"--timeout", "0.2"}).status);
   restart("");
   Outcome outcome = beside({"replay", restarted}, [](auto&) { stop_socket(), init_socket(); });
@@ -352,12 +387,16 @@ TEST_F(RecordedPhone, AReplayPlaysLineByLine) {
 
 TEST(Client, ReplayRefusesWhatIsNotARecording) {
   const std::string time = R"({"time":"2026-01-31T13:05:00.000001Z",)";
-  const std::string good = time + R"("dir":"in","client":1,"bytes":"x"})" "\n";
+  const std::string good = time + R"("dir":"in","client":1,"bytes":"x"})"
+                                  "\n";
   const std::pair<std::string, const char*> kRows[] = {
       {"", "- has nothing that a client sent"},
       {time + R"("dir":"out","client":null,"code":1,"text":"x"})", "- has nothing that a client sent"},
-      {good + "{", "-:2: not a line"}, {good + "[]", "-:2: not a line"}, {R"({"time":1})", "\"time\" is not written as"},
-      {R"({"time":"2026-01-31"})", "\"time\" is not written as"}, {time + R"("dir":"on"})", "neither \"in\" nor \"out\""},
+      {good + "{", "-:2: not a line"},
+      {good + "[]", "-:2: not a line"},
+      {R"({"time":1})", "\"time\" is not written as"},
+      {R"({"time":"2026-01-31"})", "\"time\" is not written as"},
+      {time + R"("dir":"on"})", "neither \"in\" nor \"out\""},
       {time + R"("dir":"in"})", "\"client\" is no"},
       {time + R"("dir":"in","client":0,"bytes":""})", "\"client\" is no"},
       {time + R"("dir":"in","client":1})", "neither \"bytes\" nor"},
@@ -380,7 +419,11 @@ TEST(Client, ReplayRefusesWhatIsNotARecording) {
 
 TEST(Client, ComparesRecordsDecodedAndMasked) {
   auto record = [](const std::string& data) { return answer(0, data).substr(4, answer(0, data).size() - 5); };
-  const struct { int code; std::string a, b; bool same; } kRows[] = {
+  const struct {
+    int code;
+    std::string a, b;
+    bool same;
+  } kRows[] = {
       {210, record("13:05:00.1 x"), record("1:06:01 x"), true},
       {210, record("x\0"s), record("x"), false},
       {210, record("2026-01-31T13:05:00Z"), record("2027/02/01T13:05:01.5Z"), true},

@@ -36,11 +36,28 @@ TEST(Client, CutsMessagesHoweverTheyArrive) {
 }
 
 TEST(Client, ReadsWhatPeopleType) {
-  const struct { const char* text; bool good; int32_t opcode; } kOpcodes[] = {
-      {"get_serial_number", true, 4010}, {"0xFAA", true, 4010}, {"-5", true, -5}, {"010", true, 10}, {"0x", false, 0},
-      {"2147483647", true, INT32_MAX}, {"-2147483648", true, INT32_MIN}, {"0xffffffff", true, -1}, {"", false, 0},
-      {"2147483648", false, 0}, {"-2147483649", false, 0}, {"0x100000000", false, 0}, {"12a", false, 0},
-      {"-", false, 0}, {"99999999999999999999", false, 0}, {"GET_SERIAL_NUMBER", false, 0}, {"get_serial", false, 0},
+  const struct {
+    const char* text;
+    bool good;
+    int32_t opcode;
+  } kOpcodes[] = {
+      {"get_serial_number", true, 4010},
+      {"0xFAA", true, 4010},
+      {"-5", true, -5},
+      {"010", true, 10},
+      {"0x", false, 0},
+      {"2147483647", true, INT32_MAX},
+      {"-2147483648", true, INT32_MIN},
+      {"0xffffffff", true, -1},
+      {"", false, 0},
+      {"2147483648", false, 0},
+      {"-2147483649", false, 0},
+      {"0x100000000", false, 0},
+      {"12a", false, 0},
+      {"-", false, 0},
+      {"99999999999999999999", false, 0},
+      {"GET_SERIAL_NUMBER", false, 0},
+      {"get_serial", false, 0},
   };
   int32_t unread;
   for (const auto& row : kOpcodes) {
@@ -50,9 +67,18 @@ TEST(Client, ReadsWhatPeopleType) {
   }
   EXPECT_TRUE(has(parse_opcode("GET_seral_numbr", &unread).text, "nearest: get_serial_number, "));
   const std::string full(4096, 'f');
-  const struct { std::string text; bool good; std::string bytes; } kHex[] = {
-      {"", true, ""}, {"00fF", true, "\0\xff"s}, {"0x01 02:03-04\n", true, "\1\2\3\4"},
-      {full, true, std::string(2048, '\xff')}, {full + "00", false, ""}, {"0", false, ""}, {"0 1", false, ""},
+  const struct {
+    std::string text;
+    bool good;
+    std::string bytes;
+  } kHex[] = {
+      {"", true, ""},
+      {"00fF", true, "\0\xff"s},
+      {"0x01 02:03-04\n", true, "\1\2\3\4"},
+      {full, true, std::string(2048, '\xff')},
+      {full + "00", false, ""},
+      {"0", false, ""},
+      {"0 1", false, ""},
   };
   for (const auto& row : kHex) {
     std::string bytes;
@@ -77,9 +103,14 @@ TEST(Client, RequestsAndTheirStatuses) {
       {{"--", "-5", "wait"}, -5, "wait", answer(-1, "\xc3\xa4\n"), 3, "-5: -1\n\xc3\xa4\n"},
       {{"5", "--file", "-"}, 5, "in", answer(0, "\x1b[2J"), 0, "5: OK\n0000  1b 5b 32 4a " + blanks + "|.[2J|\n"},
       {{"get_wine_ime"}, 3200, "", answer(0, "1"), 0, "get_wine_ime (3200): OK\n49 (0x31)\n"},
-      {{"5", "--json"}, 5, "", answer(0, 3, "\xff\0x"s, 7), 0,
-          R"({"opcode":5,"name":null,"result":0,"result_name":"OK",)"
-          R"("result_status":7,"data_len":3,"text":null,"byte":null,"hex":"ff0078"})" "\n"},
+      {{"5", "--json"},
+       5,
+       "",
+       answer(0, 3, "\xff\0x"s, 7),
+       0,
+       R"({"opcode":5,"name":null,"result":0,"result_name":"OK",)"
+       R"("result_status":7,"data_len":3,"text":null,"byte":null,"hex":"ff0078"})"
+       "\n"},
       {{"5"}, 5, "", "605 " + base64("x") + '\0' + answer(0, ""), 0, "5: OK\n"},
       {{"5", std::string(2047, 'x')}, 5, std::string(2047, 'x'), answer(0, ""), 0, "5: OK\n"},
       {{"5", std::string(2048, 'x')}, 0, "", "", 64, ""},
@@ -178,8 +209,10 @@ TEST(Client, MonitorTellsRecordsAndAtCommandsApart) {
   const std::pair<std::string, std::string> kRows[] = {
       {request_line(4010, "p").substr(11), "request get_serial_number (4010), 1 byte: \"p\""},
       {"ATD0123456789012", "ATD0123456789012"},  // base64 letters, a data_len that does not fit
-      {base64("\5\0\0\0\1\0\0\0"s), "BQAAAAEAAAA="}, {base64("\5\0\0\0\0\0\0\0x"s), "BQAAAAAAAAB4"},
-      {"AT\x1b\n\xff", "AT\\x1b\\n\\xff"}, {"====", "===="},
+      {base64("\5\0\0\0\1\0\0\0"s), "BQAAAAEAAAA="},
+      {base64("\5\0\0\0\0\0\0\0x"s), "BQAAAAAAAAB4"},
+      {"AT\x1b\n\xff", "AT\\x1b\\n\\xff"},
+      {"====", "===="},
   };
   for (const auto& row : kRows) stream += "605 " + row.first + '\0';
   FakeDaemon stops([](const std::string&) { return ""; }, stream + "602 end\0BYE"s);

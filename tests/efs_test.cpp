@@ -98,9 +98,9 @@ TEST_F(EfsTest, ImpossibleAnswers) {
     int read;
     int write;
   } const rows[] = {
-      {11, 15, 0, 0},      // more than was asked for
-      {10, 13, 0, 10},     // more than was sent
-      {10, -1, 0, 0},      {10, 3, 0, 0}, {10, 4000, 0, 0}, {-5, 4, 0, 0}, {1 << 30, 2048, 0, 0},
+      {11, 15, 0, 0},   // more than was asked for
+      {10, 13, 0, 10},  // more than was sent
+      {10, -1, 0, 0},  {10, 3, 0, 0}, {10, 4000, 0, 0}, {-5, 4, 0, 0}, {1 << 30, 2048, 0, 0},
   };
   for (const auto& row : rows) {
     memset(buffer, '#', sizeof buffer);

@@ -86,8 +86,8 @@ TEST_F(InjectionTest, NativeKeysGoToTheDeviceThatHasThem) {
 }
 
 TEST_F(InjectionTest, Mappings) {
-  const std::pair<int, int> rows[] = {{'0', 7}, {'9', 16}, {'*', 17}, {'#', 18}, {'P', 5}, {'Q', 6}, {'R', 28},
-                                      {150, 24}, {151, 25}, {'A', 0}, {-1, 0}, {256, 0}, {INT32_MAX, 0}};
+  const std::pair<int, int> rows[] = {{'0', 7},  {'9', 16}, {'*', 17}, {'#', 18}, {'P', 5}, {'Q', 6},      {'R', 28},
+                                      {150, 24}, {151, 25}, {'A', 0},  {-1, 0},   {256, 0}, {INT32_MAX, 0}};
   for (const auto& [code, number] : rows) EXPECT_EQ(number, keypad_change_keycode(code)) << code;
   EXPECT_EQ(16, testmode_key_mapping()['9']);
 }

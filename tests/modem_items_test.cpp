@@ -98,7 +98,7 @@ TEST_F(ModemItemsTest, RecordsAreWrittenAndRead) {
   struct {
     int (*call)(const char*, int, char*, int*);
     int opcode;
-  } const rows[] = {{write_tav_impl, 101}, {read_tav_impl, 102}, {write_tav_bcpl, 103}, {read_tav_bcpl, 104},
+  } const rows[] = {{write_tav_impl, 101}, {read_tav_impl, 102},  {write_tav_bcpl, 103}, {read_tav_bcpl, 104},
                     {read_tav_idde, 106},  {write_tav_otpe, 107}, {write_tav_fusg, 108}, {read_tav_fusg, 109},
                     {write_tav_cdbe, 110}, {write_tav_bcpe, 111}, {write_tav_pid2, 114}, {read_tav_pid2, 115},
                     {write_tav_btad, 122}, {read_tav_btad, 123},  {read_tav_pid, 202},   {write_tav_pid, 203}};

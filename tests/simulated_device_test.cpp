@@ -19,8 +19,13 @@ TEST_F(SimulatedDeviceTest, PathsNeverLeaveThePhone) {
   struct {
     const char *path, *below;
   } const rows[] = {
-      {"/", ""}, {"/data", "/data"}, {"//data/./x/", "/data/x/"}, {"/../../etc/passwd", "/etc/passwd"},
-      {"/data/../..", ""}, {"/data/..hidden", "/data/..hidden"}, {"/a/b/../c", "/a/c"},
+      {"/", ""},
+      {"/data", "/data"},
+      {"//data/./x/", "/data/x/"},
+      {"/../../etc/passwd", "/etc/passwd"},
+      {"/data/../..", ""},
+      {"/data/..hidden", "/data/..hidden"},
+      {"/a/b/../c", "/a/c"},
   };
   for (const auto& row : rows) EXPECT_EQ(root + row.below, std::string(device_path(row.path))) << row.path;
   EXPECT_STREQ("data/factory/logsave.zip", device_path("data/factory/logsave.zip"));

@@ -38,9 +38,7 @@ class InputTest : public Phone {
 
   void configure(const std::string& text) { ASSERT_TRUE(sim::write_file(root_ + "/sim/input.conf", text)); }
 
-  int complaints(const std::string& text) {
-    return device().logs.count(LOG_ID_MAIN, ANDROID_LOG_ERROR, "input", text);
-  }
+  int complaints(const std::string& text) { return device().logs.count(LOG_ID_MAIN, ANDROID_LOG_ERROR, "input", text); }
 };
 
 TEST_F(InputTest, DevicesHaveTheirKeysAndAxesAndNoOthers) {
@@ -49,10 +47,14 @@ TEST_F(InputTest, DevicesHaveTheirKeysAndAxesAndNoOthers) {
     unsigned code;
     bool has;
   } const rows[] = {
-      {0, EV_KEY, KEY_POWER, true},         {0, EV_KEY, KEY_1, false},
-      {0, EV_ABS, ABS_MT_POSITION_X, false}, {1, EV_ABS, ABS_MT_POSITION_X, true},
-      {1, EV_ABS, ABS_X, false},            {1, EV_KEY, KEY_POWER, false},
-      {2, EV_KEY, KEY_0, true},             {2, EV_KEY, KEY_NUMERIC_STAR, true},
+      {0, EV_KEY, KEY_POWER, true},
+      {0, EV_KEY, KEY_1, false},
+      {0, EV_ABS, ABS_MT_POSITION_X, false},
+      {1, EV_ABS, ABS_MT_POSITION_X, true},
+      {1, EV_ABS, ABS_X, false},
+      {1, EV_KEY, KEY_POWER, false},
+      {2, EV_KEY, KEY_0, true},
+      {2, EV_KEY, KEY_NUMERIC_STAR, true},
       {2, EV_ABS, ABS_MT_POSITION_X, false},
   };
   for (const auto& row : rows) {
@@ -90,7 +92,7 @@ TEST_F(InputTest, GivesNoMoreThanTheCallerHasRoomFor) {
 
 TEST_F(InputTest, CollectsWhatIsWrittenUntilTheNextBoot) {
   const InputEvent move = {0, 0, EV_ABS, ABS_MT_POSITION_X, 100}, lift = {0, 0, EV_ABS, ABS_MT_TRACKING_ID, -1},
-                        sync = {0, 0, EV_SYN, SYN_REPORT, 0}, odd = {1, 2, 0xffff, 0xfffe, INT32_MIN};
+                   sync = {0, 0, EV_SYN, SYN_REPORT, 0}, odd = {1, 2, 0xffff, 0xfffe, INT32_MIN};
   inject(1, {move, sync});
   inject(1, {lift, odd, sync});
   EXPECT_EQ((std::vector{move, sync, lift, odd, sync}), device().input.events(1));
@@ -127,13 +129,15 @@ TEST_F(InputTest, FollowsItsFileAndNamesWhatMakesNoSense) {
   EXPECT_FALSE(has(0, EV_KEY, KEY_POWER));
   EXPECT_FALSE(has(1, EV_ABS, ABS_MT_POSITION_X)) << "a device that the file no longer has";
   EXPECT_TRUE(has(5, EV_ABS, 63));
-  const std::string axis = "is not a code of an axis: write a number from 0 to 63, a range such as 2-11, or a name such as ABS_MT_POSITION_X",
-                    key = "is not a code of a key: write a number from 0 to 767, a range such as 2-11, or a name such as KEY_POWER";
+  const std::string
+      axis =
+          "is not a code of an axis: write a number from 0 to 63, a range such as 2-11, or a name such as "
+          "ABS_MT_POSITION_X",
+      key = "is not a code of a key: write a number from 0 to 767, a range such as 2-11, or a name such as KEY_POWER";
   for (const std::string& text :
        {"1: '0x10' " + key, "4: 'event32' is not a device: write event0 to event31"s,
-        "5: 'mouse' is not a device: write event0 to event31"s,
-        "6: 'wheel' after the device: write name, key or axis"s, "7: '768' " + key, "8: '5-4' " + axis,
-        "9: '2-' " + axis, "10: 'KEY_POWER' " + axis}) {
+        "5: 'mouse' is not a device: write event0 to event31"s, "6: 'wheel' after the device: write name, key or axis"s,
+        "7: '768' " + key, "8: '5-4' " + axis, "9: '2-' " + axis, "10: 'KEY_POWER' " + axis}) {
     EXPECT_EQ(1, complaints("sim/input.conf:" + text)) << text;
   }
 }

@@ -45,9 +45,7 @@ class ModemTest : public Phone {
 
   void write_rows(const std::string& text) { ASSERT_TRUE(sim::write_file(root_ + "/sim/modem.conf", text)); }
 
-  int complaints(const std::string& text) {
-    return device().logs.count(LOG_ID_MAIN, ANDROID_LOG_ERROR, "modem", text);
-  }
+  int complaints(const std::string& text) { return device().logs.count(LOG_ID_MAIN, ANDROID_LOG_ERROR, "modem", text); }
 
   rzcmd_response last_;
 };
@@ -401,8 +399,8 @@ TEST_F(ModemFilesTest, NeverLeavesItsFolder) {
   ASSERT_TRUE(sim::write_file(root_ + "/secret", "s"));
   std::filesystem::create_directory_symlink(root_, root_ + "/sim/efs/out");
   std::filesystem::create_symlink(root_ + "/secret", root_ + "/sim/efs/link");
-  for (const char* path : {"../../secret", "/../../secret", "a/../../../secret", "..", "a/..", "out/secret", "link", "",
-                           "/", "."}) {
+  for (const char* path :
+       {"../../secret", "/../../secret", "a/../../../secret", "..", "a/..", "out/secret", "link", "", "/", "."}) {
     EXPECT_LT(open(path, O_RDWR | O_CREAT), 0) << path;
   }
   for (const char* path : {"../../secret", "out/secret", "a/../../../secret"}) EXPECT_LT(unlink(path), 0) << path;

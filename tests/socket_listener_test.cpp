@@ -16,7 +16,9 @@ class Service : public SocketListener {
   ~Service() override { stopListener(); }
   int start() { return startListener() == 0 ? 0 : errno; }
   int stop() { return stopListener() == 0 ? 0 : errno; }
-  void broadcast() { for (int i = 0; i < 50; ++i) sendBroadcast(i, "news", false); }
+  void broadcast() {
+    for (int i = 0; i < 50; ++i) sendBroadcast(i, "news", false);
+  }
   const std::string long_text = std::string(1 << 20, 'a');
   int gate = -1;
   SocketClient* waiting = nullptr;
@@ -140,10 +142,17 @@ TEST_F(SocketService, StartsStopsAndBindsItsFile) {
 TEST_F(SocketService, TakesTheSocketThatInitHandsOver) {
   int fd = bound_socket();
   const std::string number = std::to_string(fd);
-  const std::pair<std::string, int> rows[] = {
-      {"", EINVAL}, {"x", EINVAL}, {"-1", EINVAL}, {"-0", EINVAL}, {number + "x", EINVAL}, {" " + number, EINVAL},
-      {"+" + number, EINVAL}, {"4294967299", EINVAL}, {"1000000", EBADF}, {std::to_string(pair_[0]), EINVAL},
-      {number, 0}};  // bound and not listening yet
+  const std::pair<std::string, int> rows[] = {{"", EINVAL},
+                                              {"x", EINVAL},
+                                              {"-1", EINVAL},
+                                              {"-0", EINVAL},
+                                              {number + "x", EINVAL},
+                                              {" " + number, EINVAL},
+                                              {"+" + number, EINVAL},
+                                              {"4294967299", EINVAL},
+                                              {"1000000", EBADF},
+                                              {std::to_string(pair_[0]), EINVAL},
+                                              {number, 0}};  // bound and not listening yet
   Service holder("held", true);
   __android_log_print(ANDROID_LOG_INFO, "test", "opens the buffer that failures are logged to");
   const auto before = descriptors();

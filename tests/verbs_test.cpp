@@ -69,10 +69,10 @@ TEST_F(VerbTest, TheTableIsWholeAndFindsItsRows) {
     EXPECT_TRUE(std::string(verb.summary).ends_with(".")) << verb.name;
     EXPECT_NE(nullptr, verb.run) << verb.name;
   }
-  for (const char* name :
-       {"status", "stop", "reboot", "power-off", "log", "log-level", "property", "clock advance", "item list",
-        "item get", "item set", "item export", "item import", "key", "touch", "events", "modem lose", "modem fail",
-        "modem delay", "modem row", "fault list", "fault set", "fault clear"}) {
+  for (const char* name : {"status",      "stop",          "reboot",     "power-off", "log",        "log-level",
+                           "property",    "clock advance", "item list",  "item get",  "item set",   "item export",
+                           "item import", "key",           "touch",      "events",    "modem lose", "modem fail",
+                           "modem delay", "modem row",     "fault list", "fault set", "fault clear"}) {
     EXPECT_EQ(1u, names.count(name)) << name;
   }
   tell_all({
@@ -145,7 +145,10 @@ TEST_F(VerbTest, ItemsTravelToAnotherPhoneOrNotAtAll) {
 
   // One that is wrong keeps every item as it is.
   device().items.set(10, "\2");
-  const std::string bad[] = {"", "{}", "[1]", R"([{"index":10,"value":1},{"index":10,"value":"x"}])",
+  const std::string bad[] = {"",
+                             "{}",
+                             "[1]",
+                             R"([{"index":10,"value":1},{"index":10,"value":"x"}])",
                              R"([{"index":10,"value":1},{"index":11111,"value":1}])",
                              R"([{"index":10,"value":1},{"index":6,"value":{"hex":"01"}}])"};
   for (const std::string& text : bad) {
@@ -302,7 +305,9 @@ class ControlTest : public VerbTest {
    public:
     explicit Caller(const std::string& root) : fd_(connect_to(root + "/sim/control")) { EXPECT_GE(fd_, 0); }
     ~Caller() { close(fd_); }
-    void send(const std::string& bytes) { EXPECT_EQ(ssize_t(bytes.size()), ::send(fd_, bytes.data(), bytes.size(), 0)); }
+    void send(const std::string& bytes) {
+      EXPECT_EQ(ssize_t(bytes.size()), ::send(fd_, bytes.data(), bytes.size(), 0));
+    }
     void say(const std::vector<std::string>& words, bool json = false) {
       ControlRequest request;
       request.words = words;
@@ -345,8 +350,13 @@ TEST_F(ControlTest, OnlyItsOwnerMayUseIt) {
 }
 
 TEST_F(ControlTest, AnswersOrRefusesWhateverComes) {
-  for (const std::string& garbage : {"\n"s, "{}\n"s, "[1]\n"s, "\xff\0{\n"s, R"({"words":[1]})" "\n"s,
-                                     R"({"words":"x"})" "\n"s, R"({"words":["x"],"input":{"hex":"0"}})" "\n"s}) {
+  for (const std::string& garbage : {"\n"s, "{}\n"s, "[1]\n"s, "\xff\0{\n"s,
+                                     R"({"words":[1]})"
+                                     "\n"s,
+                                     R"({"words":"x"})"
+                                     "\n"s,
+                                     R"({"words":["x"],"input":{"hex":"0"}})"
+                                     "\n"s}) {
     Caller caller(root_);
     caller.send(garbage);
     const ControlReply reply = caller.next();

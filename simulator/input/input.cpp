@@ -123,8 +123,7 @@ bool Input::load_line(std::string_view line, std::string* error) {
     if (what == "key" ? set_codes(word, EV_KEY, &target.keys) : set_codes(word, EV_ABS, &target.axes)) continue;
     *error = "'" + std::string(word) + "' is not a code of a" + (what == "key" ? " key" : "n axis") +
              ": write a number from 0 to " + std::to_string((what == "key" ? kKeys : kAxes) - 1) +
-             ", a range such as 2-11, or a name such as " +
-             (what == "key" ? "KEY_POWER" : "ABS_MT_POSITION_X");
+             ", a range such as 2-11, or a name such as " + (what == "key" ? "KEY_POWER" : "ABS_MT_POSITION_X");
     return false;
   }
   return true;

@@ -18,8 +18,8 @@ namespace atd::sim {
 namespace {
 
 // How many bytes a request has, by operation.
-constexpr size_t kLengths[] = {0, 0, 0, kFilePathRequest, kFilePathRequest, kFileCloseRequest, kFileReadRequest,
-                               kFileWriteRequest};
+constexpr size_t kLengths[] = {
+    0, 0, 0, kFilePathRequest, kFilePathRequest, kFileCloseRequest, kFileReadRequest, kFileWriteRequest};
 
 // The modem's flags have the values of Linux on ARM, which for these are the same everywhere.
 static_assert(O_RDONLY == 0 && O_WRONLY == 1 && O_RDWR == 2 && O_CREAT == 0100 && O_EXCL == 0200 && O_TRUNC == 01000 &&
@@ -91,7 +91,9 @@ std::string ModemEfs::answer(const std::string& request) {
       case kFileOpen: result = open_file(path, word_at(request, kFileFlagsAt), word_at(request, kFileModeAt)); break;
       case kFileClose: result = close_file(descriptor); break;
       case kFileRead: result = read_file(descriptor, word_at(request, kFileReadCountAt), &bytes); break;
-      case kFileWrite: result = write_file(descriptor, word_at(request, kFileWriteCountAt), &request[kFileWriteDataAt]); break;
+      case kFileWrite:
+        result = write_file(descriptor, word_at(request, kFileWriteCountAt), &request[kFileWriteDataAt]);
+        break;
     }
   }
   const int32_t word = result;

@@ -22,7 +22,8 @@ void need(VerbCall& call, bool can) {
 std::string new_events(SimulatedDevice& device, const std::vector<size_t>& before) {
   std::string text;
   for (int n = 0; n <= kLastDevice; ++n) {
-    const std::string all = device.input.decode(n), fresh = all.substr(std::min(before[static_cast<size_t>(n)], all.size()));
+    const std::string all = device.input.decode(n),
+                      fresh = all.substr(std::min(before[static_cast<size_t>(n)], all.size()));
     if (!fresh.empty()) text += "event" + std::to_string(n) + "\n" + fresh;
   }
   return text;

@@ -174,8 +174,8 @@ void import_items(SimulatedDevice& device, VerbCall& call) {
   // Everything is checked before the first item is written.
   std::vector<std::pair<const FactoryItem*, std::string>> items;
   for (const Json& one : json) {
-    const bool has_both = one.is_object() && one.contains("index") && one["index"].is_number_unsigned() &&
-                          one.contains("value");
+    const bool has_both =
+        one.is_object() && one.contains("index") && one["index"].is_number_unsigned() && one.contains("value");
     if (!has_both) return call.fail(kUsage, "not an item with an \"index\" and a \"value\": " + one.dump());
     const FactoryItem* item = named(call, one["index"].dump());
     if (!item) return;
@@ -193,7 +193,8 @@ void import_items(SimulatedDevice& device, VerbCall& call) {
 constexpr Verb kVerbs[] = {
     {"item list", "", "Shows every factory item with its value.", list},
     {"item get", "INDEX|NAME...", "Shows the value of an item.", get},
-    {"item set", "INDEX|NAME VALUE", "Writes an item: a text, a number for a flag or a digit, hex digits for bytes.", set},
+    {"item set", "INDEX|NAME VALUE", "Writes an item: a text, a number for a flag or a digit, hex digits for bytes.",
+     set},
     {"item export", "", "Writes the items that are set as JSON.", export_items},
     {"item import", "FILE|-", "Writes the items of a file that \"item export\" has written.", import_items},
 };

@@ -37,7 +37,8 @@ void row(SimulatedDevice& device, VerbCall& call) {
   if (!wrong.empty()) return call.fail(kUsage, wrong + "; a row is OPCODE PAYLOAD ANSWER [status=N] [delay=MS]");
   // The first row that matches counts, so the new one goes before the others.
   size_t at = 0;
-  while (at < text.size() && (text[at] == '#' || text[at] == '\n')) at = std::min(text.find('\n', at), text.size() - 1) + 1;
+  while (at < text.size() && (text[at] == '#' || text[at] == '\n'))
+    at = std::min(text.find('\n', at), text.size() - 1) + 1;
   if (!write_file(file, text.substr(0, at) + line + "\n" + text.substr(at))) {
     call.fail(kFailed, "cannot write sim/modem.conf: " + std::string(strerror(errno)));
   }

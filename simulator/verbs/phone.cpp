@@ -36,14 +36,12 @@ void status(SimulatedDevice& device, VerbCall& call) {
     fault_lines += (fault_lines.empty() ? "" : "\n                ") + to_text(fault);
   }
   const std::string level = level_name(device.logs.echo());
-  call.answer("phone           " + device.root() + "\n" +
-                  "daemon          " + device.host.program + ", process " + std::to_string(getpid()) + "\n" +
-                  "running since   " + local_time(device.booted()) + "\n" +
-                  "boots           " + std::to_string(device.boots()) + "\n" +
-                  "phone's clock   " + local_time(now(device)) + "\n" +
-                  "clients         " + std::to_string(device.sockets.clients) + "\n" +
-                  "log level       " + level + "\n" +
-                  "faults          " + (fault_lines.empty() ? "none" : fault_lines) + "\n",
+  call.answer("phone           " + device.root() + "\n" + "daemon          " + device.host.program + ", process " +
+                  std::to_string(getpid()) + "\n" + "running since   " + local_time(device.booted()) + "\n" +
+                  "boots           " + std::to_string(device.boots()) + "\n" + "phone's clock   " +
+                  local_time(now(device)) + "\n" + "clients         " + std::to_string(device.sockets.clients) + "\n" +
+                  "log level       " + level + "\n" + "faults          " +
+                  (fault_lines.empty() ? "none" : fault_lines) + "\n",
               {{"phone", device.root()},
                {"daemon", device.host.program},
                {"pid", getpid()},

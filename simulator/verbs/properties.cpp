@@ -13,7 +13,8 @@ void property(SimulatedDevice& device, VerbCall& call) {
   if (call.count() == 2) {
     // A person may set what a process of the phone may not.
     if (!device.properties.set_at_boot(call[0], call[1])) {
-      call.fail(kUsage, "cannot set \"" + call[0] + "\": a name has letters, digits and ._-@:, a value at most 91 bytes");
+      call.fail(kUsage,
+                "cannot set \"" + call[0] + "\": a name has letters, digits and ._-@:, a value at most 91 bytes");
     }
     return;
   }
@@ -33,8 +34,8 @@ void property(SimulatedDevice& device, VerbCall& call) {
 }
 
 constexpr Verb kVerbs[] = {
-    {"property", "[NAME [VALUE]]", "Shows every property, or one, or sets it; a read-only one (\"ro.\") until the next boot.",
-     property},
+    {"property", "[NAME [VALUE]]",
+     "Shows every property, or one, or sets it; a read-only one (\"ro.\") until the next boot.", property},
 };
 
 }  // namespace
