@@ -26,7 +26,7 @@ int ask_platform(rzcmd_request* req, rzcmd_response* rsp) {
     else if (boot[0] == '1' || boot[0] == '2') SLOGI("[COMMON_INTERFACE] Minios Boot : Call request_to_minios");
     else SLOGI("[COMMON_INTERFACE] Unknown Boot Mode : Call anything");
   }
-  int outcome = g_AtSocket ? g_AtSocket->ProcessAndroidRequest(req, rsp) : -1;
+  int outcome = request_to_android(req, rsp);
   SLOGI("[COMMON_INTERFACE] Receive result value from request_to_android");
   if (outcome != 0) return RZCMD_FAIL;
   if (req->opcode == kPlatform1011 || req->opcode == kPlatform1012) return RZCMD_OK;

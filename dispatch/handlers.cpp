@@ -40,10 +40,12 @@ void handle_sniff_w_mid(rzcmd_response* rsp) {
   constexpr char kMark[8] = "3";
   char data[item<88>.length] = {};
   // An item that cannot be read is not overwritten with an empty one.
-  if (read_item(item<88>, data) >= 0) {
+  bool marked = read_item(item<88>, data) >= 0;
+  if (marked) {
     memcpy(data + 68, kMark, sizeof kMark);
-    write_item(item<88>, data);
+    marked = write_item(item<88>, data) >= 0;
   }
+  if (!marked) SLOGE("[SNIFF] handle_sniff_w_mid : cannot mark item 88");
   respond(rsp, set_factory_status(2) != 0 || system_restart() != 0 ? RZCMD_FAIL : RZCMD_OK);
 }
 

@@ -96,7 +96,7 @@ constexpr Opcode kOpcodes[] = {
      "Answers the CRC of the files."},
     {4063, "get_file_dump",             P::none,     A::text,   0,     S::not_built,   nullptr,
      "Writes the dump of the files."},
-    {4064, "automid_imei",              P::optional, A::text,   M,     S::built,       handle_automid_imei,
+    {4064, "automid_imei",              P::optional, A::text,   D | M, S::built,       handle_automid_imei,
      "Writes the IMEI, or answers it."},
     {4065, "automid_mac",               P::optional, A::text,   0,     S::built,       handle_automid_mac,
      "Writes the WLAN MAC address, or answers it."},

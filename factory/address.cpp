@@ -75,6 +75,7 @@ void handle_automid_mac(const char* text, rzcmd_response* rsp) {
 
 int handle_testmode_bt_write_request(const char* text) {
   uint8_t bytes[atd::kAddressSize];
+  if (strnlen(text, 2 * atd::kAddressSize + 1) != 2 * atd::kAddressSize) return 1;
   if (atd::bt_addr_ascii_to_hexa(text, bytes) != 0 || atd::bt_addr_write(bytes) != 0) return 1;
   SLOGI("[BTUI] tav_load_bluetooth_address");
   if (system_property_set("ctl.start", "bdaddr_loader") != 0) SLOGE("[BTUI] Failed to start bdaddr_loader");

@@ -57,6 +57,7 @@ int campreq(int band) {
 }
 
 int campreq(char** arguments, int count, char* response) {
+  if (!arguments || !response) return RZCMD_FAIL;
   char data[MAX_RZCMD_REQ_SIZE];
   TextWriter text(data);
   for (int i = 0; i < count; ++i) text.text(i > 0 ? "," : "").text(arguments[i]);
@@ -66,7 +67,7 @@ int campreq(char** arguments, int count, char* response) {
   char answer[MAX_RZCMD_REQ_SIZE + 1] = {};
   int length = 0, status = 0;
   int error = request_to_system(kCamp, data, data_length, answer, &length, &status);
-  if (response) TextWriter(response, MAX_RZCMD_REQ_SIZE).text(answer);
+  TextWriter(response, MAX_RZCMD_REQ_SIZE).text(answer);
   SLOGI("[ATcampreq] rsp->result_status : %d\n", status);
   SLOGI("[ATcampreq] rsp->result_data : %s\n", answer);
   SLOGI("[ATcampreq] rsp->result_data_len : %d\n", length);

@@ -7,8 +7,8 @@
 // which the modem has no number returns 0 without a request.
 int campreq(int band);
 
-// Asks the modem to camp by arguments, joined by commas, and puts its answer as text into response (2048 bytes), which
-// may be null; 0, or the error of request_to_system, with 2 for any above 2.
+// Asks the modem to camp by arguments, joined by commas, and puts its answer as text into response (2048 bytes); 0, or
+// the error of request_to_system, with 2 for any above 2; 1 without a request for a null pointer.
 int campreq(char** arguments, int count, char* response);
 
 #pragma GCC visibility pop

@@ -46,7 +46,11 @@ int tav_factory_serial_number_write(const char* text) {
 void handle_charger_skip(const char* data, rzcmd_response* rsp) {
   int number;
   if (!parse_number(data, &number)) return respond(rsp, RZCMD_FAIL);
-  if (number == 2) return respond(rsp, get_charger_skip() != 0);
+  if (number == 2) {
+    int skip = get_charger_skip();
+    if (skip < 0) SLOGE("%s : cannot read item 10\n", "handle_charger_skip");
+    return respond(rsp, skip > 0);
+  }
   set_charger_skip(number);
   respond(rsp, RZCMD_OK);
 }
@@ -79,7 +83,7 @@ void handle_get_wine_ime(rzcmd_response* rsp) {
 }
 
 void handle_set_wine_ime(rzcmd_request* req, rzcmd_response* rsp) {
-  respond(rsp, req->data_len < 1 || set_wine_ime(req->data[0]) != 0 ? RZCMD_FAIL : RZCMD_OK);
+  respond(rsp, set_wine_ime(req->data[0]) != 0 ? RZCMD_FAIL : RZCMD_OK);
 }
 
 }  // namespace atd

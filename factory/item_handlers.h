@@ -16,7 +16,8 @@ int tav_factory_csn_read(char* out);               // 17 bytes
 int tav_factory_serial_number_write(const char* text);
 
 // "2" asks for the charger-skip flag, and the result itself is the flag, 1 or 0. Any other number sets it, with result
-// 0 even when it cannot be stored. A text that is not a number is refused with result 1.
+// 0 even when it cannot be stored. A flag that cannot be read is 0 and logged. A text that is not a number is refused
+// with result 1.
 void handle_charger_skip(const char* data, rzcmd_response* rsp);
 
 // The download mode: "on" or another text that begins with "o" is stored (8 bytes of data); anything else is refused
@@ -44,7 +45,7 @@ void handle_get_image_secno(rzcmd_response* rsp);   // 4 bytes
 // The wine IME flag as one byte, 255 when it cannot be read, always with result 0.
 void handle_get_wine_ime(rzcmd_response* rsp);
 
-// Stores the first payload byte as the wine IME flag; result 1 when there is none or it cannot be stored.
+// Stores the first payload byte as the wine IME flag; result 1 when it cannot be stored.
 void handle_set_wine_ime(rzcmd_request* req, rzcmd_response* rsp);
 
 }  // namespace atd

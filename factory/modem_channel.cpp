@@ -96,7 +96,7 @@ int get_tav_data_from_modem(int opcode, const char* request, int length, char* r
 }
 
 int tav_diag_nvread(int item, char* data) {
-  if (!data) return RZCMD_FAIL;
+  if (!data || item < 0 || item > UINT16_MAX) return RZCMD_FAIL;
   int length = 0;
   int error = exchange(kNvRead, kNvReadCode, item, nullptr, &g_read_answer, &length);
   if (error != 0) return error;
@@ -106,7 +106,7 @@ int tav_diag_nvread(int item, char* data) {
 }
 
 int tav_diag_nvwrite(int item, const char* data) {
-  if (!data) return RZCMD_FAIL;
+  if (!data || item < 0 || item > UINT16_MAX) return RZCMD_FAIL;
   int length = 0;
   int error = exchange(kNvWrite, kNvWriteCode, item, data, &g_write_answer, &length);
   return error != 0 ? error : g_write_answer->status;

@@ -34,7 +34,7 @@ void answer_imei(rzcmd_response* rsp, int opcode) {
 
 void answer_satpc(rzcmd_response* rsp, int mode) {
   ModemAnswer answer;
-  int error = tav_satpc_req(mode, nullptr, 0, answer.data, &answer.length);
+  int error = tav_satpc_req(mode, "", 0, answer.data, &answer.length);
   respond_answer(rsp, error, answer);
 }
 

@@ -100,14 +100,15 @@ int read_tav_pesn(char* rsp, int* rsp_len) { return answer_only_request(kPesnRea
 
 int tav_satpc_req(int mode, const char* data, int len, char* rsp, int* rsp_len) {
   if (mode != 0 && mode != 1) return RZCMD_FAIL;
-  return request(mode == 1 ? kSatpcMode1 : kSatpcMode0, data, len, rsp, rsp_len);
+  return ask(mode == 1 ? kSatpcMode1 : kSatpcMode0, data, len, rsp, rsp_len);
 }
 
 int write_tav_imei(int opcode, const char* data, int len, char* rsp, int* rsp_len) {
   constexpr char kWritten[] = "IMEI WRITE OK";
   constexpr int kWrittenLength = sizeof kWritten - 1;
+  if (!data || !rsp) return RZCMD_FAIL;
   int answered = 0;
-  int error = ask(opcode, data, len, rsp, &answered);
+  int error = request(opcode, data, len, rsp, &answered);
   if (rsp_len) *rsp_len = answered;
   if (error != 0) {
     SLOGE("Cannot get response. Return error:%d\n", error);
@@ -130,8 +131,8 @@ int read_tav_imei(int opcode, const char* data, int len, char* rsp, int* rsp_len
 void make_imei_chksum(char* imei, int length) {
   constexpr int kDigits = 14;
   int digits[16] = {};
-  length = std::min(length, static_cast<int>(sizeof digits / sizeof *digits));
-  for (int i = 0; i < length && imei[i] != '\0'; ++i) digits[i] = imei[i] - '0';
+  // Only the first `length` characters become values; the sum takes the others as they are.
+  for (int i = 0; i <= kDigits && imei[i] != '\0'; ++i) digits[i] = i < length ? imei[i] - '0' : imei[i];
   int sum = 0;
   for (int i = 0; i < kDigits; ++i) {
     int value = digits[i];

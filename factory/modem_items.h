@@ -38,7 +38,8 @@ int read_tav_pesn(char* rsp, int* rsp_len);
 int write_tav_imei(int opcode, const char* data, int len, char* rsp, int* rsp_len);
 int read_tav_imei(int opcode, const char* data, int len, char* rsp, int* rsp_len);
 
-// Puts the check digit of the first 14 digits at position 14 of imei (15 bytes); `length` of them are read.
+// Puts the check digit of the first 14 digits at position 14 of imei (15 bytes). The first `length` characters
+// are read as digits; any after those count by their codes.
 void make_imei_chksum(char* imei, int length);
 
 // Copies the modem's IMEI or MEID to its factory item when they differ; 0, or the error of request_to_system.
@@ -52,7 +53,8 @@ int read_pid(char* buffer);
 // Writes the product ID to the modem and its factory item; 0, or 1 on failure, or the modem's error.
 int write_pid(const char* text);
 
-// Sends a SIM toolkit request, mode 0 or 1; 0, or the error of request_to_system, 1 for another mode.
+// Sends a SIM toolkit request, mode 0 or 1; 0, or the error of request_to_system; 1 without a request for another
+// mode or a null pointer.
 int tav_satpc_req(int mode, const char* data, int len, char* rsp, int* rsp_len);
 
 #pragma GCC visibility pop

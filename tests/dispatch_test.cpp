@@ -129,12 +129,20 @@ const Case kCases[] = {
     {"download mode off", 3171, "", 129, "no\0\0\0\0\0\0"s, 0, "off", "no\0\0\0\0\0\0"s},
     {"wine IME read", 3200, "", 75, "\x02", 0, "\x02", "\x02"},
     {"wine IME write", 3201, "\x03", 75, "\x02", 0, "", "\x03"},
-    {"wine IME without a value", 3201, "", 75, "\x02", 1, "", "\x02"},
+    {"wine IME without a value", 3201, "", 75, "\x02", 0, "", "\0"s},
     {"charger skip asked, set", 4003, "2", 10, "\x05", 1, "", "\x05"},
     {"charger skip asked, not set", 4003, "2", 10, "\0"s, 0, "", "\0"s},
     {"charger skip set", 4003, "257", 10, "\0"s, 0, "", "\x01"},
     {"charger skip without a number", 4003, "", 10, "\x01", 1, "", "\x01"},
     {"charger skip with half a number", 4003, "2x", 10, "\0"s, 1, "", "\0"s},
+    {"charger skip with spaces and a line end", 4003, "  +3 \r\n", 10, "\0"s, 0, "", "\x03"},
+    {"charger skip asked with a line end", 4003, "2\n", 10, "\x05", 1, "", "\x05"},
+    {"charger skip with two numbers", 4003, "2 3", 10, "\0"s, 1, "", "\0"s},
+    {"charger skip with the line end first", 4003, "\n2", 10, "\x05", 1, "", "\x05"},
+    {"charger skip with a lonely sign", 4003, "- 1", 10, "\0"s, 1, "", "\0"s},
+    {"charger skip with 32 bits", 4003, "-2147483648", 10, "\x05", 0, "", "\0"s},
+    {"charger skip beyond 32 bits", 4003, "4294967298", 10, "\0"s, 1, "", "\0"s},
+    {"charger skip beyond 64 bits", 4003, "99999999999999999999", 10, "\x05", 1, "", "\x05"},
     {"MAC write", 4065, "0a1B2c3D4e5Fxyz", 6, std::string(6, '\0'), 0, "", "\x0a\x1b\x2c\x3d\x4e\x5f"},
     {"MAC write, foreign character", 4065, "0a1B2c3D4e5G", 6, "keepme", 1, "", "keepme"},
     {"MAC write, short", 4065, "0a1B", 6, "keepme", 1, "", "keepme"},
@@ -166,7 +174,7 @@ TEST_F(DispatchTest, ItemsThatCannotBeReadOrStored) {
     std::string answer;
   } const rows[] = {
       {3170, "on", 1, ""}, {3171, "", 0, "off"}, {3200, "", 0, "\xFF"},
-      {3201, "\1", 1, ""}, {4003, "2", 1, ""},   {4003, "1", 0, ""},
+      {3201, "\1", 1, ""}, {4003, "2", 0, ""},   {4003, "1", 0, ""},
       {4009, "", 1, ""},   {4010, "", 1, ""},    {4015, "", 1, ""},
       {4016, "", 1, ""},   {4018, "", 1, ""},    {4024, "", 1, ""},
       {4065, "", 1, ""},   {4215, "", 1, ""},    {4296, "", 1, ""},
@@ -177,6 +185,8 @@ TEST_F(DispatchTest, ItemsThatCannotBeReadOrStored) {
     EXPECT_EQ(row.result, rsp.result) << row.opcode;
     EXPECT_EQ(row.answer, data_of(rsp)) << row.opcode;
   }
+  EXPECT_EQ(1, logged(ANDROID_LOG_ERROR, "handle_charger_skip : cannot read item 10"));
+  EXPECT_EQ(1, logged(ANDROID_LOG_ERROR, "[SNIFF] handle_sniff_w_mid : cannot mark item 88"));
 }
 
 TEST_F(DispatchTest, DiagTty) {

@@ -113,6 +113,33 @@ TEST_F(ModemItemsTest, RecordsAreWrittenAndRead) {
   }
 }
 
+TEST_F(ModemItemsTest, NullPointersAndForeignNumbersAskNothing) {
+  char text[] = "1";
+  char* arguments[] = {text};
+  length_ = 77;
+  EXPECT_EQ(1, write_tav_imei(116, nullptr, 1, data_, &length_));
+  EXPECT_EQ(1, write_tav_imei(116, "1", 1, nullptr, &length_));
+  EXPECT_EQ(1, tav_satpc_req(0, nullptr, 0, data_, &length_));
+  EXPECT_EQ(1, tav_satpc_req(1, "", 0, nullptr, &length_));
+  EXPECT_EQ(1, tav_satpc_req(2, "", 0, data_, &length_));
+  EXPECT_EQ(77, length_);
+  EXPECT_EQ(1, campreq(nullptr, 1, data_));
+  EXPECT_EQ(1, campreq(arguments, 1, nullptr));
+  for (int item : {-1, 65536, INT32_MIN, INT32_MAX}) {
+    EXPECT_EQ(1, tav_diag_nvread(item, data_)) << item;
+    EXPECT_EQ(1, tav_diag_nvwrite(item, data_)) << item;
+  }
+  EXPECT_EQ((Requests{}), asked());
+  EXPECT_EQ(0, logged(ANDROID_LOG_ERROR, "Cannot get response. Return error:1"));
+  // What is not among the digits counts by its code: '1' is 49, and 2 * 49 - 9 where it is doubled.
+  char imei[16] = "49015420323751";
+  make_imei_chksum(imei, 13);
+  EXPECT_STREQ("490154203237511", imei);
+  EXPECT_EQ(1, handle_testmode_bt_write_request("0a1B2c3D4e5F0"));
+  EXPECT_EQ(1, handle_testmode_bt_write_request("0a1B2c3D4e5"));
+  EXPECT_EQ(0, handle_testmode_bt_write_request("0a1B2c3D4e5F"));
+}
+
 TEST_F(ModemItemsTest, ImeiIsKeptAsAnItemWhenTheModemTookIt) {
   char imei[16] = "49015420323751";
   make_imei_chksum(imei, 14);

@@ -1,4 +1,5 @@
 // The daemon's socket as its clients see it: framing, splitting, commands, the broker.
+#include <atomic>
 #include <fstream>
 #include <thread>
 
@@ -152,7 +153,7 @@ TEST_F(ServedPhone, AnswersServiceRequests) {
       {"nothing", "", 0},
       {"garbage", "*** ~~~", 0},
       {"shorter than a header", encoded("\x33\x11", 2), 2},  // 4403 in two bytes
-      {"negative length", request_text(3201, "\x07", -1000), 1},
+      {"negative length", request_text(3201, "\x07", -1000), 0},
       {"length beyond the record", request_text(3201, "\x07", 1 << 30), 0},
       {"payload without NUL", request_text(4065, std::string(2048, 'A')), 1},
       {"payload beyond the record", encoded(std::string(4000, 'A').data(), 4000), 0},
@@ -167,7 +168,7 @@ TEST_F(ServedPhone, APlatformRequestIsAnswered) {
   rzcmd_request req = {1013, 3, "abc"};
   rzcmd_response rsp = {};
   int result = -2;
-  std::thread asking([&] { result = g_AtSocket->ProcessAndroidRequest(&req, &rsp); });
+  std::thread asking([&] { result = request_to_android(&req, &rsp); });
   std::string text = encoded(&req, 11);
   EXPECT_EQ((std::vector<std::string>{"605 " + text, "200 " + text}), service_->next(2));
   // A service request in between does not disturb the answer that is waited for.
@@ -180,23 +181,76 @@ TEST_F(ServedPhone, APlatformRequestIsAnswered) {
   EXPECT_EQ(0, memcmp(&answer, &rsp, sizeof rsp));
 }
 
-TEST_F(ServedPhone, AnAnswerOrARequestThatClaimsMoreThanCame) {
-  const rzcmd_response claims = {0, 100, 0, "short"};
-  for (const std::string& text : {""s, "!!!!"s, "QUJD"s, encoded(&claims, 17)}) {
-    int result = -1, length = 0;
+TEST_F(ServedPhone, AShortAnswerStandsAsItIsAndAnImpossibleOneIsNone) {
+  const rzcmd_response claims = {0, 100, 7, "short"}, negative = {0, -1, 0, ""}, too_long = {0, 2049, 0, ""};
+  const int32_t five = 5;
+  struct {
+    const char* what;
+    std::string text;
+    int result, length, status;
+    std::string data;
+  } const rows[] = {
+      {"nothing", "", 0, 0, 0, ""},
+      {"no digits", "!!!!", 0, 0, 0, ""},
+      {"an error alone", encoded(&five, 4), 5, -1, -5, ""},
+      {"more claimed than came", encoded(&claims, 17), 0, 100, 7, "short" + std::string(95, '\0')},
+      {"a negative length", encoded(&negative, 12), 1, -1, -5, ""},
+      {"a length beyond the record", encoded(&too_long, 12), 1, -1, -5, ""},
+  };
+  for (const auto& row : rows) {
+    int result = -5, length = -5, status = -5;
     char out[2048];
-    std::thread asking([&] { result = request_to_system(1013, nullptr, 0, out, &length, nullptr); });
+    std::thread asking([&] { result = request_to_system(1013, nullptr, 0, out, &length, &status); });
     service_->next(2);
-    service_->line("atresponse " + text);
+    service_->line("atresponse " + row.text);
     service_->next(2);
     asking.join();
-    EXPECT_EQ(1, result) << text;
-    EXPECT_EQ(-1, length) << text;
+    EXPECT_EQ(row.result, result) << row.what;
+    EXPECT_EQ(row.length, length) << row.what;
+    EXPECT_EQ(row.status, status) << row.what;
+    if (result == 0) EXPECT_EQ(row.data, std::string(out, static_cast<size_t>(length))) << row.what;
   }
+  // A request's length reaches its handler as it was sent; what did not come is zero.
   init_modem_interface(0);
   const std::string imei = "490154203237518";
   EXPECT_EQ(0, ask(request_text(4293, imei, 2000)).result);
-  EXPECT_EQ((sim::ModemRequest{116, imei}), device().modem.requests().back());
+  EXPECT_EQ((sim::ModemRequest{116, imei + std::string(2000 - imei.size(), '\0')}), device().modem.requests().back());
+}
+
+// Requests of a host's threads begin and wait at every moment of an end.
+TEST_F(ServedPhone, StoppingBesideRequestsNeverUsesABrokerThatIsGone) {
+  std::atomic<bool> done{false};
+  std::atomic<int> ended{0};
+  std::vector<std::thread> askers;
+  for (int i = 0; i < 4; ++i) {
+    askers.emplace_back([&] {
+      while (!done) {
+        EXPECT_EQ(1, request_to_system(1013, "x", 1, nullptr, nullptr, nullptr));
+        ++ended;
+      }
+    });
+  }
+  for (int round = 0; round < 15; ++round) {
+    const int before = ended;
+    device().clock.await_waiters();
+    std::vector<std::string> said;
+    Peer other(socket());
+    other.line("x");
+    while (other.next() != "500 Command not recognized") {
+    }
+    stop_socket();
+    do said.push_back(other.next());
+    while (said.back() != "(closed)" && said.back() != "(nothing)");
+    // Nothing is asked of the platform after the farewell.
+    const auto farewell = std::find(said.begin(), said.end(), "602 At Command End");
+    EXPECT_EQ((std::vector<std::string>{"602 At Command End", "200 AT Command End", "(closed)"}),
+              std::vector<std::string>(farewell, said.end()));
+    while (ended < before + 4) std::this_thread::yield();
+    init_socket();
+  }
+  done = true;
+  stop_socket();
+  for (std::thread& asker : askers) asker.join();
 }
 
 TEST_F(ServedPhone, APlatformRequestTimesOutAfterTenSeconds) {
@@ -207,7 +261,7 @@ TEST_F(ServedPhone, APlatformRequestTimesOutAfterTenSeconds) {
   service_->next(2);
   for (int round = 1; round <= 2; ++round) {
     int result = 1;
-    std::thread asking([&] { result = g_AtSocket->ProcessAndroidRequest(&req, &rsp); });
+    std::thread asking([&] { result = request_to_android(&req, &rsp); });
     service_->next(2);
     device().clock.await_waiters();
     device().clock.advance(9'999'000);
@@ -241,7 +295,7 @@ TEST_F(ServedPhone, StoppingEndsARequestThatWaits) {
   rzcmd_request req = {1013, 0, ""};
   rzcmd_response rsp = {};
   int result = 0;
-  std::thread asking([&] { result = g_AtSocket->ProcessAndroidRequest(&req, &rsp); });
+  std::thread asking([&] { result = request_to_android(&req, &rsp); });
   device().clock.await_waiters();
   stop_socket();
   asking.join();

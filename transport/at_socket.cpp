@@ -3,7 +3,6 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include <algorithm>
 #include <new>
 
 #include "platform/log.h"
@@ -19,6 +18,12 @@ namespace {
 
 constexpr size_t kResponseSize = 16384;
 constexpr unsigned kAndroidTimeoutSeconds = 10;
+
+// Who uses the broker from outside the listener's thread. The lock outlives the broker.
+pthread_mutex_t g_users_lock = PTHREAD_MUTEX_INITIALIZER;
+pthread_cond_t g_users_gone = PTHREAD_COND_INITIALIZER;
+bool g_served = false;
+int g_users = 0;
 
 }  // namespace
 
@@ -103,6 +108,8 @@ int AtSocket::sendRequest(const char* text, char* out, unsigned seconds) {
   bool timed_out;
   {
     ScopedLock lock(response_lock_);
+    // One that has waited for its turn until the end is not sent any more.
+    if (stopping_) return -1;
     answered_ = false;
     waiting_ = ++sent_;
     Broadcast(kPlatformCode, text);
@@ -131,56 +138,61 @@ int AtSocket::ProcessAndroidRequest(rzcmd_request* req, rzcmd_response* rsp) {
   // The platform's answer gets a buffer of its own: a service request may be using reply_text_ on the listener's
   // thread.
   char reply[kRecordTextSize] = "";
-  if (!enter()) return -1;
-  int result;
-  {
-    ScopedLock lock(command_lock_);
-    memset(request_text_, 0, kRecordTextSize);
-    base64_encode(req, kRequestHeaderSize + bounded_length(req->data_len), request_text_);
-    result = sendRequest(request_text_, reply, kAndroidTimeoutSeconds);
-    int length = base64_decode(reply, rsp, sizeof *rsp);
-    // An answer that is not a whole record counts as none; its length tells the reader so.
-    if (result == 0 && length < kResponseHeaderSize + bounded_length(rsp->data_len)) {
-      *rsp = {};
-      rsp->data_len = -1;
-    }
-  }
-  leave();
+  ScopedLock lock(command_lock_);
+  memset(request_text_, 0, kRecordTextSize);
+  base64_encode(req, kRequestHeaderSize + bounded_length(req->data_len), request_text_);
+  int result = sendRequest(request_text_, reply, kAndroidTimeoutSeconds);
+  // What a short answer leaves out stays as it is in the cleared record.
+  base64_decode(reply, rsp, sizeof *rsp);
   return result;
-}
-
-bool AtSocket::enter() {
-  ScopedLock lock(response_lock_);
-  if (!stopping_) ++requests_;
-  return !stopping_;
-}
-
-void AtSocket::leave() {
-  ScopedLock lock(response_lock_);
-  --requests_;
-  pthread_cond_broadcast(&response_signal_);
 }
 
 void AtSocket::EndRequests() {
   ScopedLock lock(response_lock_);
   stopping_ = true;
   pthread_cond_broadcast(&response_signal_);
-  while (requests_ > 0) pthread_cond_wait(&response_signal_, &response_lock_);
 }
 
 int AtSocket::RequestFromAndroid(const char* text) {
   ScopedLock lock(service_request_lock_);
   rzcmd_request req = {};
   rzcmd_response rsp = {};
-  int length = base64_decode(text, &req, sizeof req);
-  // No handler sees a length greater than what came.
-  if (req.data_len > 0) req.data_len = std::min(req.data_len, std::max(0, length - kRequestHeaderSize));
+  base64_decode(text, &req, sizeof req);
   request_from_android(&req, &rsp);
   memset(reply_text_, 0, kRecordTextSize);
   base64_encode(&rsp, kResponseHeaderSize + bounded_length(rsp.data_len), reply_text_);
   SLOGI("Send result to service\n");
   Broadcast(kAnswerCode, reply_text_);
   return 0;
+}
+
+void serve_requests() {
+  ScopedLock lock(g_users_lock);
+  g_served = true;
+}
+
+void end_requests() {
+  ScopedLock lock(g_users_lock);
+  if (!g_served) return;
+  g_served = false;
+  g_AtSocket->EndRequests();
+}
+
+void await_requests() {
+  ScopedLock lock(g_users_lock);
+  while (g_users > 0) pthread_cond_wait(&g_users_gone, &g_users_lock);
+}
+
+int request_to_android(rzcmd_request* req, rzcmd_response* rsp) {
+  {
+    ScopedLock lock(g_users_lock);
+    if (!g_served) return -1;
+    ++g_users;
+  }
+  int result = g_AtSocket->ProcessAndroidRequest(req, rsp);
+  ScopedLock lock(g_users_lock);
+  if (--g_users == 0) pthread_cond_broadcast(&g_users_gone);
+  return result;
 }
 
 }  // namespace atd

@@ -37,13 +37,12 @@ class AtSocket {
   // go to `out` (4096 bytes, terminated); 0, or -1 on time-out or when the broker ends, with `out` untouched.
   int sendRequest(const char* text, char* out, unsigned seconds);
 
-  // Sends a request to the service and decodes its answer into *rsp, which the caller has cleared; 0, or -1 when no
-  // answer came within 10 seconds or the broker ends. For an answer that is not a whole record, returns 0 with data_len
-  // -1. On the listener's own thread no answer can come.
+  // Sends a request to the service and decodes its answer into *rsp, which the caller has cleared: what a short answer
+  // leaves out stays as it is. 0, or -1 when no answer came within 10 seconds or the broker ends. On the listener's own
+  // thread no answer can come.
   int ProcessAndroidRequest(rzcmd_request* req, rzcmd_response* rsp);
 
-  // Ends every request that waits for an answer, as if none had come, and lets no further one begin; returns once they
-  // have all ended.
+  // Ends every request that waits for an answer, as if none had come, and sends no further one.
   void EndRequests();
 
   // Runs the service request in a base64 text and broadcasts its response (210); 0.
@@ -52,8 +51,6 @@ class AtSocket {
  private:
   AtSocket();
   void Broadcast(int code, const char* text);
-  bool enter();
-  void leave();
 
   static AtSocket* sInstance;
 
@@ -71,7 +68,6 @@ class AtSocket {
   unsigned waiting_ = 0;   // the one that waits for its answer, 0 for none
   bool answered_ = false;  // its answer has come
   bool stopping_ = false;
-  int requests_ = 0;  // under way
 };
 
 // The broker while the socket is served, else null.
@@ -79,6 +75,19 @@ extern AtSocket* g_AtSocket;
 
 // The listener while the socket is served, else null.
 extern CommandListener* g_CommandListener;
+
+// Lets requests to the platform use the broker from now on; it listens already.
+void serve_requests();
+
+// Lets no further request begin and ends those that wait for an answer.
+void end_requests();
+
+// Returns once no request uses the broker.
+void await_requests();
+
+// Sends a request to the platform through the broker, on any thread; as ProcessAndroidRequest, and -1 while the socket
+// is not served.
+int request_to_android(rzcmd_request* req, rzcmd_response* rsp);
 
 // Hands a service request of the platform to the dispatcher, which fills the cleared response. Returns what
 // service_handler returns.

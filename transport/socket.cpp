@@ -22,15 +22,17 @@ int init_socket() {
     SLOGE("Unable to start FrameworkListener (%s)", strerror(errno));
     exit(1);
   }
+  serve_requests();
   SLOGI("%s: sucess init socket .....", "init_socket");
   return 0;
 }
 
 void stop_socket() {
   SLOGI("%s\n", "stop_socket");
+  // After the clients are told, no request follows.
+  end_requests();
   AtSocket::Clear();
-  // A request that still waits for the platform uses the listener and the broker.
-  if (g_AtSocket) g_AtSocket->EndRequests();
+  await_requests();
   if (g_CommandListener && g_CommandListener->stopListener() != 0) {
     SLOGE("Unable to stop FrameworkListener (%s)", strerror(errno));
   }
