@@ -18,9 +18,10 @@ set_target_properties(atd_common_shared PROPERTIES OUTPUT_NAME atd_common LINK_D
 if(ATD_ANDROID_LIBRARIES)
   target_link_libraries(atd_common_shared PUBLIC ${ATD_ANDROID_LIBRARIES})
   target_link_options(atd_common_shared PRIVATE -Wl,-z,defs)
-  add_executable(atd daemon/main.cpp)
+  add_executable(atd daemon/main.cpp daemon/boot.cpp)
+  set_target_properties(atd PROPERTIES CXX_STANDARD 17)
   target_link_libraries(atd PRIVATE atd_common_shared)
 else()
-  # Without the device's libraries at hand their functions stay open: whoever links the library names them then.
+  # Without the device's libraries their functions stay undefined. Whoever links the library names these libraries then.
   target_link_options(atd_common_shared PRIVATE -Wl,-z,undefs)
 endif()

@@ -17,7 +17,9 @@ need() {
   command -v apt-get >/dev/null || { printf 'not a Debian or Ubuntu machine; needed: %s\n' "$*"; return 0; }
   local missing
   # shellcheck disable=SC2046
-  missing=$(printf '%s\n' "$@" | grep -vxF "$(dpkg-query -W -f '${db:Status-Abbrev}${Package}\n' "$@" 2>/dev/null | sed -n 's/^ii //p')" || true)
+  missing=$(printf '%s\n' "$@" | grep -vxF "$(
+    dpkg-query -W -f '${db:Status-Abbrev}${Package}\n' "$@" 2>/dev/null | sed -n 's/^ii //p'
+  )" || true)
   [ -n "$missing" ] || return 0
   say "installing" $missing
   as_root apt-get update -qq || true
@@ -25,16 +27,20 @@ need() {
   as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends $missing >/dev/null
 }
 
-BUILD_PACKAGES="g++ cmake ninja-build libcli11-dev nlohmann-json3-dev"
+BUILD_PACKAGES="g++ cmake ninja-build pkg-config libcli11-dev nlohmann-json3-dev libfmt-dev libevdev-dev"
 TEST_PACKAGES="libgtest-dev libgmock-dev"
 
-# build FOLDER [CMAKE-OPTION...] [-- TARGET...]
+# rooms: the library's rooms, from the ground up.
+rooms() { sed -n 's/^[0-9]* \([a-z]*\)$/\1/p' rooms.txt; }
+
+# build PRESET [CMAKE-OPTION...] [-- TARGET...]: configures by a preset of CMakePresets.json, whose folder is "build" or
+# "build-PRESET", and builds there.
 build() {
-  local folder=$1; shift
-  local options=()
+  local folder=build-$1 options=(--preset "$1" -DATD_WERROR=ON); shift
+  folder=${folder%-default}
   while [ $# -gt 0 ] && [ "$1" != -- ]; do options+=("$1"); shift; done
   [ $# -eq 0 ] || shift
-  cmake -S . -B "$folder" -G Ninja "${options[@]}" >"$folder.log" 2>&1 || { cat "$folder.log" >&2; die "cannot configure $folder"; }
+  cmake "${options[@]}" >"$folder.log" 2>&1 || { cat "$folder.log" >&2; die "cannot configure $folder"; }
   mv "$folder.log" "$folder/configure.log"
   ninja -C "$folder" --quiet "$@" || die "the build in $folder failed"
 }
