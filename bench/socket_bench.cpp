@@ -16,7 +16,7 @@
 #include <vector>
 
 #include "bench/peers.h"
-#include "desk/records.h"
+#include "desk/framing.h"
 #include "desk/socket_address.h"
 #include "platform/records.h"
 

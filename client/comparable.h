@@ -8,7 +8,7 @@
 
 #include "client/output.h"
 #include "desk/message.h"
-#include "desk/records.h"
+#include "desk/framing.h"
 
 namespace atd::client {
 

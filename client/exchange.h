@@ -7,7 +7,7 @@
 #include "client/connection.h"
 #include "client/output.h"
 #include "desk/message.h"
-#include "desk/records.h"
+#include "desk/framing.h"
 
 namespace atd::client {
 

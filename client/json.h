@@ -8,7 +8,7 @@
 #include <string>
 
 #include "desk/message.h"
-#include "desk/records.h"
+#include "desk/framing.h"
 #include "dispatch/opcode_table.h"
 
 namespace atd::client {

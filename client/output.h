@@ -9,7 +9,7 @@
 #include <string_view>
 
 #include "desk/message.h"
-#include "desk/records.h"
+#include "desk/framing.h"
 #include "dispatch/opcode_table.h"
 
 namespace atd::client {

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "desk/records.h"
+#include "desk/framing.h"
 
 namespace atd {
 

@@ -3,7 +3,7 @@
 #include <stdint.h>
 
 #include "atd.h"
-#include "desk/records.h"
+#include "desk/framing.h"
 #include "fuzz/fuzz_phone.h"
 #include "transport/at_socket.h"
 

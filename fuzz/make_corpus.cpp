@@ -6,7 +6,7 @@
 #include <fstream>
 #include <string>
 
-#include "desk/records.h"
+#include "desk/framing.h"
 #include "dispatch/opcode_table.h"
 #include "platform/records.h"
 

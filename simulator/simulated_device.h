@@ -14,7 +14,7 @@
 #include "simulator/logs.h"
 #include "simulator/modem/modem.h"
 #include "simulator/power.h"
-#include "simulator/properties.h"
+#include "simulator/property_store.h"
 #include "simulator/shell.h"
 #include "simulator/sockets.h"
 #include "simulator/threads.h"

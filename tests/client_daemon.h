@@ -16,7 +16,7 @@
 
 #include "client/cli.h"
 #include "desk/message.h"
-#include "desk/records.h"
+#include "desk/framing.h"
 #include "desk/socket_address.h"
 #include "transport/base64.h"
 

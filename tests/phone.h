@@ -15,7 +15,7 @@
 #include <vector>
 
 #include "desk/message.h"
-#include "desk/records.h"
+#include "desk/framing.h"
 #include "desk/socket_address.h"
 #include "simulator/simulated_device.h"
 #include "transport/base64.h"

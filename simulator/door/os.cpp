@@ -28,10 +28,12 @@ bool refuse(Call call, const std::string& object, int error) {
 
 }  // namespace
 
-DevicePath::DevicePath(const char* path) {
+DevicePath device_path(const char* path) {
+  DevicePath result;
   std::string text = path[0] == '/' ? SimulatedDevice::current().path(path) : path;
-  if (text.size() >= sizeof text_) text.clear();
-  memcpy(text_, text.c_str(), text.size() + 1);
+  if (text.size() >= sizeof result.text) text.clear();
+  memcpy(result.text, text.c_str(), text.size() + 1);
+  return result;
 }
 
 int os_ioctl(int fd, ioctl_request_t request, void* argument) {

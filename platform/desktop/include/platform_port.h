@@ -9,17 +9,13 @@ namespace atd {
 using ioctl_request_t = unsigned long;
 
 // A path below the simulated phone's root. It lasts as long as the full expression that made it.
-class DevicePath {
- public:
-  explicit DevicePath(const char* path);
-  operator const char*() const { return text_; }
-
- private:
-  char text_[PATH_MAX];
+struct DevicePath {
+  char text[PATH_MAX];
+  operator const char*() const { return text; }
 };
 
 // The place of an absolute device path in the simulated phone; a relative path and "" stay as they are, ".." never
 // leaves the phone, and a path that does not fit PATH_MAX becomes "" (which every system call refuses).
-inline DevicePath device_path(const char* path) { return DevicePath(path); }
+DevicePath device_path(const char* path);
 
 }  // namespace atd

@@ -1,4 +1,4 @@
-#include "simulator/properties.h"
+#include "simulator/property_store.h"
 
 #include <cutils/properties.h>
 

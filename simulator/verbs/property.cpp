@@ -1,5 +1,5 @@
 // The phone's properties.
-#include "simulator/properties.h"
+#include "simulator/property_store.h"
 
 #include "simulator/simulated_device.h"
 #include "simulator/verbs/verb_call.h"

@@ -1,4 +1,4 @@
-#include "desk/records.h"
+#include "desk/framing.h"
 
 #include <ctype.h>
 #include <string.h>
