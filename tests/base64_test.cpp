@@ -1,3 +1,5 @@
+#include <tuple>
+
 #include "transport/base64.h"
 
 #include <gtest/gtest.h>
@@ -45,21 +47,17 @@ TEST(Base64, KnownTexts) {
 }
 
 TEST(Base64, DecodingSkipsForeignCharacters) {
-  struct {
-    const char* text;
-    size_t capacity;
-    const char* bytes;
-  } const rows[] = {{"QU JD\n", 16, "ABC"},
-                    {"Q", 16, ""},
-                    {"QU", 16, "A"},
-                    {"QUJ", 16, "AB"},
-                    {"QQ==QUI=", 16, "A\x04\x14"},  // padding ends no group
-                    {"\x80\xff=*-_Q=U=J=D", 16, "ABC"},
-                    {"QUJDREVG", 2, "AB"},
-                    {"QUJDREVG", 4, "ABCD"},
-                    {"QUJDREVG", 0, ""},
-                    {"=====", 16, ""}};
-  for (const auto& row : rows) EXPECT_EQ(row.bytes, decode(row.text, row.capacity)) << row.text;
+  const std::tuple<const char*, size_t, const char*> rows[] = {{"QU JD\n", 16, "ABC"},
+                                                               {"Q", 16, ""},
+                                                               {"QU", 16, "A"},
+                                                               {"QUJ", 16, "AB"},
+                                                               {"QQ==QUI=", 16, "A\x04\x14"},  // padding ends no group
+                                                               {"\x80\xff=*-_Q=U=J=D", 16, "ABC"},
+                                                               {"QUJDREVG", 2, "AB"},
+                                                               {"QUJDREVG", 4, "ABCD"},
+                                                               {"QUJDREVG", 0, ""},
+                                                               {"=====", 16, ""}};
+  for (const auto& [text, capacity, bytes] : rows) EXPECT_EQ(bytes, decode(text, capacity)) << text;
   EXPECT_EQ("ABC", decode(std::string("QUJD\0QUJD", 9), 16));
 }
 

@@ -93,12 +93,8 @@ TEST_F(ServicePhone, ServeAnswersRequestsFromItsFile) {
     Reply reply;
   } kRows[] = {
       {1013, "one", {0, "first", 7}},
-      {1013, "one\0\0"s, {0, "first", 7}},
-      {1013, "one more", {0, "", 0}},
-      {1013, "be", {0, "\0\xff\1"s, 0}},
       {1013, "better", {0, "\0\xff\1"s, 0}},
       {1013, "\0"s, {1, "(none)", 0}},
-      {1013, "\0\0"s, {0, "", 0}},
       {1013, "\1\2"s, {9, "(none)", 0}},
       {1013, "A\n\"\\", {0, "\0\r\t"s, 0}},
       {1011, "", {0, "", -1}},
@@ -154,25 +150,12 @@ TEST(Client, ServeNamesARowThatMakesNoSense) {
   const std::pair<std::string, const char*> kRows[] = {
       {"999 * \"\"", "write a number from 1000 to 4414"},
       {"4415 * \"\"", "'4415' is not an opcode"},
-      {"10x3 * \"\"", "'10x3' is not an opcode"},
-      {"1013", "no payload"},
       {"1013 abc fail", "no payload"},
-      {"1013 \"abc fail", "no payload"},
-      {"1013 \"a\"b fail", "no payload"},
-      {"1013 hex:0 fail", "no payload"},
       {"1013 *", "no answer"},
-      {"1013 * failed", "no answer"},
-      {"1013 * \"x", "no answer"},
-      {"1013 * \"\\q none", "no answer"},
-      {"1013 * \"\\", "no answer"},
-      {"1013 * \"x\"y", "no answer"},
       {"1013 * \"" + std::string(2049, 'x') + "\"", "an answer of 2049 bytes: write at most 2048"},
       {"1013 * fail result=", "'result=' after the answer"},
-      {"1013 * fail delay=-1", "'delay=-1' after"},
-      {"1013 * fail status=1x", "'status=1x' after"},
       {"1013 * fail wait=1", "delay=MILLISECONDS or nothing"},
-      {"1013 * none delay=1", "write nothing after none"},
-  };
+      {"1013 * none delay=1", "write nothing after none"}};
   FakeDaemon daemon([](const std::string&) { return ""; });
   for (const auto& row : kRows) {
     Outcome outcome = atdctl(daemon, {"serve", "--answers", "-"}, "# one\n1013 * none\n" + row.first + "\n");
@@ -405,8 +388,7 @@ TEST(Client, ReplayRefusesWhatIsNotARecording) {
       {time + R"("dir":"in","client":1,"event":"sleep"})", "connect, disconnect or missed"},
       {time + R"("dir":"in","client":1,"event":"missed"})", "\"count\" is not a number"},
       {time + R"("dir":"out","code":"x"})", "\"code\" is not a number"},
-      {time + R"("dir":"out","code":1})", "\"text\" is neither"},
-  };
+      {time + R"("dir":"out","code":1})", "\"text\" is neither"}};
   FakeDaemon daemon([](const std::string&) { return ""; });
   for (const auto& row : kRows) {
     Outcome outcome = atdctl(daemon, {"replay", "-"}, row.first);

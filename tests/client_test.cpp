@@ -36,55 +36,28 @@ TEST(Client, CutsMessagesHoweverTheyArrive) {
 }
 
 TEST(Client, ReadsWhatPeopleType) {
-  const struct {
-    const char* text;
-    bool good;
-    int32_t opcode;
-  } kOpcodes[] = {
-      {"get_serial_number", true, 4010},
-      {"0xFAA", true, 4010},
-      {"-5", true, -5},
-      {"010", true, 10},
-      {"0x", false, 0},
-      {"2147483647", true, INT32_MAX},
-      {"-2147483648", true, INT32_MIN},
-      {"0xffffffff", true, -1},
-      {"", false, 0},
-      {"2147483648", false, 0},
-      {"-2147483649", false, 0},
-      {"0x100000000", false, 0},
-      {"12a", false, 0},
-      {"-", false, 0},
-      {"99999999999999999999", false, 0},
-      {"GET_SERIAL_NUMBER", false, 0},
-      {"get_serial", false, 0},
-  };
-  int32_t unread;
-  for (const auto& row : kOpcodes) {
-    int32_t opcode = 0;
-    EXPECT_EQ(parse_opcode(row.text, &opcode).status, row.good ? kOk : kUsage) << row.text;
-    EXPECT_EQ(opcode, row.opcode) << row.text;
+  const std::pair<const char*, int32_t> kOpcodes[] = {
+      {"get_serial_number", 4010}, {"0xFAA", 4010},   {"-5", -5}, {"010", 10}, {"2147483647", INT32_MAX},
+      {"-2147483648", INT32_MIN},  {"0xffffffff", -1}};
+  int32_t opcode = 0;
+  for (const auto& [text, number] : kOpcodes) {
+    EXPECT_EQ(parse_opcode(text, &opcode).status, kOk) << text;
+    EXPECT_EQ(opcode, number) << text;
   }
-  EXPECT_TRUE(has(parse_opcode("GET_seral_numbr", &unread).text, "nearest: get_serial_number, "));
+  for (const char* text : {"", "0x", "-", "12a", "2147483648", "-2147483649", "0x100000000", "99999999999999999999",
+                           "GET_SERIAL_NUMBER", "get_serial"}) {
+    EXPECT_EQ(parse_opcode(text, &opcode).status, kUsage) << text;
+  }
+  EXPECT_TRUE(has(parse_opcode("GET_seral_numbr", &opcode).text, "nearest: get_serial_number, "));
   const std::string full(4096, 'f');
-  const struct {
-    std::string text;
-    bool good;
-    std::string bytes;
-  } kHex[] = {
-      {"", true, ""},
-      {"00fF", true, "\0\xff"s},
-      {"0x01 02:03-04\n", true, "\1\2\3\4"},
-      {full, true, std::string(2048, '\xff')},
-      {full + "00", false, ""},
-      {"0", false, ""},
-      {"0 1", false, ""},
-  };
-  for (const auto& row : kHex) {
-    std::string bytes;
-    EXPECT_EQ(!parse_hex(row.text, &bytes), row.good) << row.text.substr(0, 20);
-    EXPECT_EQ(row.good ? bytes : "", row.bytes) << row.text.substr(0, 20);
+  const std::pair<std::string, std::string> kHex[] = {
+      {"", ""}, {"00fF", "\0\xff"s}, {"0x01 02:03-04\n", "\1\2\3\4"}, {full, std::string(2048, '\xff')}};
+  std::string bytes;
+  for (const auto& [text, meant] : kHex) {
+    EXPECT_FALSE(parse_hex(text, &bytes)) << text.substr(0, 20);
+    EXPECT_EQ(meant, bytes) << text.substr(0, 20);
   }
+  for (const std::string& text : {full + "00", "0"s, "0 1"s}) EXPECT_TRUE(parse_hex(text, &bytes)) << text.size();
 }
 
 TEST(Client, RequestsAndTheirStatuses) {

@@ -2,6 +2,8 @@
 #include <random>
 #include <set>
 
+#include <tuple>
+
 #include "atd.h"
 #include "dispatch/opcode_table.h"
 #include "dispatch/service_handler.h"
@@ -167,12 +169,7 @@ TEST_F(DispatchTest, ItemsAreAnsweredAndStored) {
 TEST_F(DispatchTest, ItemsThatCannotBeReadOrStored) {
   device().faults.fail("get_ftm_item");
   device().faults.fail("set_ftm_item");
-  struct {
-    int opcode;
-    std::string payload;
-    int result;
-    std::string answer;
-  } const rows[] = {
+  const std::tuple<int, std::string, int, std::string> rows[] = {
       {3170, "on", 1, ""}, {3171, "", 0, "off"}, {3200, "", 0, "\xFF"},
       {3201, "\1", 1, ""}, {4003, "2", 0, ""},   {4003, "1", 0, ""},
       {4009, "", 1, ""},   {4010, "", 1, ""},    {4015, "", 1, ""},
@@ -180,10 +177,10 @@ TEST_F(DispatchTest, ItemsThatCannotBeReadOrStored) {
       {4065, "", 1, ""},   {4215, "", 1, ""},    {4296, "", 1, ""},
       {4297, "", 1, ""},   {4298, "", 1, ""},    {4065, "0a1B2c3D4e5F", 1, ""},
   };
-  for (const auto& row : rows) {
-    rzcmd_response rsp = run(row.opcode, row.payload);
-    EXPECT_EQ(row.result, rsp.result) << row.opcode;
-    EXPECT_EQ(row.answer, data_of(rsp)) << row.opcode;
+  for (const auto& [opcode, payload, result, answer] : rows) {
+    rzcmd_response rsp = run(opcode, payload);
+    EXPECT_EQ(result, rsp.result) << opcode;
+    EXPECT_EQ(answer, data_of(rsp)) << opcode;
   }
   EXPECT_EQ(1, logged(ANDROID_LOG_ERROR, "handle_charger_skip : cannot read item 10"));
   EXPECT_EQ(1, logged(ANDROID_LOG_ERROR, "[SNIFF] handle_sniff_w_mid : cannot mark item 88"));

@@ -1,6 +1,8 @@
 // Files on the modem's file system.
 #include <fcntl.h>
 
+#include <tuple>
+
 #include "atd.h"
 #include "tests/phone.h"
 
@@ -92,22 +94,17 @@ TEST_F(EfsTest, ShortAndEmptyChunks) {
 
 TEST_F(EfsTest, ImpossibleAnswers) {
   char buffer[2048 + 8];
-  struct {
-    int result;
-    int data_len;
-    int read;
-    int write;
-  } const rows[] = {
+  const std::tuple<int, int, int, int> rows[] = {
       {11, 15, 0, 0},   // more than was asked for
       {10, 13, 0, 10},  // more than was sent
       {10, -1, 0, 0},  {10, 3, 0, 0}, {10, 4000, 0, 0}, {-5, 4, 0, 0}, {1 << 30, 2048, 0, 0},
   };
-  for (const auto& row : rows) {
+  for (const auto& [result, data_len, read, write] : rows) {
     memset(buffer, '#', sizeof buffer);
-    device().modem.set_raw_answer(401, answer(row.result, std::string(2000, 'x'), row.data_len));
-    EXPECT_EQ(row.read, efs_read(0, buffer, 10)) << row.result << " " << row.data_len;
+    device().modem.set_raw_answer(401, answer(result, std::string(2000, 'x'), data_len));
+    EXPECT_EQ(read, efs_read(0, buffer, 10)) << result << " " << data_len;
     EXPECT_EQ('#', buffer[0]);
-    EXPECT_EQ(row.write, efs_write(0, buffer, 10)) << row.result << " " << row.data_len;
+    EXPECT_EQ(write, efs_write(0, buffer, 10)) << result << " " << data_len;
   }
   device().modem.set_raw_answer(401, answer(-2, "", 4));
   EXPECT_EQ(-2, efs_open("/x", 0, 0));

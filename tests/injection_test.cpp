@@ -2,6 +2,8 @@
 #include <functional>
 #include <thread>
 
+#include <tuple>
+
 #include "atd.h"
 #include "tests/phone.h"
 #include "transport/at_socket.h"
@@ -34,18 +36,16 @@ class InjectionTest : public Phone {
 TEST_F(InjectionTest, TouchModes) {
   const std::vector<std::string> press = {"3 53 10", "3 54 20", "3 48 12", "3 58 68", "3 57 0", "0 0 0"};
   const std::vector<std::string> release = {"3 57 -1", "0 0 0"};
-  struct {
-    const char* mode;
-    const char* reports;
-  } const rows[] = {{"0", "r"}, {"1", "p"}, {"2", "pr"}, {"3", "prpr"}, {"4", "p"}, {"5", "r"}, {"x", "r"}};
-  for (const auto& row : rows) {
+  const std::tuple<const char*, const char*> rows[] = {{"0", "r"}, {"1", "p"}, {"2", "pr"}, {"3", "prpr"},
+                                                       {"4", "p"}, {"5", "r"}, {"x", "r"}};
+  for (const auto& [mode, reports] : rows) {
     std::vector<std::string> wanted;
-    for (const char* report = row.reports; *report; ++report) {
+    for (const char* report = reports; *report; ++report) {
       const auto& part = *report == 'p' ? press : release;
       wanted.insert(wanted.end(), part.begin(), part.end());
     }
-    EXPECT_EQ(0, touch(row.mode)) << row.mode;
-    EXPECT_EQ(wanted, written(1)) << row.mode;
+    EXPECT_EQ(0, touch(mode)) << mode;
+    EXPECT_EQ(wanted, written(1)) << mode;
   }
   EXPECT_EQ(7, logged("We need this device to send event : event1"));
   EXPECT_EQ(-1, touch("6"));

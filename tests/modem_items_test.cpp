@@ -1,4 +1,6 @@
 // The request channel to modem and platform, the modem items, and their opcodes.
+#include <tuple>
+
 #include "atd.h"
 #include "dispatch/service_handler.h"
 #include "tests/phone.h"
@@ -36,16 +38,14 @@ class ModemItemsTest : public Phone {
 };
 
 TEST_F(ModemItemsTest, OpcodesAreRoutedByTheirRange) {
-  struct {
-    int opcode, error, requests;
-  } const rows[] = {{0, 1, 2},    {971, 1, 2},  {972, 2, 0}, {999, 2, 0},  {1000, 1, 0},
-                    {4414, 1, 0}, {4415, 2, 0}, {-1, 2, 0},  {5000, 2, 0}, {200, 0, 1}};
-  for (const auto& row : rows) {
+  const std::tuple<int, int, int> rows[] = {{0, 1, 2},    {971, 1, 2},  {972, 2, 0}, {999, 2, 0},  {1000, 1, 0},
+                                            {4414, 1, 0}, {4415, 2, 0}, {-1, 2, 0},  {5000, 2, 0}, {200, 0, 1}};
+  for (const auto& [opcode, error, requests] : rows) {
     asked();
     length_ = 7;
-    EXPECT_EQ(row.error, request_to_system(row.opcode, nullptr, 0, data_, &length_, nullptr)) << row.opcode;
-    EXPECT_EQ(row.requests, static_cast<int>(asked().size())) << row.opcode;
-    EXPECT_EQ(row.error == 0 ? 1 : -1, length_) << row.opcode;
+    EXPECT_EQ(error, request_to_system(opcode, nullptr, 0, data_, &length_, nullptr)) << opcode;
+    EXPECT_EQ(requests, static_cast<int>(asked().size())) << opcode;
+    EXPECT_EQ(error == 0 ? 1 : -1, length_) << opcode;
   }
   EXPECT_EQ(5, logged(ANDROID_LOG_ERROR, "[COMMON_INTERFACE] Invalid OPCODE"));
   // 1000 and 4414 found no broker.
@@ -292,17 +292,15 @@ TEST_F(ModemItemsTest, NumberedItems) {
 }
 
 TEST_F(ModemItemsTest, CampingByBandAndByArguments) {
-  struct {
-    int band;
-    const char* text;
-  } const rows[] = {{3, ""},  {4, "1"},   {7, "4"},   {8, "6"},   {11, "9"},  {12, "10"}, {20, "18"}, {21, ""},
-                    {24, ""}, {25, "30"}, {26, ""},   {48, ""},   {49, "49"}, {71, "71"}, {72, ""},   {75, "75"},
-                    {76, ""}, {82, ""},   {83, "83"}, {94, "94"}, {95, ""},   {-1, ""}};
+  const std::tuple<int, const char*> rows[] = {{3, ""},    {4, "1"},   {7, "4"}, {8, "6"},   {11, "9"}, {12, "10"},
+                                               {20, "18"}, {21, ""},   {24, ""}, {25, "30"}, {26, ""},  {48, ""},
+                                               {49, "49"}, {71, "71"}, {72, ""}, {75, "75"}, {76, ""},  {82, ""},
+                                               {83, "83"}, {94, "94"}, {95, ""}, {-1, ""}};
   modem().set_answer(20, "OK");
-  for (const auto& row : rows) {
+  for (const auto& [band, text] : rows) {
     asked();
-    EXPECT_EQ(0, campreq(row.band)) << row.band;
-    EXPECT_EQ(*row.text ? Requests({{20, row.text}}) : Requests(), asked()) << row.band;
+    EXPECT_EQ(0, campreq(band)) << band;
+    EXPECT_EQ(*text ? Requests({{20, text}}) : Requests(), asked()) << band;
   }
   modem().set_answer(20, "NG");
   EXPECT_EQ(2, campreq(4));

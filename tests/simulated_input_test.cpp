@@ -63,33 +63,6 @@ TEST_F(InputTest, DevicesHaveTheirKeysAndAxesAndNoOthers) {
   EXPECT_EQ(-1, open_device(3));
 }
 
-TEST_F(InputTest, GivesNoMoreThanTheCallerHasRoomFor) {
-  const int fd = open_device(0);
-  char name[6] = "?????";
-  EXPECT_EQ(5, os_ioctl(fd, EVIOCGNAME(5), name));
-  EXPECT_STREQ("power", name);
-  char whole[96];
-  EXPECT_EQ(22, os_ioctl(fd, EVIOCGNAME(sizeof whole), whole));
-  EXPECT_STREQ("power and volume keys", whole);
-  unsigned char bits[17];
-  memset(bits, 0xee, sizeof bits);
-  EXPECT_EQ(16, os_ioctl(fd, EVIOCGBIT(EV_KEY, 16), bits));
-  EXPECT_EQ(0x1c, bits[KEY_POWER / 8]);
-  EXPECT_EQ(0xee, bits[16]);
-  EXPECT_EQ(-1, os_ioctl(fd, EVIOCGBIT(EV_REL, 8), bits));
-  EXPECT_EQ(EINVAL, errno);
-  EXPECT_EQ(-1, os_ioctl(fd, EVIOCGRAB, bits));
-  EXPECT_EQ(ENOTTY, errno);
-  close(fd);
-
-  int result = 5;
-  const int other = open(device_path("/system/build.prop"), O_RDONLY | O_CLOEXEC);
-  EXPECT_FALSE(device().input.ioctl(other, EVIOCGBIT(EV_KEY, 16), bits, &result));
-  EXPECT_FALSE(device().input.ioctl(-1, EVIOCGBIT(EV_KEY, 16), bits, &result));
-  EXPECT_EQ(5, result);
-  close(other);
-}
-
 TEST_F(InputTest, CollectsWhatIsWrittenUntilTheNextBoot) {
   const InputEvent move = {0, 0, EV_ABS, ABS_MT_POSITION_X, 100}, lift = {0, 0, EV_ABS, ABS_MT_TRACKING_ID, -1},
                    sync = {0, 0, EV_SYN, SYN_REPORT, 0}, odd = {1, 2, 0xffff, 0xfffe, INT32_MIN};

@@ -3,6 +3,8 @@
 #include <fstream>
 #include <thread>
 
+#include <tuple>
+
 #include "atd.h"
 #include "tests/phone.h"
 #include "transport/at_socket.h"
@@ -35,9 +37,7 @@ class ServedPhone : public Phone {
 
 TEST_F(ServedPhone, SplitsALineAtItsFirstUnquotedSpace) {
   // What reaches "atcommand" as its one argument shows in the log.
-  struct {
-    std::string line, argument;
-  } const rows[] = {
+  const std::tuple<std::string, std::string> rows[] = {
       {"atcommand AT+CMD=1 2", "AT+CMD=1 2"},
       {"atcommand  two blanks ", " two blanks "},
       {"atcommand \"a b\"c", "a bc"},
@@ -46,19 +46,17 @@ TEST_F(ServedPhone, SplitsALineAtItsFirstUnquotedSpace) {
       {"\"atcommand\" quoted word", "quoted word"},
       {"atcommand " + std::string(16382 - 11, 'x'), std::string(16382 - 11, 'x')},
   };
-  for (const auto& row : rows) {
-    service_->line(row.line);
+  for (const auto& [line, argument] : rows) {
+    service_->line(line);
     service_->line("next");
     EXPECT_EQ("500 Command not recognized", service_->next());
     // A log entry carries 4068 bytes.
-    EXPECT_EQ(1, logged(("Command[1] = " + row.argument).substr(0, 4068))) << row.line.substr(0, 60);
+    EXPECT_EQ(1, logged(("Command[1] = " + argument).substr(0, 4068))) << line.substr(0, 60);
   }
 }
 
 TEST_F(ServedPhone, RefusesAMalformedLineAndGoesOn) {
-  struct {
-    std::string line, answer;
-  } const rows[] = {
+  const std::tuple<std::string, std::string> rows[] = {
       {"", "500 Command not recognized"},
       {"atcommands x", "500 Command not recognized"},
       {"ATCOMMAND x", "500 Command not recognized"},
@@ -71,9 +69,9 @@ TEST_F(ServedPhone, RefusesAMalformedLineAndGoesOn) {
       {"at\"command \\x", "500 Unsupported escape sequence"},
   };
   Peer other(socket());
-  for (const auto& row : rows) {
-    service_->line(row.line);
-    EXPECT_EQ(row.answer, service_->next()) << row.line;
+  for (const auto& [line, answer] : rows) {
+    service_->line(line);
+    EXPECT_EQ(answer, service_->next()) << line;
   }
   other.line("only the sender hears of it");
   EXPECT_EQ("500 Command not recognized", other.next());
@@ -112,10 +110,7 @@ TEST_F(ServedPhone, RelaysWhatTheServiceSends) {
   Peer other(socket());
   other.line("x");
   other.next();
-  struct {
-    std::string line;
-    std::vector<std::string> broadcasts;
-  } const rows[] = {
+  const std::tuple<std::string, std::vector<std::string>> rows[] = {
       {"atcommand initialize", {"601 AT Command Start", "200 AT Command Start"}},
       {"atcommand adc AT+CIMI", {"605 AT+CIMI", "200 AT+CIMI"}},
       {"atcommand adcxAT", {"605 AT", "200 AT"}},  // one separator, whatever it is
@@ -126,12 +121,12 @@ TEST_F(ServedPhone, RelaysWhatTheServiceSends) {
       {"atcommand initialize ", {}},
       {"atresponse QUJD", {"610 Response OK", "200 Response OK"}},
   };
-  for (const auto& row : rows) {
-    service_->line(row.line);
+  for (const auto& [line, broadcasts] : rows) {
+    service_->line(line);
     service_->line("end");
-    EXPECT_EQ(row.broadcasts, service_->next(static_cast<int>(row.broadcasts.size()))) << row.line;
-    EXPECT_EQ("500 Command not recognized", service_->next()) << row.line;
-    EXPECT_EQ(row.broadcasts, other.next(static_cast<int>(row.broadcasts.size()))) << row.line;
+    EXPECT_EQ(broadcasts, service_->next(static_cast<int>(broadcasts.size()))) << line;
+    EXPECT_EQ("500 Command not recognized", service_->next()) << line;
+    EXPECT_EQ(broadcasts, other.next(static_cast<int>(broadcasts.size()))) << line;
   }
   EXPECT_EQ(6, logged("adc test!"));
 }
@@ -142,11 +137,7 @@ TEST_F(ServedPhone, AnswersServiceRequests) {
   EXPECT_EQ(0, rsp.result);
   EXPECT_EQ("123456789012", data_of(rsp));
 
-  struct {
-    const char* what;
-    std::string text;
-    int result;
-  } const rows[] = {
+  const std::tuple<const char*, std::string, int> rows[] = {
       {"unknown opcode", request_text(77), 0},
       {"negative opcode", request_text(-1), 0},
       {"not supported", request_text(4403), 2},
@@ -158,8 +149,8 @@ TEST_F(ServedPhone, AnswersServiceRequests) {
       {"payload without NUL", request_text(4065, std::string(2048, 'A')), 1},
       {"payload beyond the record", encoded(std::string(4000, 'A').data(), 4000), 0},
   };
-  for (const auto& row : rows) {
-    EXPECT_EQ(row.result, ask(row.text).result) << row.what;
+  for (const auto& [what, text, result] : rows) {
+    EXPECT_EQ(result, ask(text).result) << what;
   }
   EXPECT_EQ("123456789012", data_of(ask(request_text(4010))));
 }
