@@ -35,10 +35,14 @@ const std::vector<CallName>& call_names() {
   return names;
 }
 
+const CallName& call_name(Call call) {
+  return *std::find_if(call_names().begin(), call_names().end(), [&](const CallName& row) { return row.call == call; });
+}
+
 namespace {
 
 std::string name_of(const Fault& fault) {
-  const CallName& row = call_names()[static_cast<size_t>(fault.call)];
+  const CallName& row = call_name(fault.call);
   return row.name + (fault.object.empty() ? "" : " " + fault.object);
 }
 

@@ -46,6 +46,9 @@ struct CallName {
 // Every call by name.
 const std::vector<CallName>& call_names();
 
+// The row of a call.
+const CallName& call_name(Call call);
+
 // What happens to a call.
 struct Fault {
   Call call = Call::any;

@@ -26,7 +26,7 @@ bool named(VerbCall& call, const std::string& name, Call* found) {
 }
 
 Json to_json(const Fault& fault) {
-  return {{"call", call_names()[static_cast<size_t>(fault.call)].name},
+  return {{"call", call_name(fault.call).name},
           {"object", fault.object.empty() ? Json() : Json(fault.object)},
           {"passes", fault.passes},
           {"times", fault.times < 0 ? Json() : Json(fault.times)},
