@@ -31,6 +31,7 @@ const std::vector<CallName>& call_names() {
       {Call::statfs, "statfs", "PATH"},
       {Call::start_thread, "start_thread", ""},
       {Call::connect, "connect", "SOCKET"},
+      {Call::sendmsg, "sendmsg", ""},
   };
   return names;
 }

@@ -35,6 +35,7 @@ enum class Call {
   statfs,
   start_thread,
   connect,
+  sendmsg,
 };
 
 struct CallName {

@@ -9,9 +9,6 @@
 namespace atd::sim {
 
 struct Sockets {
-  // How long a connection that does not read may delay a message before it is dropped, in milliseconds of real time.
-  int send_wait_ms = 1000;
-
   // How many clients the socket "atd" has.
   std::atomic<int> clients{0};
 

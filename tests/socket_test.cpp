@@ -14,6 +14,10 @@ using namespace std::string_literals;
 namespace atd {
 namespace {
 
+// The n-th strdup from now on fails.
+std::atomic<int> g_strdups{-1};
+void fail_strdup_after(int passes) { g_strdups = passes; }
+
 class ServedPhone : public Phone {
  protected:
   ServedPhone() {
@@ -170,6 +174,36 @@ TEST_F(ServedPhone, APlatformRequestIsAnswered) {
   asking.join();
   EXPECT_EQ(0, result);
   EXPECT_EQ(0, memcmp(&answer, &rsp, sizeof rsp));
+}
+
+// What comes while a request waits goes out after its answer, in its order, and does not keep the answer from coming.
+TEST_F(ServedPhone, OtherCommandsBesideAPlatformRequest) {
+  const std::vector<std::string> lines = {"atcommand initialize", "atcommand adc AT", "atcommand initialize"};
+  const std::vector<std::string> said = {"601 AT Command Start", "200 AT Command Start", "605 AT", "200 AT",
+                                         "601 AT Command Start", "200 AT Command Start"};
+  for (bool ends : {false, true}) {
+    int result = -2;
+    std::thread asking([&] { result = request_to_system(1013, nullptr, 0, nullptr, nullptr, nullptr); });
+    service_->next(2);
+    for (const std::string& line : lines) service_->line(line);
+    EXPECT_EQ(2, ask(request_text(4403)).result);
+    if (!ends) service_->line("atresponse AAAAAAAAAAAAAAAA"), service_->next(2);
+    else stop_socket();
+    EXPECT_EQ(said, service_->next(6));
+    asking.join();
+    EXPECT_EQ(ends ? 1 : 0, result);
+  }
+  EXPECT_EQ("602 At Command End", service_->next());
+}
+
+TEST_F(ServedPhone, ALineThatFindsNoMemoryIsRefused) {
+  for (int passes : {0, 1}) {
+    fail_strdup_after(passes);
+    service_->line("atcommand initialize");
+    EXPECT_EQ("500 Out of memory", service_->next());
+  }
+  service_->line("atcommand initialize");
+  EXPECT_EQ("601 AT Command Start", service_->next());
 }
 
 TEST_F(ServedPhone, AShortAnswerStandsAsItIsAndAnImpossibleOneIsNone) {
@@ -341,3 +375,8 @@ TEST_F(SilentPhone, Wrappers) {
 
 }  // namespace
 }  // namespace atd
+
+extern "C" char* __real_strdup(const char* text);
+extern "C" char* __wrap_strdup(const char* text) {
+  return atd::g_strdups >= 0 && atd::g_strdups-- == 0 ? nullptr : __real_strdup(text);
+}

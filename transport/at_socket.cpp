@@ -18,6 +18,7 @@ namespace {
 
 constexpr size_t kResponseSize = 16384;
 constexpr unsigned kAndroidTimeoutSeconds = 10;
+constexpr size_t kHandedBytesMax = 1 << 20;
 
 // Who uses the broker from outside the listener's thread. The lock outlives the broker.
 pthread_mutex_t g_users_lock = PTHREAD_MUTEX_INITIALIZER;
@@ -26,6 +27,12 @@ bool g_served = false;
 int g_users = 0;
 
 }  // namespace
+
+struct AtSocket::Handed {
+  Handed* next;
+  int code;
+  char text[1];  // as long as it needs
+};
 
 AtSocket* AtSocket::sInstance = nullptr;
 AtSocket* g_AtSocket = nullptr;
@@ -44,6 +51,7 @@ AtSocket::AtSocket()
       request_text_(static_cast<char*>(calloc(1, kRecordTextSize))),
       reply_text_(static_cast<char*>(calloc(1, kRecordTextSize))) {
   pthread_mutex_init(&command_lock_, nullptr);
+  pthread_mutex_init(&handed_lock_, nullptr);
   pthread_mutex_init(&service_request_lock_, nullptr);
   pthread_mutex_init(&response_lock_, nullptr);
   pthread_cond_init(&response_signal_, nullptr);
@@ -54,6 +62,7 @@ AtSocket::~AtSocket() {
   pthread_cond_destroy(&response_signal_);
   pthread_mutex_destroy(&response_lock_);
   pthread_mutex_destroy(&service_request_lock_);
+  pthread_mutex_destroy(&handed_lock_);
   pthread_mutex_destroy(&command_lock_);
   free(reply_text_);
   free(request_text_);
@@ -64,10 +73,50 @@ void AtSocket::Broadcast(int code, const char* text) {
   if (listener_) listener_->sendBroadcast(code, text, false);
 }
 
+void AtSocket::BroadcastTwice(int code, const char* text) {
+  Broadcast(code, text);
+  Broadcast(kCopyCode, text);
+}
+
+void AtSocket::BroadcastInTurn(int code, const char* text) {
+  ScopedLock lock(handed_lock_);
+  if (pthread_mutex_trylock(&command_lock_) == 0) {
+    BroadcastTwice(code, text);
+    pthread_mutex_unlock(&command_lock_);
+    return;
+  }
+  size_t length = strlen(text);
+  Handed* message = nullptr;
+  if (handed_bytes_ + length <= kHandedBytesMax) {
+    message = static_cast<Handed*>(malloc(sizeof *message + length));
+  }
+  if (!message) {
+    SLOGE("no room for a message of code %d until the platform has answered; it is lost", code);
+    return;
+  }
+  message->next = nullptr;
+  message->code = code;
+  memcpy(message->text, text, length + 1);
+  *handed_end_ = message;
+  handed_end_ = &message->next;
+  handed_bytes_ += length;
+}
+
+void AtSocket::ReleaseCommandLock() {
+  // The lock is free before anyone can look for it again, so no message stays behind.
+  ScopedLock lock(handed_lock_);
+  while (Handed* message = handed_) {
+    BroadcastTwice(message->code, message->text);
+    handed_ = message->next;
+    free(message);
+  }
+  handed_end_ = &handed_;
+  handed_bytes_ = 0;
+  pthread_mutex_unlock(&command_lock_);
+}
+
 int AtSocket::Initialize() {
-  ScopedLock lock(command_lock_);
-  Broadcast(kReadyCode, "AT Command Start");
-  Broadcast(kCopyCode, "AT Command Start");
+  BroadcastInTurn(kReadyCode, "AT Command Start");
   return 0;
 }
 
@@ -80,9 +129,7 @@ int AtSocket::Clear() {
 }
 
 int AtSocket::SendAtCommand(const char* cmd) {
-  ScopedLock lock(command_lock_);
-  Broadcast(kPlatformCode, cmd);
-  Broadcast(kCopyCode, cmd);
+  BroadcastInTurn(kPlatformCode, cmd);
   return 0;
 }
 
@@ -94,8 +141,7 @@ int AtSocket::SendResponse(const char* text) {
     memcpy(response_, text, strnlen(text, kResponseSize - 1));
     answered = waiting_;
   }
-  Broadcast(kTakenCode, "Response OK");
-  Broadcast(kCopyCode, "Response OK");
+  BroadcastTwice(kTakenCode, "Response OK");
 
   ScopedLock lock(response_lock_);
   // A request that was sent only after this answer had come waits for another one.
@@ -112,8 +158,7 @@ int AtSocket::sendRequest(const char* text, char* out, unsigned seconds) {
     if (stopping_) return -1;
     answered_ = false;
     waiting_ = ++sent_;
-    Broadcast(kPlatformCode, text);
-    Broadcast(kCopyCode, text);
+    BroadcastTwice(kPlatformCode, text);
 
     struct timespec deadline = {};
     os_clock_gettime(CLOCK_REALTIME, &deadline);
@@ -138,12 +183,13 @@ int AtSocket::ProcessAndroidRequest(rzcmd_request* req, rzcmd_response* rsp) {
   // The platform's answer gets a buffer of its own: a service request may be using reply_text_ on the listener's
   // thread.
   char reply[kRecordTextSize] = "";
-  ScopedLock lock(command_lock_);
+  pthread_mutex_lock(&command_lock_);
   memset(request_text_, 0, kRecordTextSize);
   base64_encode(req, kRequestHeaderSize + bounded_length(req->data_len), request_text_);
   int result = sendRequest(request_text_, reply, kAndroidTimeoutSeconds);
   // What a short answer leaves out stays as it is in the cleared record.
   base64_decode(reply, rsp, sizeof *rsp);
+  ReleaseCommandLock();
   return result;
 }
 

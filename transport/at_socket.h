@@ -3,6 +3,7 @@
 #pragma once
 
 #include <pthread.h>
+#include <stddef.h>
 
 #include "platform/records.h"
 
@@ -20,13 +21,14 @@ class AtSocket {
   // Sets the listener that carries every broadcast, or null for none; it stays the caller's.
   void SetListener(CommandListener* listener) { listener_ = listener; }
 
-  // Tells the service that its "initialize" was seen (601 and 200 "AT Command Start"); 0.
+  // Tells the service that its "initialize" was seen (601 and 200 "AT Command Start"); 0. While a request waits for its
+  // answer, the message goes out when that request ends: the caller may be the thread that is to read the answer.
   int Initialize();
 
   // Tells the service that the daemon ends (602 "At Command End", 200 "AT Command End"); 0.
   static int Clear();
 
-  // Asks the service to run an AT command (605 and 200 with it); 0.
+  // Asks the service to run an AT command (605 and 200 with it), when Initialize would; 0.
   int SendAtCommand(const char* cmd);
 
   // Takes the service's answer, at most 16383 characters, acknowledges it (610 and 200 "Response OK") and wakes the
@@ -51,17 +53,28 @@ class AtSocket {
  private:
   AtSocket();
   void Broadcast(int code, const char* text);
+  void BroadcastTwice(int code, const char* text);
+  void BroadcastInTurn(int code, const char* text);
+  void ReleaseCommandLock();
 
   static AtSocket* sInstance;
 
   char* response_;  // the last answer's text
   pthread_mutex_t command_lock_;
+  pthread_mutex_t handed_lock_;
   pthread_mutex_t service_request_lock_;
   pthread_mutex_t response_lock_;
   pthread_cond_t response_signal_;
   char* request_text_;
   char* reply_text_;
   CommandListener* listener_ = nullptr;
+
+  // The messages that came while a request held the command lock, in their order; under the handed lock, which is never
+  // held for long.
+  struct Handed;
+  Handed* handed_ = nullptr;
+  Handed** handed_end_ = &handed_;
+  size_t handed_bytes_ = 0;
 
   // Under the response lock.
   unsigned sent_ = 0;      // requests so far

@@ -89,6 +89,9 @@ void AtFrameworkListener::dispatchCommand(SocketClient* client, char* line) {
     argv[argc++] = strdup(tmp);
     if (quoted) refusal = "Unclosed quotes error";
   }
+  for (int i = 0; i < argc && !refusal; ++i) {
+    if (!argv[i]) refusal = "Out of memory";  // the next line may find some again
+  }
   if (refusal) client->sendMsg(kRefusedCode, refusal, false);
   else runCommand(client, argc, argv);
   for (int i = 0; i < argc; ++i) free(argv[i]);

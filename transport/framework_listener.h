@@ -23,7 +23,7 @@ class AtFrameworkListener : public SocketListener {
   // True keeps the client; false when it has closed or the read failed.
   bool onDataAvailable(SocketClient* client) override;
 
-  // Runs one line. Answers an unknown word, an open quote and an unsupported escape with code 500.
+  // Runs one line. Answers an unknown word, an open quote, an unsupported escape and a lack of memory with code 500.
   void dispatchCommand(SocketClient* client, char* line);
 
  private:

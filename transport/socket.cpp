@@ -29,10 +29,10 @@ int init_socket() {
 
 void stop_socket() {
   SLOGI("%s\n", "stop_socket");
-  // After the clients are told, no request follows.
+  // After the clients are told, nothing follows of a request.
   end_requests();
-  AtSocket::Clear();
   await_requests();
+  AtSocket::Clear();
   if (g_CommandListener && g_CommandListener->stopListener() != 0) {
     SLOGE("Unable to stop FrameworkListener (%s)", strerror(errno));
   }

@@ -1,30 +1,23 @@
+#include <android/log.h>
 #include <errno.h>
 #include <limits.h>
-#include <poll.h>
-#include <stdint.h>
 #include <string.h>
 #include <sys/socket.h>
-#include <sysutils/SocketClient.h>
-#include <time.h>
+#include <sysutils/SocketListener.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <new>
 
 #include "simulator/simulated_device.h"
 #include "simulator/door/sysutils/socket_message.h"
 
 namespace {
 
-int64_t now_ms() {
-  struct timespec now;
-  clock_gettime(CLOCK_MONOTONIC, &now);
-  return int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
-}
+// What may wait for a client that does not read; one message more, whatever its size, starts below it.
+constexpr size_t kQueueMax = 1 << 20;
 
-// A client may make senders wait send_wait_ms in all, in a time that is this many times as long.
-constexpr int kPatienceReturns = 10;
-
-int send_wait_ms() { return std::max(0, atd::sim::SimulatedDevice::current().sockets.send_wait_ms); }
+bool is_passing(int error) { return error == EAGAIN || error == ENOBUFS || error == ENOMEM; }
 
 // Records the message when its connection is recorded.
 void record_message(const SocketClient* client, const struct iovec* parts, int count) {
@@ -82,61 +75,91 @@ int SocketClient::sendData(const void* data, int len) {
   return sendDatav(&bytes, 1);
 }
 
-int SocketClient::sendDatav(struct iovec* iov, int iovcnt) { return sendDatav(iov, iovcnt, INT_MAX); }
-
-int SocketClient::sendDatav(struct iovec* iov, int iovcnt, int wait_ms) {
+int SocketClient::sendDatav(struct iovec* iov, int iovcnt) {
   pthread_mutex_lock(&mWriteMutex);
-  const int result = sendDataLocked(iov, iovcnt, wait_ms);
+  size_t sent = 0;
+  int error = mHasQueued ? EAGAIN : sendNow(iov, iovcnt, &sent);
+  if (is_passing(error)) error = queue(iov, iovcnt, sent);
+  if (error != 0) fail(error);
   pthread_mutex_unlock(&mWriteMutex);
-  return result;
+  if (error == 0) return 0;
+  errno = error;
+  return -1;
 }
 
-// Waits until the socket takes bytes again or has failed; false with ETIMEDOUT when that takes longer than wait_ms, or
-// than what is left of the patience with this client. A client that reads a little now and then delays the others, too.
-bool SocketClient::awaitWritable(int wait_ms) {
-  const int64_t start = now_ms();
-  if (start - mPatienceSince > int64_t{kPatienceReturns} * send_wait_ms()) {
-    mPatienceSince = start;
-    mWaited = 0;
-  }
-  const int64_t end = start + std::min<int64_t>(wait_ms, std::max<int64_t>(0, send_wait_ms() - mWaited));
-  struct pollfd writable = {mSocket, POLLOUT, 0};
-  int ready;
-  do {
-    ready = poll(&writable, 1, static_cast<int>(std::max<int64_t>(0, end - now_ms())));
-  } while (ready == -1 && errno == EINTR);
-  mWaited += now_ms() - start;
-  if (ready == 0) errno = ETIMEDOUT;
-  return ready > 0;
-}
-
-int SocketClient::sendDataLocked(struct iovec* iov, int iovcnt, int wait_ms) {
-  int first = 0;         // the first vector that is not out yet,
-  size_t offset = 0;     // how much of it is,
-  bool started = false;  // and whether anything of the message is
+// Sends what the socket takes, and says in *sent how many bytes these were; 0 when these were all, else an error
+// number.
+int SocketClient::sendNow(struct iovec* iov, int iovcnt, size_t* sent) {
+  int first = 0;      // the first vector that is not out yet,
+  size_t offset = 0;  // and how much of it is
   for (;;) {
     while (first < iovcnt && offset >= iov[first].iov_len) offset -= iov[first++].iov_len;
     if (first >= iovcnt) return 0;
+    if (atd::sim::SimulatedDevice::current().faults.hits(atd::sim::Call::sendmsg)) return ENOBUFS;
 
     const struct iovec whole = iov[first];
     iov[first] = {static_cast<char*>(whole.iov_base) + offset, whole.iov_len - offset};
     struct msghdr message = {};
     message.msg_iov = iov + first;
     message.msg_iovlen = std::min(iovcnt - first, IOV_MAX);
-    const ssize_t sent = sendmsg(mSocket, &message, MSG_NOSIGNAL | MSG_DONTWAIT);
+    const ssize_t taken = sendmsg(mSocket, &message, MSG_NOSIGNAL | MSG_DONTWAIT);
     iov[first] = whole;
-
-    if (sent >= 0) {
-      offset += sent;
-      started = started || sent > 0;
-    } else if (errno != EINTR && !(errno == EAGAIN && awaitWritable(wait_ms))) {
-      // A connection that holds half a message, or that nobody reads, is of no use to anyone. Its owner sees it end.
-      const int error = errno;
-      if (started || error == ETIMEDOUT) shutdown(mSocket, SHUT_RDWR);
-      errno = error;
-      return -1;
+    if (taken < 0 && errno != EINTR) return errno;
+    if (taken > 0) {
+      offset += static_cast<size_t>(taken);
+      *sent += static_cast<size_t>(taken);
     }
   }
+}
+
+// Queues what follows the first `sent` bytes; 0, or an error number.
+int SocketClient::queue(const struct iovec* iov, int iovcnt, size_t sent) {
+  if (mQueue.size() >= kQueueMax) return ENOBUFS;
+  try {
+    for (int i = 0; i < iovcnt; ++i) {
+      const size_t skipped = std::min(sent, iov[i].iov_len);
+      mQueue.append(static_cast<const char*>(iov[i].iov_base) + skipped, iov[i].iov_len - skipped);
+      sent -= skipped;
+    }
+  } catch (const std::bad_alloc&) {
+    return ENOMEM;
+  }
+  if (!mHasQueued.exchange(true) && mListener != nullptr) mListener->wakeToSend();
+  return 0;
+}
+
+// Sends what is queued, as far as the socket takes it; false when the kernel has no room for it just now, which poll
+// does not tell.
+bool SocketClient::sendQueued() {
+  pthread_mutex_lock(&mWriteMutex);
+  struct iovec bytes = {mQueue.data(), mQueue.size()};
+  size_t sent = 0;
+  const int error = sendNow(&bytes, 1, &sent);
+  mQueue.erase(0, sent);
+  if (error != 0 && !is_passing(error)) fail(error);
+  if (error == 0) mQueue.shrink_to_fit();
+  if (mQueue.empty()) mHasQueued = false;
+  pthread_mutex_unlock(&mWriteMutex);
+  return error == 0 || error == EAGAIN || !is_passing(error);
+}
+
+// Ends the connection: a peer that misses a message, or has half of one, is told so. Its owner sees it end.
+void SocketClient::fail(int error) {
+  if (error == ENOBUFS || error == ENOMEM) {
+    char text[128];
+    __android_log_print(ANDROID_LOG_ERROR, "SocketListener",
+                        "a client (process %d) is dropped, %zu bytes wait for it: %s", mPid, mQueue.size(),
+                        strerror_r(error, text, sizeof text));
+  }
+  mQueue.clear();
+  mHasQueued = false;
+  shutdown(mSocket, SHUT_RDWR);
+}
+
+void SocketClient::setListener(SocketListener* listener) {
+  pthread_mutex_lock(&mWriteMutex);
+  mListener = listener;
+  pthread_mutex_unlock(&mWriteMutex);
 }
 
 void SocketClient::incRef() { mRefCount.fetch_add(1, std::memory_order_relaxed); }

@@ -4,7 +4,9 @@
 #include <limits.h>
 #include <poll.h>
 #include <string.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sysutils/SocketListener.h>
 #include <unistd.h>
 
@@ -17,8 +19,10 @@
 namespace {
 
 constexpr int kBacklog = 4;
-constexpr int kLaterWaits = 10;       // how many times shorter the waits of a broadcast are after its first time-out
 constexpr int kPauseMs = 100;         // after a failure that would come back at once
+constexpr int kSendPauseMs = 10;      // the same, while something is queued
+constexpr int kFarewellMs = 200;      // how long the end of the service waits for clients to take what is queued
+constexpr rlim_t kSpare = 64;         // descriptors that clients leave to the phone's own files
 constexpr int kAcceptsPerRound = 16;  // so that a stream of newcomers does not keep the others waiting
 
 // The poll set: the control pipe, the listening socket, then the clients.
@@ -115,7 +119,8 @@ int SocketListener::startListener(int backlog) {
 int SocketListener::start(int backlog) {
   if (!mSocketName.empty()) {
     mSock = atd::sim::inherited_socket(mSocketName, mListen);
-    if (mSock == -1 && errno == ENOENT && mListen) mSock = atd::sim::bind_device_socket(mSocketName, &mBoundPath);
+    if (mSock == -1 && errno == ENOENT && mListen)
+      mSock = atd::sim::bind_device_socket(mSocketName, &mBoundPath, &mBoundInode);
     if (mSock == -1) return -1;
   } else if (mSock == -1) {
     errno = EINVAL;
@@ -134,6 +139,7 @@ int SocketListener::start(int backlog) {
   if (!mListen) {
     const bool owned = !mSocketName.empty();
     mClients.push_back(new SocketClient(mSock, owned, mUseCmdNum));
+    mClients.back()->setListener(this);
     count_client(mSocketName, 1);
     if (auto* record = record_of(mSocketName)) record->connected(mClients.back());
     if (owned) mSock = -1;  // the client closes it, when its last user is done
@@ -169,7 +175,11 @@ int SocketListener::stopListener() {
 
 // Closes what a start has opened; the thread has ended or never ran.
 void SocketListener::closeAll() {
-  if (!mBoundPath.empty()) unlink(mBoundPath.c_str());
+  // Someone else may have put a socket of his own there since. While ours is open, no other file has its inode.
+  struct stat file;
+  if (!mBoundPath.empty() && lstat(mBoundPath.c_str(), &file) == 0 && file.st_ino == mBoundInode) {
+    unlink(mBoundPath.c_str());
+  }
   mBoundPath.clear();
   if (!mSocketName.empty() && mSock != -1) {
     close(mSock);
@@ -188,14 +198,8 @@ void SocketListener::sendBroadcast(int code, const char* msg, bool addErrno) {
   const int error = errno;
   atd::sim::SocketMessage message(code, nullptr, msg, addErrno ? &error : nullptr);
   if (auto* record = record_of(mSocketName)) record->broadcast(message.parts, message.count);
-  int wait_ms = INT_MAX;
-  for (SocketClient* c : Snapshot(this)) {
-    // A client that is gone stays until the thread has read what it sent before.
-    if (c->sendDatav(message.parts, message.count, wait_ms) == 0 || errno != ETIMEDOUT) continue;
-    if (release(c)) log_error("Sending to a client of", mSocketName.c_str(), ETIMEDOUT);
-    // Clients that read must not wait for each one that does not.
-    wait_ms = std::max(1, atd::sim::SimulatedDevice::current().sockets.send_wait_ms / kLaterWaits);
-  }
+  // A client that is gone stays until the thread has read what it sent before.
+  for (SocketClient* c : Snapshot(this)) c->sendDatav(message.parts, message.count);
 }
 
 void SocketListener::runOnEachSocket(SocketClientCommand* command) {
@@ -214,6 +218,7 @@ bool SocketListener::release(SocketClient* c) {
   pthread_mutex_unlock(&mClientsLock);
   if (!found) return false;
   if (auto* record = record_of(mSocketName)) record->disconnected(c);
+  c->setListener(nullptr);
   if (mListen) shutdown(c->getSocket(), SHUT_RDWR);
   c->decRef();
   return true;
@@ -223,6 +228,13 @@ void SocketListener::wake() {
   // A full pipe wakes the thread, too.
   while (mCtrlPipe[1] != -1 && write(mCtrlPipe[1], "", 1) == -1 && errno == EINTR) {
   }
+}
+
+void SocketListener::wakeToSend() {
+  if (t_listener == this) return;
+  pthread_mutex_lock(&mClientsLock);
+  wake();
+  pthread_mutex_unlock(&mClientsLock);
 }
 
 void* SocketListener::threadStart(void* object) {
@@ -235,11 +247,17 @@ void SocketListener::runListener() {
   std::vector<SocketClient*> polled;  // a reference to each: a descriptor stays open for as long as it is polled
   std::vector<struct pollfd> fds;
   bool pause = false;     // accepting, for one round
+  bool crowded = false;   // the kernel took nothing of what is queued, though poll says it would
   bool refusing = false;  // the last accept failed
   while (!mStop) {
     if (mClientsChanged.exchange(false)) refreshPollSet(&polled, &fds);
     fds[kAccept].fd = mListen && !pause ? mSock : -1;
-    int ready = poll(fds.data(), fds.size(), pause ? kPauseMs : -1);
+    for (size_t i = kFirstClient; i < fds.size(); ++i) {
+      const bool queued = !crowded && polled[i - kFirstClient]->mHasQueued;
+      fds[i].events = static_cast<short>(queued ? POLLIN | POLLOUT : POLLIN);
+    }
+    int ready = poll(fds.data(), fds.size(), crowded ? kSendPauseMs : pause ? kPauseMs : -1);
+    crowded = false;
     if (ready == -1) {
       if (errno != EINTR) {
         log_error("Waiting on", mSocketName.c_str(), errno);
@@ -264,6 +282,8 @@ void SocketListener::runListener() {
       if (fds[i].revents == 0) continue;
       --ready;
       SocketClient* c = polled[i - kFirstClient];
+      if ((fds[i].revents & POLLOUT) != 0 && !c->sendQueued()) crowded = true;
+      if ((fds[i].revents & ~POLLOUT) == 0) continue;
       // An earlier callback of this round may have dropped it.
       if (mClientsChanged && !isClient(c)) continue;
       auto* record = record_of(mSocketName);
@@ -273,7 +293,21 @@ void SocketListener::runListener() {
       if (!keep) release(c);
     }
   }
+  bidFarewell(polled);
   for (SocketClient* c : polled) c->decRef();
+}
+
+// Lets the clients take what is queued for them, for a bounded time.
+void SocketListener::bidFarewell(const std::vector<SocketClient*>& clients) {
+  for (int waited = 0; waited < kFarewellMs; waited += kSendPauseMs) {
+    bool queued = false;
+    for (SocketClient* c : clients) {
+      if (c->mHasQueued) c->sendQueued();
+      queued |= c->mHasQueued;
+    }
+    if (!queued) return;
+    poll(nullptr, 0, kSendPauseMs);
+  }
 }
 
 void SocketListener::refreshPollSet(std::vector<SocketClient*>* polled, std::vector<struct pollfd>* fds) {
@@ -289,15 +323,27 @@ void SocketListener::refreshPollSet(std::vector<SocketClient*>* polled, std::vec
   for (SocketClient* c : *polled) fds->push_back({c->getSocket(), POLLIN, 0});
 }
 
-// Accepts the connections that wait; false with errno when that failed for a reason that lasts.
+// Accepts the connections that wait, and refuses those that would take the last descriptors; false with errno when that
+// failed for a reason that lasts.
 bool SocketListener::acceptClients() {
+  struct rlimit limit = {RLIM_INFINITY, RLIM_INFINITY};
+  getrlimit(RLIMIT_NOFILE, &limit);
+  bool refused = false;
   for (int i = 0; i < kAcceptsPerRound; ++i) {
     int fd = accept4(mSock, nullptr, nullptr, SOCK_CLOEXEC);
     if (fd == -1) {
       if (errno == EINTR || errno == ECONNABORTED) continue;
-      return errno == EAGAIN;
+      if (errno != EAGAIN) return false;
+      break;
+    }
+    // The lowest free number is handed out, so fewer than kSpare are left.
+    if (limit.rlim_cur != RLIM_INFINITY && static_cast<rlim_t>(fd) + kSpare >= limit.rlim_cur) {
+      close(fd);
+      refused = true;
+      continue;
     }
     SocketClient* c = new SocketClient(fd, true, mUseCmdNum);
+    c->setListener(this);
     if (auto* record = record_of(mSocketName)) record->connected(c);
     pthread_mutex_lock(&mClientsLock);
     mClients.push_back(c);
@@ -305,7 +351,8 @@ bool SocketListener::acceptClients() {
     mClientsChanged = true;
     pthread_mutex_unlock(&mClientsLock);
   }
-  return true;
+  if (refused) errno = EMFILE;
+  return !refused;
 }
 
 bool SocketListener::isClient(SocketClient* c) {

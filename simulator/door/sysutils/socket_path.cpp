@@ -79,22 +79,24 @@ int inherited_socket(const std::string& name, bool listening) {
   return fcntl(fd, F_SETFD, FD_CLOEXEC) == 0 ? fd : -1;
 }
 
-int bind_device_socket(const std::string& name, std::string* bound) {
+int bind_device_socket(const std::string& name, std::string* path, ino_t* inode) {
   if (name.empty() || name.find('/') != std::string::npos) return fail(EINVAL);
   mkdir(device_path("/dev"), 0755);
   mkdir(device_path(kFolder), 0755);
   int folder = open(device_path(kFolder), O_PATH | O_DIRECTORY | O_CLOEXEC);
   if (folder == -1) return -1;
 
-  const std::string path(device_path((std::string(kFolder) + "/" + name).c_str()));
+  *path = device_path((std::string(kFolder) + "/" + name).c_str());
   int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  const int error = fd == -1 ? errno : bind_file(fd, folder, path, name.c_str());
+  const int error = fd == -1 ? errno : bind_file(fd, folder, *path, name.c_str());
+  struct stat file = {};
+  fstatat(folder, name.c_str(), &file, AT_SYMLINK_NOFOLLOW);
   close(folder);
   if (error != 0) {
     if (fd != -1) close(fd);
     return fail(error);
   }
-  *bound = path;
+  *inode = file.st_ino;
   return fd;
 }
 

@@ -7,8 +7,11 @@
 #include <sys/uio.h>
 
 #include <atomic>
+#include <string>
 
 #include "List.h"
+
+class SocketListener;
 
 class SocketClient {
  public:
@@ -29,8 +32,9 @@ class SocketClient {
   int getCmdNum();
 
   // Sends "CODE TEXT" and a NUL, with addErrno "CODE TEXT (strerror)" and a NUL; with a command number, "CODE NUMBER
-  // TEXT". 0, or -1 with errno: EPIPE or ECONNRESET when the peer is gone, ETIMEDOUT when it did not read for the
-  // bounded time. The connection is shut down then, and also when only a part of the message went out.
+  // TEXT". It never waits: what the socket does not take at once is queued, in order, and the listener sends it later.
+  // 0, or -1 with errno: EPIPE or ECONNRESET when the peer is gone, ENOBUFS when a megabyte waits for it already or
+  // ENOMEM when there is no memory. The connection is shut down then.
   int sendMsg(int code, const char* msg, bool addErrno);
   int sendMsg(int code, const char* msg, bool addErrno, bool useCmdNum);
 
@@ -48,16 +52,19 @@ class SocketClient {
 
  private:
   friend class SocketListener;
-  int sendDatav(struct iovec* iov, int iovcnt, int wait_ms);
-  int sendDataLocked(struct iovec* iov, int iovcnt, int wait_ms);
-  bool awaitWritable(int wait_ms);
+  int sendNow(struct iovec* iov, int iovcnt, size_t* sent);
+  int queue(const struct iovec* iov, int iovcnt, size_t sent);
+  bool sendQueued();
+  void fail(int error);
+  void setListener(SocketListener* listener);
 
   const int mSocket;
   const bool mSocketOwned;
   const bool mUseCmdNum;
   pthread_mutex_t mWriteMutex = PTHREAD_MUTEX_INITIALIZER;
-  int64_t mPatienceSince = 0;  // in milliseconds, as is mWaited; both under the write mutex
-  int64_t mWaited = 0;         // how long senders have waited for this client since then
+  SocketListener* mListener = nullptr;   // sends what is queued; under the write mutex
+  std::string mQueue;                    // likewise
+  std::atomic<bool> mHasQueued = false;  // changed under the write mutex
   pid_t mPid = -1;
   uid_t mUid = static_cast<uid_t>(-1);
   gid_t mGid = static_cast<gid_t>(-1);

@@ -58,6 +58,7 @@ class SocketListener {
   virtual bool onDataAvailable(SocketClient* c) = 0;
 
  private:
+  friend class SocketClient;
   class Snapshot;
 
   static void* threadStart(void* object);
@@ -65,7 +66,9 @@ class SocketListener {
   void refreshPollSet(std::vector<SocketClient*>* polled, std::vector<struct pollfd>* fds);
   bool acceptClients();
   bool isClient(SocketClient* c);
+  void bidFarewell(const std::vector<SocketClient*>& clients);
   void wake();
+  void wakeToSend();
   int start(int backlog);
   void closeAll();
 
@@ -73,7 +76,8 @@ class SocketListener {
   const bool mUseCmdNum;
   const std::string mSocketName;  // empty: the descriptor was given
   int mSock = -1;
-  std::string mBoundPath;  // the socket file to remove, empty when none
+  std::string mBoundPath;  // the socket file that start has made, empty when none
+  ino_t mBoundInode = 0;   // and which file that is
 
   pthread_mutex_t mStateLock = PTHREAD_MUTEX_INITIALIZER;  // start and stop, one at a time
   bool mRunning = false;
