@@ -44,8 +44,9 @@ Failure parse_hex(const std::string& text, std::string* bytes) {
     if (strchr(" \t\n:-", rest[0]) != nullptr) {
       rest.remove_prefix(1);
     } else if (!take_hex_pair(&rest, bytes)) {
-      return {kUsage, fmt::format("--hex takes pairs of hex digits, such as 01ff20: there is no pair at character {}",
-                                  text.size() - rest.size() + 1)};
+      return {kUsage,
+              fmt::format("bytes in hex are pairs of hex digits, such as 01ff20: there is no pair at character {}",
+                          text.size() - rest.size() + 1)};
     }
   }
   if (bytes->size() > MAX_RZCMD_REQ_SIZE) {
@@ -62,15 +63,43 @@ Failure parse_text(const std::string& text, std::string* bytes) {
                                 "--file sends bytes without that NUL",
                                 text.size(), kMost)};
   }
+  const size_t nul = text.find('\0');
+  if (nul != text.npos) {
+    return {kUsage,
+            fmt::format("the text has a NUL at character {}, where it would end; bytes in hex may have NULs", nul + 1)};
+  }
   *bytes = text;
   return {};
+}
+
+Failure check_payload(int32_t opcode, Given given, const std::string& payload) {
+  const Opcode* row = find_opcode(opcode);
+  if (row == nullptr || given == Given::nothing) return {};
+  const char* wrong = nullptr;
+  if (row->payload == Payload::none) {
+    if (!payload.empty()) wrong = "takes no payload: leave it out";
+  } else if (row->payload == Payload::optional) {
+    const bool is_empty = payload.c_str()[0] == '\0';
+    if (is_empty && given != Given::reading) {
+      wrong = "writes a text, and this one is empty: write --read to read, or in a batch the name alone";
+    }
+  } else if (given == Given::reading) {
+    wrong = "cannot be told to read; \"atdctl ops\" shows \"text or none\" for those that can";
+  } else if (row->payload == Payload::bytes && given == Given::text) {
+    wrong = "takes bytes: write them with --hex or --file, or in a batch as hex:HEX or text:TEXT";
+  }
+  return wrong == nullptr ? Failure() : Failure{kUsage, opcode_title(opcode) + " " + wrong};
 }
 
 Failure parse_request(const std::string& line, int32_t* opcode, std::string* payload) {
   std::string_view rest = line;
   Failure failure = parse_opcode(std::string(take_word(&rest)), opcode);
   skip_spaces(&rest);
-  return failure ? failure : parse_text(std::string(rest), payload);
+  const bool is_hex = rest.starts_with("hex:"), is_text = rest.starts_with("text:");
+  const Given given = rest.empty() ? Given::nothing : is_hex || is_text ? Given::bytes : Given::text;
+  if (is_hex || is_text) rest.remove_prefix(rest.find(':') + 1);
+  if (!failure) failure = is_hex ? parse_hex(std::string(rest), payload) : parse_text(std::string(rest), payload);
+  return failure ? failure : check_payload(*opcode, given, *payload);
 }
 
 }  // namespace atd::client

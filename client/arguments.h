@@ -18,7 +18,18 @@ Failure parse_hex(const std::string& text, std::string* bytes);
 // A text as payload, at most 2047 bytes, so that a NUL follows it in the record.
 Failure parse_text(const std::string& text, std::string* bytes);
 
-// A line of a batch: an opcode, and the rest after the spaces as its text.
+// How a person gave a payload.
+enum class Given {
+  nothing,
+  text,
+  bytes,    // in a way that names its bytes
+  reading,  // not, to read
+};
+
+// Whether the opcode takes such a payload. An opcode that is not listed takes any.
+Failure check_payload(int32_t opcode, Given given, const std::string& payload);
+
+// A line of a batch: an opcode, and after the spaces a text, text:TEXT or hex:HEX.
 Failure parse_request(const std::string& line, int32_t* opcode, std::string* payload);
 
 }  // namespace atd::client

@@ -1,6 +1,9 @@
 #include "client/cli.h"
 
+#include <fcntl.h>
 #include <fmt/format.h>
+#include <signal.h>
+#include <unistd.h>
 
 #include <algorithm>
 
@@ -56,7 +59,7 @@ void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
   auto target = [&options] { return Target{socket_path(options.socket, options.device), options.timeout}; };
   auto add = [&](const char* name, const char* description, std::function<int()> body) {
     CLI::App* command = app.add_subcommand(name, description)->group("Commands");
-    command->footer("--socket, --device and --timeout stand before or after the command's name.");
+    command->footer("Options stand before or after the command's name.");
     command->callback([&chosen, body] { chosen = body; });
     return command;
   };
@@ -76,18 +79,25 @@ void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
   command->add_option("NAME|NUMBER", request.opcode, "Opcode: a name of \"atdctl ops\", or any 32-bit number")
       ->required()
       ->option_text(" ");
-  auto* text = command->add_option("TEXT", request.text, "Payload as text, at most 2047 bytes")->option_text(" ");
+  auto* text =
+      command->add_option("TEXT", request.text, "Payload as text, at most 2047 bytes; not for bytes")->option_text(" ");
   auto* hex = command->add_option("--hex", request.hex, "Payload as pairs of hex digits, at most 2048 bytes");
   auto* file = command->add_option("--file", request.file, "Payload from a file, - for standard input");
   text->each([&request](const std::string&) { request.has_text = true; });
   hex->option_text("HEX")->excludes(text)->each([&request](const std::string&) { request.has_hex = true; });
   file->option_text("FILE")->excludes(text)->excludes(hex);
   file->each([&request](const std::string&) { request.has_file = true; });
+  command->add_flag("--read", request.read, "Read, where a text would be written")
+      ->excludes(text)
+      ->excludes(hex)
+      ->excludes(file);
   add_json(command, "Print one object");
 
   command = add("batch", "Send each line of a file as a request, and print the answers in order",
                 [&, target] { return run_batch(target(), options.file, options.json); });
-  command->add_option("FILE|-", options.file, "Lines of NAME|NUMBER [TEXT]; empty lines and # comments are skipped")
+  command
+      ->add_option("FILE|-", options.file,
+                   "Lines of NAME|NUMBER [TEXT|text:TEXT|hex:HEX]; empty lines and # comments are skipped")
       ->option_text(" ");
   add_json(command, "Print one object a line");
 
@@ -130,7 +140,7 @@ void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
   add("wait", "Wait until the daemon answers", [target] { return run_wait(target()); });
 
   command = add("phone", "Do something to the running simulated phone", [&]() -> int {
-    if (options.phone.words.empty()) return print(app.help()), kOk;
+    if (options.phone.words.empty()) return complain(print(app.help()));
     options.phone.folder = phone_folder(options.socket, options.device);
     options.phone.json = options.json;
     options.phone.timeout = options.timeout;
@@ -157,6 +167,30 @@ void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
   std::string footer = "Environment: ATD_SOCKET and ATD_DEVICE stand for --socket and --device.\nExit status:";
   for (const StatusMeaning& row : statuses()) footer += fmt::format("\n{:4}  {}", row.status, row.meaning);
   app.footer(footer);
+}
+
+// Puts a command's options that stand before its name behind it, where the parser looks for them.
+void move_options(const CLI::App& app, std::vector<std::string>* arguments) {
+  std::vector<std::string> moved, ordered;
+  bool value = false;  // the next argument is an option's value
+  for (auto at = arguments->begin(); at != arguments->end(); ++at) {
+    const CLI::Option* own = app.get_option_no_throw(at->substr(0, at->find('=')));
+    const bool is_option = !value && at->starts_with('-');
+    if (value || (is_option && own != nullptr)) {
+      value = !value && own->get_items_expected_max() > 0 && at->find('=') == at->npos;
+      ordered.push_back(*at);
+    } else if (!app.get_subcommands([&](const CLI::App* command) { return command->check_name(*at); }).empty()) {
+      ordered.push_back(*at);
+      ordered.insert(ordered.end(), moved.begin(), moved.end());
+      ordered.insert(ordered.end(), at + 1, arguments->end());
+      *arguments = ordered;
+      return;
+    } else if (is_option || !moved.empty()) {
+      moved.push_back(*at);
+    } else {
+      return;
+    }
+  }
 }
 
 // Takes the words of a phone's verb out of the arguments. From the verb's first word on every argument belongs to the
@@ -195,6 +229,14 @@ std::string explain(const CLI::App& app, const CLI::ParseError& error) {
   std::string name = app.get_name();
   for (const CLI::App* command : app.get_subcommands()) name += " " + command->get_name();
   std::vector<std::string> extras = app.remaining(true);
+  if (app.get_subcommands().empty()) {
+    // Without a command, its options are no mistake of their own.
+    std::erase_if(extras, [&](const std::string& extra) {
+      auto has = [&](const CLI::App* command) { return command->get_option_no_throw(extra) != nullptr; };
+      const std::vector<const CLI::App*> commands = commands_of(app);
+      return extra.starts_with('-') && std::any_of(commands.begin(), commands.end(), has);
+    });
+  }
   std::string extra = extras.empty() ? "" : extras.front();
   if (extra.starts_with('-')) return fmt::format("there is no option {}; see {} --help", extra, name);
   if (app.get_subcommands().empty() && dynamic_cast<const CLI::RequiredError*>(&error) != nullptr) {
@@ -208,23 +250,35 @@ std::string explain(const CLI::App& app, const CLI::ParseError& error) {
   return fmt::format("{}; see {} --help", error.what(), name);
 }
 
+// A closed standard stream gets a descriptor that can only be used the wrong way round: nothing else that is opened
+// takes its number, and its use is still an error.
+void occupy_standard_streams() {
+  for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
+    if (fcntl(fd, F_GETFD) < 0) open("/dev/null", fd == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+  }
+}
+
 }  // namespace
 
 int run(int argc, char** argv) {
+  occupy_standard_streams();
+  signal(SIGPIPE, SIG_IGN);  // print() tells that the reader went away
   CLI::App app("Talks to atd, the phone's AT-command daemon.", "atdctl");
   Options options;
   std::function<int()> chosen;
   set_up(app, options, chosen);
   std::vector<std::string> arguments(argv + 1, argv + argc);
+  move_options(app, &arguments);
   const std::vector<std::string> verb = take_verb(&arguments);
   std::reverse(arguments.begin(), arguments.end());  // as the parser takes them
   try {
     app.parse(arguments);
     options.phone.words = verb;
-  } catch (const CLI::CallForHelp& help) {
-    return verb.empty() ? app.exit(help) : run_phone_help(verb);
+  } catch (const CLI::CallForHelp&) {
+    return verb.empty() ? complain(print(app.help())) : run_phone_help(verb);
+  } catch (const CLI::CallForVersion& version) {
+    return complain(print(version.what() + std::string("\n")));
   } catch (const CLI::ParseError& error) {
-    if (error.get_exit_code() == 0) return app.exit(error);
     return complain({kUsage, explain(app, error)});
   }
   return chosen();

@@ -24,7 +24,7 @@ struct RequestArguments {
   std::string text;
   std::string hex;
   std::string file;
-  bool has_text = false, has_hex = false, has_file = false;  // at most one of them
+  bool has_text = false, has_hex = false, has_file = false, read = false;  // at most one of them
   bool json = false;
 };
 
@@ -52,7 +52,11 @@ struct WatchArguments {
   std::string answers;  // serve: the file of answers, "" for none
 };
 
-// Prints every message as it comes, until `count` have come, the daemon has stopped, or SIGINT or SIGTERM comes.
+// The status of a command that ends because the daemon stopped, which it complains about if a `count` was asked for.
+int ended_early(int seen, int count);
+
+// Prints every message as it comes, until `count` have come, the daemon has stopped, or SIGINT or SIGTERM comes. With a
+// `count` such a signal ends the program, and a daemon that stops before is kNoDaemon.
 int run_monitor(const Target& target, const WatchArguments& arguments);
 
 // Stands in for the platform: prints every AT command and every request that the daemon sends to it, and answers the
@@ -66,7 +70,7 @@ struct ReplayArguments {
 };
 
 // Sends the daemon what the clients of a recording sent, and compares the answers. Returns kOk, kFailed at the first
-// difference, or kTimedOut when that is a message that does not come.
+// difference, kTimedOut when that is a message that does not come, or kUsage when bytes are missing in the recording.
 int run_replay(const Target& target, const ReplayArguments& arguments);
 
 // Waits until the daemon answers.
@@ -80,7 +84,7 @@ struct PhoneArguments {
 };
 
 // Has the simulated phone run a verb, and prints its output as it comes. Returns the verb's own status; kOk when SIGINT
-// or SIGTERM ends it.
+// or SIGTERM ends one that has no end of its own.
 int run_phone(const PhoneArguments& arguments);
 
 // Prints the help of the verbs that begin with the words, at least one.

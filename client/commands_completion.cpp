@@ -38,12 +38,20 @@ _atdctl_names() {
 
 _atdctl_files() {
   compopt -o filenames 2>/dev/null
-  mapfile -t COMPREPLY < <(compgen "$1" -- "$cur")
+  mapfile -t COMPREPLY < <(compgen -P "$prefix" "$1" -- "$cur")
 }
 
 _atdctl() {
-  local cur=${COMP_WORDS[COMP_CWORD]} words=() i options
+  local line=() words=() i cur before prefix='' options
   COMPREPLY=()
+  # Bash takes --device=DIR for three words, or for one where "=" is not among its COMP_WORDBREAKS.
+  for ((i = 0; i <= COMP_CWORD; i++)); do
+    if [[ ${COMP_WORDS[i]} != = || ${COMP_WORDS[i - 1]} != --* ]]; then line+=("${COMP_WORDS[i]}")
+    elif ((i == COMP_CWORD)); then line+=("")
+    fi
+  done
+  cur=${line[-1]} before=${line[-2]}
+  if [[ $cur == --*=* ]]; then before=${cur%%=*} prefix=$before= cur=${cur#*=}; fi
 )";
 
 constexpr char kEnd[] = R"(}
@@ -164,20 +172,19 @@ int run_completion(const CLI::App& app) {
     if (!more.empty()) flags += fmt::format("    {0}|{0}' '*) options+=' {1}' ;;&\n", command->get_name(), more);
   }
   std::string out = kBegin;
-  out += "  case ${COMP_WORDS[COMP_CWORD - 1]} in\n";
+  out += "  case $before in\n";
   out += fmt::format("    {}) _atdctl_files -d; return ;;\n", options_with(app, Value::folder));
   out += fmt::format("    {}) _atdctl_files -f; return ;;\n", options_with(app, Value::file));
   out += fmt::format("    {}) return ;;\n  esac\n", options_with(app, Value::other));
-  out += "  for ((i = 1; i < COMP_CWORD; i++)); do\n    case ${COMP_WORDS[i]} in\n";
+  out += "  for ((i = 1; i < ${#line[@]} - 1; i++)); do\n    case ${line[i]} in\n";
   out += fmt::format("      {}) ((i++)) ;;\n", options_with(app, Value::any));
-  out += "      -*) ;;\n      *) words+=(\"${COMP_WORDS[i]}\") ;;\n    esac\n  done\n";
+  out += "      -*) ;;\n      *) words+=(\"${line[i]}\") ;;\n    esac\n  done\n";
   out += "  if [[ $cur != -* ]]; then\n    case ${words[*]} in\n";
   out += branch("", names) + arguments + verb_branches() + "    esac\n    return\n  fi\n";
   out += fmt::format("  options='{}'\n  case ${{words[*]}} in\n", flags_of(app));
   out += flags + "    'phone '*) options='--help --json --device --socket' ;;&\n" + verb_flags() + "  esac\n";
   out += "  mapfile -t COMPREPLY < <(compgen -W \"$options\" -- \"$cur\")\n";
-  print(out + kEnd);
-  return kOk;
+  return complain(print(out + kEnd));
 }
 
 }  // namespace atd::client

@@ -79,6 +79,27 @@ a person does to the simulated phone what hands do to a real one.
 Answers go to everyone on the socket and do not say whom they are for.
 Clients on one machine therefore take turns, by a lock on the file
 .IR socket .lock.
+.PP
+With
+.B \-\-json
+fields that do not apply are null.
+A text that is not UTF\-8 is null too, and the field
+.I hex
+has its bytes.
+.PP
+A request that takes bytes has them from
+.B \-\-hex
+or
+.BR \-\-file ,
+and in a batch as
+.I hex:HEX
+or
+.IR text:TEXT .
+One that writes a text, or reads without one, refuses an empty text:
+.B \-\-read
+says that it is to read.
+A request that takes no payload refuses any.
+An opcode that is not listed takes what is given.
 )";
 
 constexpr char kPhone[] = R"(.SH PHONE
@@ -100,7 +121,13 @@ A verb that does not end by itself ends with
 .B SIGINT
 or
 .BR SIGTERM ,
-and the exit status is then 0.
+and the exit status is then 0; any other verb, and
+.B monitor
+or
+.B serve
+with
+.BR \-\-count ,
+is not done then, and the signal ends the program.
 .PP
 .BR \-\-json ", " \-\-help ", " \-\-device " and " \-\-socket
 may stand anywhere.
@@ -152,8 +179,7 @@ int run_dictionary() {
     }
     out += fmt::format("\"\n{}_line=\"{}\"\n", row.name, request_line(row.number, ""));
   }
-  print(out);
-  return kOk;
+  return complain(print(out));
 }
 
 int run_manual(const CLI::App& app) {
@@ -170,8 +196,7 @@ int run_manual(const CLI::App& app) {
   out += ".SH EXIT STATUS\n";
   for (const StatusMeaning& row : statuses())
     out += item(std::to_string(row.status), "", fmt::format("{}.", row.meaning));
-  print(out + kEnd);
-  return kOk;
+  return complain(print(out + kEnd));
 }
 
 }  // namespace atd::client

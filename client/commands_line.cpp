@@ -23,8 +23,7 @@ int run_line(const Target& target, const std::string& line, const std::function<
   Failure failure = connect(connection, target, deadline);
   if (!failure) failure = exchange(connection, target, line, deadline, is_answer, &answer);
   if (failure) return complain(failure);
-  print(visible(answer.bytes) + "\n");
-  return kOk;
+  return complain(print(visible(answer.bytes) + "\n"));
 }
 
 class RawConversation {
@@ -44,20 +43,21 @@ class RawConversation {
         Wait wait = connection_.next(&message, Deadline::max(), STDIN_FILENO);
         if (wait == Wait::gone) return worse(status, complain(went_away(target_)));
         if (wait == Wait::woken) input.fill();
-        else show('<', message.bytes);
+        else if (Failure lost = show('<', message.bytes)) return complain(lost);
       }
-      if (!input.take(&line)) return status;
+      if (!input.take(&line)) break;
       failure = say(line);
       if (failure) status = worse(status, complain(failure));
-      if (failure.status == kNoDaemon) return status;
+      if (failure.status == kNoDaemon || failure.status == kNoOutput) return status;
     }
+    return input.error() == 0 ? status : worse(status, complain(file_failure("-", input.error())));
   }
 
  private:
-  void show(char direction, const std::string& bytes) {
+  Failure show(char direction, const std::string& bytes) {
     std::string text = std::string(1, direction) + " " + visible(bytes) + "\n";
     if (hexdump_) text += client::hexdump(std::string(bytes.c_str(), bytes.size() + 1));
-    print(text);
+    return print(text);
   }
 
   // Sends a line and shows what comes, until no more is expected.
@@ -66,7 +66,7 @@ class RawConversation {
     Deadline deadline = in_seconds(target_.timeout);
     ExchangeLock lock;
     if (!lock.take(target_.socket, deadline)) return timed_out(target_, "no turn among the other clients");
-    show('>', line);
+    if (Failure lost = show('>', line)) return lost;
     if (int error = connection_.send(line, deadline)) {
       return error == ETIMEDOUT ? timed_out(target_, "no room for the line") : went_away(target_);
     }
@@ -78,7 +78,7 @@ class RawConversation {
       if (wait == Wait::gone) return went_away(target_);
       if (wait == Wait::timed_out && !is_request) return {};
       if (wait == Wait::timed_out) return timed_out(target_, "no answer");
-      show('<', message.bytes);
+      if (Failure lost = show('<', message.bytes)) return lost;
       if (message.code == kRefusedCode || (is_request && message.code == kAnswerCode)) return {};
     }
   }

@@ -70,13 +70,11 @@ int run_ops(bool json) {
   if (!json) {
     const size_t columns = terminal_columns();
     const char* no_color = getenv("NO_COLOR");
-    print(ops_text(columns, columns != 0 && (no_color == nullptr || *no_color == '\0')));
-    return kOk;
+    return complain(print(ops_text(columns, columns != 0 && (no_color == nullptr || *no_color == '\0'))));
   }
   std::string out;
   for (const Opcode& row : opcodes()) out += (out.empty() ? "[" : " ,") + opcode_json(row);
-  print(out.empty() ? "[]\n" : out + "]\n");
-  return kOk;
+  return complain(print(out.empty() ? "[]\n" : out + "]\n"));
 }
 
 }  // namespace atd::client

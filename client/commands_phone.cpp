@@ -40,6 +40,8 @@ Failure reach(Connection& connection, const PhoneArguments& arguments) {
     case ENOENT:
     case ENOTDIR:
     case ECONNREFUSED: return {kNoDaemon, fmt::format("no phone runs in {}{}", folder, how_to_start(folder))};
+    case EACCES:
+    case EPERM: return no_permission(folder + kControlSocket);
     case ETIMEDOUT:
       return {kTimedOut,
               fmt::format("no connection within {} to the phone in {}", in_words(arguments.timeout), folder)};
@@ -47,9 +49,9 @@ Failure reach(Connection& connection, const PhoneArguments& arguments) {
   }
 }
 
-// Prints the replies as they come; the status of the last.
-int print_replies(int fd, const std::string& folder) {
-  StopSignals signals;
+// Prints the replies as they come; the status of the last. A verb that is `endless` ends with a signal.
+int print_replies(int fd, const std::string& folder, bool endless) {
+  StopSignals signals(endless);
   InputLines lines(fd);
   for (std::string line;;) {
     while (!lines.is_ready()) {
@@ -61,13 +63,15 @@ int print_replies(int fd, const std::string& folder) {
     const bool came = lines.take(&line);
     ControlReply reply;
     if (came && from_line(line, &reply)) {
-      print(reply.out);
-      if (!reply.error.empty()) complain({reply.status, reply.error});
-      if (reply.last) return reply.status;
+      if (Failure lost = print(reply.out)) return complain(lost);
+      complain({reply.status, reply.error});
+      // An exit status has eight bits.
+      if (reply.last) return reply.status == (reply.status & 0xff) ? reply.status : kOther;
     } else if (came && !lines.is_cut()) {
       return complain({kOther, "the phone's reply makes no sense: " + line.substr(0, 60)});
     } else {
-      return complain({kNoDaemon, fmt::format("the phone in {} went away before it was done", folder)});
+      return complain(
+          {kNoDaemon, fmt::format("the phone in {} went away before it was done{}", folder, how_to_start(folder))});
     }
   }
 }
@@ -88,7 +92,8 @@ int run_phone(const PhoneArguments& arguments) {
   if (failure) return complain(failure);
   // A phone that does not take the whole request says why in its reply.
   connection.send_bytes(to_line(request), Deadline::max());
-  return print_replies(connection.fd(), arguments.folder);
+  auto is_follow = [](const std::string& word) { return word == "-f" || word == "--follow"; };
+  return print_replies(connection.fd(), arguments.folder, std::any_of(rest.begin(), rest.end(), is_follow));
 }
 
 int run_phone_help(const std::vector<std::string>& words) {
@@ -99,8 +104,7 @@ int run_phone_help(const std::vector<std::string>& words) {
     if (words_in_common(verb, words) == most) text += verb_help(verb);
   }
   if (!text.empty()) {
-    print("Usage: atdctl phone VERB [ARGUMENTS] [--json]\n\n" + text);
-    return kOk;
+    return complain(print("Usage: atdctl phone VERB [ARGUMENTS] [--json]\n\n" + text));
   }
   std::vector<std::string> rest = words;
   std::string error;

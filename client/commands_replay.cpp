@@ -46,10 +46,11 @@ class Replay {
       if (status != kOk) return status;
     }
     Failure failure = clients_.end();
+    if (!failure && clients_.has_ended() && !stopped_) failure = went_away(target_);
     if (failure) return complain(failure);
     if (!clients_.unasked().empty()) return differ("nothing more", clients_.unasked().front().shown, kFailed);
-    print(fmt::format("{} {}, no difference\n", compared_, compared_ == 1 ? "message" : "messages"));
-    return kOk;
+    failure = print(fmt::format("{} {}, no difference\n", compared_, compared_ == 1 ? "message" : "messages"));
+    return worse(missed_, complain(failure));
   }
 
  private:
@@ -60,8 +61,8 @@ class Replay {
       case Kind::disconnect: failure = clients_.disconnect(event_->client); break;
       case Kind::input: failure = say(); break;
       case Kind::missed:
-        complain({kOk, fmt::format("{}{} bytes of client {} are not in the recording", place(), event_->count,
-                                   event_->client)});
+        missed_ = complain({kUsage, fmt::format("{}{} bytes of client {} are not in the recording and cannot be sent",
+                                                place(), event_->count, event_->client)});
         break;
       case Kind::message: return compare();
     }
@@ -92,7 +93,8 @@ class Replay {
   // and the next one is waited for.
   int end() {
     auto is_input = [](const Event& event) { return event.kind == Kind::input; };
-    if (std::none_of(event_, &events_.back() + 1, is_input)) return kOk;
+    stopped_ = std::none_of(event_, &events_.back() + 1, is_input);
+    if (stopped_) return kOk;
     restarted_ = true;
     Failure failure = clients_.await_end();
     return failure ? differ("the end of the daemon", failure.text, kTimedOut) : kOk;
@@ -103,8 +105,7 @@ class Replay {
     if (input_ != nullptr) {
       text += fmt::format("  line {}, client {}: {}\n", input_->line, input_->client, input_text(input_->bytes));
     }
-    print(fmt::format("{}  expected: {}\n  got:      {}\n", text, expected, got));
-    return status;
+    return worse(status, complain(print(fmt::format("{}  expected: {}\n  got:      {}\n", text, expected, got))));
   }
 
   std::string place() const { return fmt::format("{}:{}: ", arguments_.file, event_->line); }
@@ -117,6 +118,8 @@ class Replay {
   const Event* event_ = nullptr;  // the one that is being played
   const Event* input_ = nullptr;  // the last input, null for none yet
   bool restarted_ = false;        // the daemon has ended, and another one follows
+  bool stopped_ = false;          // the recording ends with the daemon's end
+  int missed_ = kOk;              // kUsage when the recording does not have all that the clients sent
   int compared_ = 0;
 };
 

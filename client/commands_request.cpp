@@ -1,5 +1,4 @@
 #include <fmt/format.h>
-#include <string.h>
 
 #include <algorithm>
 
@@ -33,7 +32,7 @@ Failure ask_line(Connection& connection, const Target& target, const std::string
   return failure;
 }
 
-int run_lines(const Target& target, int fd, bool json) {
+int run_lines(const Target& target, const std::string& file, int fd, bool json) {
   Connection connection;
   Failure unreachable = connect(connection, target, in_seconds(target.timeout));
   if (unreachable) return complain(unreachable);
@@ -58,19 +57,20 @@ int run_lines(const Target& target, int fd, bool json) {
     }
     int32_t opcode = 0;
     Response response;
-    Failure failure = ask_line(connection, target, line, &opcode, &response);
+    Failure lost, failure = ask_line(connection, target, line, &opcode, &response);
     if (!failure) {
-      print(json ? answer_json(number, opcode, response) : with_line_number(number, answer_text(opcode, response)));
+      lost =
+          print(json ? answer_json(number, opcode, response) : with_line_number(number, answer_text(opcode, response)));
       failure.status = result_status(response.result);
     } else if (json) {
-      print(failure_json(number, line, failure.status, failure.text));
+      lost = print(failure_json(number, line, failure.status, failure.text));
     } else {
       complain({failure.status, fmt::format("line {}: {}", number, failure.text)});
     }
     status = worse(status, failure.status);
+    if (lost) return complain(lost);
   }
-  if (input.error() == 0) return status;
-  return worse(status, complain({kUsage, fmt::format("the lines cannot be read: {}", strerror(input.error()))}));
+  return input.error() == 0 ? status : worse(status, complain(file_failure(file, input.error())));
 }
 
 }  // namespace
@@ -82,19 +82,24 @@ int run_request(const Target& target, const RequestArguments& arguments) {
   if (!failure && arguments.has_hex) failure = parse_hex(arguments.hex, &payload);
   if (!failure && arguments.has_file) failure = read_file(arguments.file, MAX_RZCMD_REQ_SIZE, &payload);
   if (!failure && arguments.has_text) failure = parse_text(arguments.text, &payload);
+  const Given given = arguments.has_text                        ? Given::text
+                      : arguments.has_hex || arguments.has_file ? Given::bytes
+                      : arguments.read                          ? Given::reading
+                                                                : Given::nothing;
+  if (!failure) failure = check_payload(opcode, given, payload);
   Connection connection;
   Response response;
   Deadline deadline = in_seconds(target.timeout);
   if (!failure) failure = connect(connection, target, deadline);
   if (!failure) failure = ask(connection, target, opcode, payload, deadline, &response);
   if (failure) return complain(failure);
-  print(arguments.json ? answer_json(0, opcode, response) : answer_text(opcode, response));
-  return result_status(response.result);
+  failure = print(arguments.json ? answer_json(0, opcode, response) : answer_text(opcode, response));
+  return worse(complain(failure), result_status(response.result));
 }
 
 int run_batch(const Target& target, const std::string& file, bool json) {
   const InputFile input(file);
-  return input.failure() ? complain(input.failure()) : run_lines(target, input.fd(), json);
+  return input.failure() ? complain(input.failure()) : run_lines(target, file, input.fd(), json);
 }
 
 }  // namespace atd::client

@@ -19,7 +19,7 @@ class Platform {
       : target_(target), arguments_(arguments), rows_(rows) {}
 
   int run() {
-    StopSignals signals;
+    StopSignals signals(arguments_.count == 0);
     deadline_ = in_seconds(target_.timeout);
     Failure failure = connect(connection_, target_, deadline_);
     if (!failure) failure = say(initialize_line(), deadline_);
@@ -31,8 +31,8 @@ class Platform {
       if (wait == Wait::timed_out && !ready_ && in_seconds(0) >= deadline_) {
         failure = timed_out(target_, "no answer to \"initialize\"");
       }
-      if (wait == Wait::message && message.code == kStoppedCode) return kOk;
-      if (wait == Wait::message) take(message);
+      if (wait == Wait::message && message.code == kStoppedCode) return ended_early(seen_, arguments_.count);
+      if (wait == Wait::message) failure = take(message);
       if (!failure) failure = send_due();
     }
     return failure ? complain(failure) : kOk;
@@ -52,31 +52,30 @@ class Platform {
     return next;
   }
 
-  void take(const Message& message) {
+  // Fails as print() does.
+  Failure take(const Message& message) {
+    Failure failure;
     if (message.code == kReadyCode && !ready_) {
       ready_ = true;
-      show(arguments_.json ? message_json(now(), 0, message) : "ready\n");
+      failure = show(arguments_.json ? message_json(now(), 0, message) : "ready\n");
     }
     // What comes while the last answer is still due is left to whoever serves next.
-    if (message.code != kPlatformCode || (arguments_.count != 0 && seen_ >= arguments_.count)) return;
+    if (message.code != kPlatformCode || (arguments_.count != 0 && seen_ >= arguments_.count)) return failure;
     ++seen_;
     Request request;
     if (!decode_request(message.text, &request)) {
-      show(arguments_.json ? request_json(now(), seen_, message, nullptr) : "command " + visible(message.text) + "\n");
-      return;
+      return show(arguments_.json ? request_json(now(), seen_, message, nullptr)
+                                  : "command " + visible(message.text) + "\n");
     }
     auto row = std::find_if(rows_.begin(), rows_.end(), [&](const AnswerRow& candidate) {
       return matches(candidate, request.opcode, request.payload);
     });
     const AnswerRow answer = row == rows_.end() ? AnswerRow() : *row;
     if (answer.answers) due_.push_back({in_seconds(answer.delay_ms / 1000.0), answer.response});
-    if (arguments_.json) {
-      show(request_json(now(), seen_, message, answer.answers ? &answer.response : nullptr));
-    } else {
-      bool is_hex = shape_of(nullptr, request.payload) == Shape::hex;
-      show(message_text(message) + "\n" + (is_hex ? hexdump(request.payload) : ""));
-      if (!answer.answers) show("no answer\n");
-    }
+    if (arguments_.json) return show(request_json(now(), seen_, message, answer.answers ? &answer.response : nullptr));
+    bool is_hex = shape_of(nullptr, request.payload) == Shape::hex;
+    failure = show(message_text(message) + "\n" + (is_hex ? hexdump(request.payload) : ""));
+    return failure || answer.answers ? failure : show("no answer\n");
   }
 
   Failure send_due() {
@@ -87,8 +86,8 @@ class Platform {
         continue;
       }
       Failure failure = say(response_line(due_[i].response), in_seconds(target_.timeout));
+      if (!failure && !arguments_.json) failure = show("answer " + response_text(due_[i].response) + "\n");
       if (failure) return failure;
-      if (!arguments_.json) show("answer " + response_text(due_[i].response) + "\n");
       due_.erase(due_.begin() + i);
     }
     return {};
@@ -106,7 +105,7 @@ class Platform {
     return time;
   }
 
-  void show(const std::string& text) { print(arguments_.json ? text : clock_time(now()) + "  " + text); }
+  Failure show(const std::string& text) { return print(arguments_.json ? text : clock_time(now()) + "  " + text); }
 
   const Target& target_;
   const WatchArguments& arguments_;

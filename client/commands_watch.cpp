@@ -17,8 +17,12 @@ std::string message_line(const timespec& time, int sequence, const Message& mess
 
 }  // namespace
 
+int ended_early(int seen, int count) {
+  return count == 0 ? kOk : complain({kNoDaemon, fmt::format("the daemon stopped after {} of {}", seen, count)});
+}
+
 int run_monitor(const Target& target, const WatchArguments& arguments) {
-  StopSignals signals;
+  StopSignals signals(arguments.count == 0);
   Connection connection;
   Recorder recorder;
   Failure failure;
@@ -30,13 +34,14 @@ int run_monitor(const Target& target, const WatchArguments& arguments) {
     Message message;
     Wait wait = connection.next(&message, Deadline::max(), signals.fd());
     if (wait == Wait::woken) return kOk;
-    if (wait != Wait::message) return stopped ? kOk : complain(went_away(target));
+    if (wait != Wait::message && (!stopped || connection.is_cut())) return complain(went_away(target));
+    if (wait != Wait::message) return ended_early(sequence - 1, arguments.count);
     timespec now;
     clock_gettime(CLOCK_REALTIME, &now);
-    if (!arguments.quiet) {
-      print(arguments.json ? message_json(now, sequence, message) : message_line(now, sequence, message));
-    }
     if (!arguments.record.empty()) failure = recorder.write(now, message);
+    if (!failure && !arguments.quiet) {
+      failure = print(arguments.json ? message_json(now, sequence, message) : message_line(now, sequence, message));
+    }
     if (failure) return complain(failure);
     stopped = stopped || message.code == kStoppedCode;
   }
@@ -50,7 +55,7 @@ int run_wait(const Target& target) {
   for (;;) {
     Connection connection;
     Failure failure = connect(connection, target, deadline, true);
-    if (failure) return complain({kTimedOut, failure.text});
+    if (failure) return complain({failure.status == kNoDaemon ? kTimedOut : failure.status, failure.text});
     Wait wait = connection.settle(deadline);
     if (wait == Wait::timed_out) return complain(timed_out(target, "no answer"));
     if (wait == Wait::message) break;

@@ -45,6 +45,9 @@ class Connection {
   // Sends bytes as they are, in one piece where the daemon has room for them. Returns as open() does.
   int send_bytes(const std::string& bytes, Deadline deadline);
 
+  // Whether part of a message has come, and not its end.
+  bool is_cut() const { return splitter_.pending() > 0; }
+
   // Whether the daemon has read everything that was sent here.
   bool all_read() const;
 

@@ -53,6 +53,7 @@ Failure connect(Connection& connection, const Target& target, Deadline deadline,
     if (error == 0) return {};
     if (error == ETIMEDOUT) return timed_out(target, "no connection");
     if (!patient || std::chrono::steady_clock::now() + kPause > deadline) {
+      if (is_forbidden(error)) return no_permission(target.socket);
       return {kNoDaemon, fmt::format("no daemon at {} ({}){}", target.socket, strerror(error),
                                      how_to_start(folder_of(target.socket)))};
     }
@@ -60,12 +61,17 @@ Failure connect(Connection& connection, const Target& target, Deadline deadline,
   }
 }
 
+Failure no_permission(const std::string& socket) {
+  return {kNoPermission, "permission denied at " + socket + "; run atdctl as the user who runs the daemon"};
+}
+
 Failure went_away(const Target& target) {
   return {kNoDaemon, "the daemon at " + target.socket + " went away" + how_to_start(folder_of(target.socket))};
 }
 
 Failure timed_out(const Target& target, const std::string& what) {
-  return {kTimedOut, fmt::format("{} within {} from the daemon at {}", what, in_words(target.timeout), target.socket)};
+  return {kTimedOut, fmt::format("{} within {} from the daemon at {}; --timeout SECONDS waits longer", what,
+                                 in_words(target.timeout), target.socket)};
 }
 
 Failure check_length(const std::string& line) {
@@ -102,7 +108,8 @@ Failure ask(Connection& connection, const Target& target, int32_t opcode, const 
       connection, target, request_line(opcode, payload), deadline,
       [](const Message& message) { return message.code == kAnswerCode; }, &answer);
   std::string error;
-  if (!failure && !decode_response(answer.text, response, &error)) failure = {kOther, "malformed answer: " + error};
+  if (!failure && !decode_response(answer.text, response, &error))
+    failure = {kOther, "malformed answer: " + error + "; atdctl raw shows it as it is"};
   return failure;
 }
 

@@ -27,9 +27,12 @@ std::string phone_folder(const std::string& socket, const std::string& device);
 // The end of a complaint that a phone is not there: how to start it. `folder` is the phone's, "" when it is not known.
 std::string how_to_start(const std::string& folder);
 
-// Connects once, or with `patient` again and again until the deadline, for a daemon that starts. Fails with kNoDaemon,
-// or with kTimedOut when a daemon is there and accepts nobody.
+// Connects once, or with `patient` again and again until the deadline, for a daemon that starts. Fails with kNoDaemon
+// or kNoPermission, or with kTimedOut when a daemon is there and accepts nobody.
 Failure connect(Connection& connection, const Target& target, Deadline deadline, bool patient = false);
+
+// The failure that the user may not use a socket.
+Failure no_permission(const std::string& socket);
 
 // The failure that the daemon is gone, with how to start one.
 Failure went_away(const Target& target);

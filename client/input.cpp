@@ -4,7 +4,6 @@
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <poll.h>
-#include <string.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -27,7 +26,7 @@ bool may_try_again(int error) { return error == EINTR || error == EAGAIN; }
 
 InputFile::InputFile(const std::string& file)
     : fd_(file == "-" ? STDIN_FILENO : open(file.c_str(), O_RDONLY | O_CLOEXEC)) {
-  if (fd_ < 0) failure_ = {kUsage, file + ": " + strerror(errno)};
+  if (fd_ < 0) failure_ = file_failure(file, errno);
 }
 
 InputFile::~InputFile() {
@@ -51,6 +50,7 @@ bool InputLines::take(std::string* line) {
   while (!is_ready()) fill();
   if (begin_ >= pending_.size()) return false;
   size_t end = std::min(pending_.find('\n', begin_), pending_.size());
+  if (error_ != 0 && end == pending_.size()) return false;
   *line = pending_.substr(begin_, end - begin_);
   begin_ = end + 1;
   return true;
@@ -64,10 +64,10 @@ Failure read_lines(const std::string& file,
   std::string line;
   for (int number = 1; lines.take(&line); ++number) {
     const std::string wrong = take(number, line);
-    if (!wrong.empty()) return {kUsage, fmt::format("{}:{}: {}", file, number, wrong)};
+    const char* const cut = lines.is_cut() ? "; the line has no end, so the file may be cut" : "";
+    if (!wrong.empty()) return {kUsage, fmt::format("{}:{}: {}{}", file, number, wrong, cut)};
   }
-  if (lines.error() != 0) return {kUsage, file + ": " + strerror(lines.error())};
-  return {};
+  return lines.error() == 0 ? Failure() : file_failure(file, lines.error());
 }
 
 Failure read_file(const std::string& file, size_t most, std::string* content) {
@@ -79,7 +79,7 @@ Failure read_file(const std::string& file, size_t most, std::string* content) {
     const ssize_t size = read_some(input.fd(), bytes);
     if (size == 0) return {};
     if (size > 0) content->append(bytes, size);
-    else if (!may_try_again(errno)) return {kUsage, file + ": " + strerror(errno)};
+    else if (!may_try_again(errno)) return file_failure(file, errno);
   }
   return {kUsage, fmt::format("{} has more than {} bytes, the most that can be sent",
                               file == "-" ? "standard input" : file, most)};

@@ -18,7 +18,7 @@ class InputFile {
 
   int fd() const { return fd_; }
 
-  // Why the file cannot be opened: kUsage with the file's name and the reason.
+  // Why the file cannot be opened, as file_failure() has it.
   const Failure& failure() const { return failure_; }
 
  private:
@@ -36,7 +36,8 @@ class InputLines {
   // Reads what there is, and waits when there is nothing yet.
   void fill();
 
-  // Takes the next line without its line feed, at the end the rest that has none; false after the last.
+  // Takes the next line without its line feed, at the end the rest that has none; false after the last. The rest before
+  // a read error is not taken: it may be half a line.
   bool take(std::string* line);
 
   // Whether the line taken last was the rest without a line feed.
@@ -54,11 +55,12 @@ class InputLines {
 };
 
 // Hands the lines of a file, "-" for standard input, to `take` with their numbers, 1 for the first, until it says what
-// is wrong with one; kUsage with that as "FILE:LINE: what is wrong", or when the file cannot be read.
+// is wrong with one; kUsage with that as "FILE:LINE: what is wrong", or file_failure() when the file cannot be read.
 Failure read_lines(const std::string& file,
                    const std::function<std::string(int number, const std::string& line)>& take);
 
-// Reads a whole file, "-" for standard input; kUsage when it cannot be read or has more than `most` bytes.
+// Reads a whole file, "-" for standard input; file_failure() when it cannot be read, kUsage when it has more than
+// `most` bytes.
 Failure read_file(const std::string& file, size_t most, std::string* content);
 
 }  // namespace atd::client

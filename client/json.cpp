@@ -11,7 +11,14 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-std::string to_line(const Json& json) { return json.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n"; }
+std::string to_line(const Json& json) { return json.dump() + "\n"; }
+
+// The text as the field of that name, or as "hex" where it is not UTF-8.
+void put_text(Json& json, const char* name, const std::string& text) {
+  const bool is_text = is_utf8(text);
+  json[name] = is_text ? Json(text) : Json();
+  json["hex"] = is_text ? Json() : Json(to_hex(text));
+}
 
 // The fields "opcode" and "name".
 void put_opcode(Json& json, int32_t opcode) {
@@ -57,7 +64,7 @@ Json seen(const timespec& time, int sequence, const Message& message) {
   json["time"] = iso_time(time);
   json["seq"] = sequence;
   json["code"] = message.code;
-  json["text"] = message.text;
+  put_text(json, "text", message.text);
   json["decoded"] = decoded(message);
   return json;
 }
@@ -88,9 +95,9 @@ std::string answer_json(int line, int32_t opcode, const Response& response) {
 std::string failure_json(int line, const std::string& request, int status, const std::string& error) {
   Json json;
   json["line"] = line;
-  json["request"] = request;
+  put_text(json, "request", request);
   json["status"] = status;
-  json["error"] = error;
+  json["error"] = visible(error);
   return to_line(json);
 }
 

@@ -1,5 +1,5 @@
 // What atdctl prints for programs: JSON objects, each in one line. Fields that do not apply are null. A text that is
-// not UTF-8 gets replacement characters.
+// not UTF-8 is null too, and its bytes are in the field "hex".
 #pragma once
 
 #include <stdint.h>

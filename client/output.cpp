@@ -1,8 +1,12 @@
 #include "client/output.h"
 
 #include <fmt/chrono.h>
+#include <errno.h>
 #include <fmt/format.h>
+#include <poll.h>
 #include <stdio.h>
+#include <string.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <iterator>
@@ -20,11 +24,14 @@ constexpr StatusMeaning kStatuses[] = {
     {kOther, "any other result, or a malformed answer"},
     {kUsage, "a mistake in the arguments, or in a file that they name"},
     {kNoDaemon, "no daemon at the socket, or no phone in the folder, or it went away"},
+    {kNoOutput, "output or a recording cannot be written; no message if its reader ended"},
     {kTimedOut, "no answer in time"},
+    {kNoPermission, "no permission for the socket, the phone's folder or a file"},
 };
 
 int severity(int status) {
-  constexpr int kBySeverity[] = {kOk, kFailed, kUnsupported, kOther, kUsage, kTimedOut, kNoDaemon};
+  constexpr int kBySeverity[] = {kOk,       kFailed,   kUnsupported,  kOther,   kUsage,
+                                 kTimedOut, kNoDaemon, kNoPermission, kNoOutput};
   return static_cast<int>(std::find(std::begin(kBySeverity), std::end(kBySeverity), status) - std::begin(kBySeverity));
 }
 
@@ -76,15 +83,33 @@ std::span<const StatusMeaning> statuses() { return kStatuses; }
 int worse(int a, int b) { return severity(a) >= severity(b) ? a : b; }
 
 int complain(const Failure& failure) {
-  fflush(stdout);
-  fprintf(stderr, "atdctl: %s\n", visible(failure.text).c_str());
+  if (!failure.text.empty()) fprintf(stderr, "atdctl: %s\n", visible(failure.text).c_str());
   return failure.status;
 }
 
-void print(const std::string& text) {
-  fwrite(text.data(), 1, text.size(), stdout);
-  fflush(stdout);
+int write_all(int fd, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t size = write(fd, bytes.data(), bytes.size());
+    pollfd writable = {fd, POLLOUT, 0};
+    if (size >= 0) bytes.remove_prefix(static_cast<size_t>(size));
+    else if (errno == EAGAIN) poll(&writable, 1, -1);
+    else if (errno != EINTR) return errno;
+  }
+  return 0;
 }
+
+Failure print(const std::string& text) {
+  const int error = write_all(STDOUT_FILENO, text);
+  if (error == 0) return {};
+  return {kNoOutput, error == EPIPE ? "" : fmt::format("standard output cannot be written: {}", strerror(error))};
+}
+
+Failure file_failure(const std::string& file, int error) {
+  return {is_forbidden(error) ? kNoPermission : kUsage,
+          fmt::format("{}: {}", file == "-" ? "standard input" : file, strerror(error))};
+}
+
+bool is_forbidden(int error) { return error == EACCES || error == EPERM; }
 
 int result_status(int32_t result) { return result >= RZCMD_OK && result <= kNotSupported ? result : kOther; }
 

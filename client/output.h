@@ -21,7 +21,9 @@ enum Status {
   kOther = 3,
   kUsage = 64,
   kNoDaemon = 69,
+  kNoOutput = 74,
   kTimedOut = 75,
+  kNoPermission = 77,
 };
 
 struct StatusMeaning {
@@ -32,7 +34,7 @@ struct StatusMeaning {
 // Every exit status and what it means, by ascending number.
 std::span<const StatusMeaning> statuses();
 
-// The worse of two exit statuses, the worst first: 69, 75, 64, 3, 2, 1, 0.
+// The worse of two exit statuses, the worst first: 74, 77, 69, 75, 64, 3, 2, 1, 0.
 int worse(int a, int b);
 
 // Why a command could not do its work; as a bool it is false when the command could.
@@ -42,11 +44,22 @@ struct Failure {
   explicit operator bool() const { return status != kOk; }
 };
 
-// Prints "atdctl: TEXT" on standard error, in one line, and returns the failure's status.
+// Prints "atdctl: TEXT" on standard error, in one line, and returns the failure's status. A failure without a text
+// prints nothing.
 int complain(const Failure& failure);
 
-// Prints a text on standard output and flushes it, so that a pipe's reader has it at once.
-void print(const std::string& text);
+// Writes all the bytes, waiting for room where it must; 0 or an error number.
+int write_all(int fd, std::string_view bytes);
+
+// Prints a text on standard output, without a buffer, so that a pipe's reader has it at once. Fails with kNoOutput when
+// not all of it can be written; where only the reader went away, the failure has no text.
+[[nodiscard]] Failure print(const std::string& text);
+
+// The failure that a file, "-" for standard input, cannot be opened or read: kNoPermission or kUsage.
+Failure file_failure(const std::string& file, int error);
+
+// Whether the error number says that the user may not do it.
+bool is_forbidden(int error);
 
 // The exit status for a response's result, and the result in words: "OK", "FAIL", "not supported" or its number.
 int result_status(int32_t result);

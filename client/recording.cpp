@@ -2,6 +2,7 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <fmt/format.h>
 #include <string.h>
 #include <unistd.h>
 
@@ -28,17 +29,16 @@ Failure Recorder::open(const std::string& file) {
   file_ = file;
   fd_ = ::open(file.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0660);
   if (fd_ >= 0) return {};
-  return {kUsage, file + ": " + strerror(errno)};
+  return file_failure(file, errno);
 }
 
 Failure Recorder::write(const timespec& time, const Message& message) {
   Event event;
   event.time = time;
   event.message = message;
-  const std::string line = event_line(event);
-  const ssize_t size = ::write(fd_, line.data(), line.size());
-  if (size == static_cast<ssize_t>(line.size())) return {};
-  return {kUsage, file_ + ": " + (size < 0 ? strerror(errno) : "no room for a line")};
+  const int error = write_all(fd_, event_line(event));
+  if (error == 0) return {};
+  return {kNoOutput, fmt::format("the recording {} cannot be written: {}", file_, strerror(error))};
 }
 
 }  // namespace atd::client

@@ -23,10 +23,10 @@ class Recorder {
   Recorder(const Recorder&) = delete;
   Recorder& operator=(const Recorder&) = delete;
 
-  // Opens the file, or makes it when there is none; kUsage when neither is possible.
+  // Opens the file, or makes it when there is none; file_failure() when neither is possible.
   Failure open(const std::string& file);
 
-  // Writes one line; kUsage when it cannot be written whole.
+  // Writes one line; kNoOutput when it cannot be written whole.
   Failure write(const timespec& time, const Message& message);
 
  private:

@@ -49,6 +49,7 @@ class ReplayClients {
   void pass_time(Deadline end);
 
   bool is_there(int client) const { return clients_.count(client) != 0; }
+  bool has_ended() const { return ended_; }  // the daemon has
   bool is_empty() const { return clients_.empty(); }
 
  private:

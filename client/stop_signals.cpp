@@ -5,7 +5,8 @@
 
 namespace atd::client {
 
-StopSignals::StopSignals() {
+StopSignals::StopSignals(bool endless) {
+  if (!endless) return;
   sigset_t signals;
   sigemptyset(&signals);
   sigaddset(&signals, SIGINT);
@@ -15,6 +16,7 @@ StopSignals::StopSignals() {
 }
 
 StopSignals::~StopSignals() {
+  if (fd_ < 0) return;
   // A signal that came is taken here, or it would end the program as soon as it is no longer blocked.
   signalfd_siginfo taken;
   while (read(fd_, &taken, sizeof taken) > 0) {

@@ -5,19 +5,20 @@
 
 namespace atd::client {
 
-// While an object lives, SIGINT and SIGTERM do not end the program but make its descriptor readable.
+// While an object lives, SIGINT and SIGTERM do not end the program but make its descriptor readable. That is for what
+// has no end of its own; with `endless` false they end the program as usual, so that its status tells.
 class StopSignals {
  public:
-  StopSignals();
+  explicit StopSignals(bool endless);
   ~StopSignals();
   StopSignals(const StopSignals&) = delete;
   StopSignals& operator=(const StopSignals&) = delete;
 
-  int fd() const { return fd_; }
+  int fd() const { return fd_; }  // -1 where they end the program
 
  private:
   sigset_t before_;
-  int fd_;
+  int fd_ = -1;
 };
 
 }  // namespace atd::client

@@ -125,9 +125,11 @@ struct Outcome {
   std::string out, err;
 };
 
-// Runs atdctl on a socket, "" for none, with `input` on its standard input. Only one may run at a time, since it takes
-// the process's output.
-inline Outcome atdctl(const std::string& socket, Strings arguments, const std::string& input = "") {
+// Runs atdctl on a socket, "" for none, with `input` on its standard input, after `prepare`. Only one may run at a
+// time, since it takes the process's output.
+inline Outcome atdctl(
+    const std::string& socket, Strings arguments, const std::string& input = "",
+    const std::function<void()>& prepare = [] {}) {
   arguments.insert(arguments.begin(), "atdctl");
   if (!socket.empty()) arguments.insert(arguments.begin() + 1, {"--socket", socket});
   std::vector<char*> argv;
@@ -139,15 +141,19 @@ inline Outcome atdctl(const std::string& socket, Strings arguments, const std::s
   dup2(fileno(file), STDIN_FILENO);
   testing::internal::CaptureStdout();
   testing::internal::CaptureStderr();
+  prepare();
   int status = run(static_cast<int>(argv.size()), argv.data());
+  EXPECT_EQ(0, seteuid(getuid()));  // whoever it was prepared to be
   dup2(before, STDIN_FILENO);
   close(before);
   fclose(file);
   return {status, testing::internal::GetCapturedStdout(), testing::internal::GetCapturedStderr()};
 }
 
-inline Outcome atdctl(FakeDaemon& daemon, const Strings& arguments, const std::string& input = "") {
-  return atdctl(daemon.socket(), arguments, input);
+inline Outcome atdctl(
+    FakeDaemon& daemon, const Strings& arguments, const std::string& input = "",
+    const std::function<void()>& prepare = [] {}) {
+  return atdctl(daemon.socket(), arguments, input, prepare);
 }
 
 }  // namespace atd::client

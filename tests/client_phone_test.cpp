@@ -134,6 +134,16 @@ TEST(ClientPhone, FindsThePhone) {
   }
   EXPECT_TRUE(has(atdctl_phone(left, {"status"}).err, "no phone runs in " + left + "; start it"));
   std::filesystem::remove_all(left);
+  ASSERT_EQ(0, chmod(folder.c_str(), 0));
+  auto be_nobody = [] {
+    if (getuid() == 0) EXPECT_EQ(0, seteuid(65534));
+  };
+  for (const Strings& command : {Strings{"request", "5"}, {"phone", "status"}, {"wait", "--timeout", "0"}}) {
+    Outcome outcome = atdctl(socket, command, "", be_nobody);
+    EXPECT_EQ(77, outcome.status) << outcome.err;
+    EXPECT_TRUE(has(outcome.err, "permission denied at " + folder)) << outcome.err;
+  }
+  chmod(folder.c_str(), 0700);
 }
 
 TEST(ClientPhone, ReportsWhatThePhoneSays) {
@@ -153,6 +163,9 @@ TEST(ClientPhone, ReportsWhatThePhoneSays) {
        "BYE",
        69, "a", "went away before it was done"},
       {"BYE", 69, "", "went away before it was done"},
+      {R"({"status":256})"
+       "\n",
+       3, "", ""},
       {"hello\n", 3, "", "the phone's reply makes no sense: hello"},
       {R"({"out":7})"
        "\n",
@@ -248,6 +261,10 @@ TEST(Client, CompletesNamesWithTheirSentences) {
   EXPECT_EQ("/dev/null\n", complete("phone item import /dev/nul"));
   EXPECT_EQ("--level\n", complete("phone log -f --l"));
   EXPECT_EQ("--device\n", complete("phone item --d"));
+  EXPECT_EQ("/dev\n", complete("--device = /dev"));
+  EXPECT_EQ("--record=/dev/null\n", complete("monitor --record=/dev/nul"));
+  EXPECT_EQ("status\n", complete("--device = /dev phone stat"));
+  EXPECT_EQ("\n", complete("--timeout ="));
 }
 
 }  // namespace

@@ -133,7 +133,8 @@ TEST_F(ServicePhone, ServeLeavesARequestToItsTimeOut) {
                                R"("answer":null})"))
       << outcome.out;
   EXPECT_TRUE(has(outcome.out, R"("answer":{"result":0,"result_name":"OK","result_status":0,)")) << outcome.out;
-  EXPECT_TRUE(has(outcome.out, R"("seq":3,"code":605,"text":"AT+CSQ","decoded":null,"answer":null})")) << outcome.out;
+  EXPECT_TRUE(has(outcome.out, R"("seq":3,"code":605,"text":"AT+CSQ","hex":null,"decoded":null,"answer":null})"))
+      << outcome.out;
 }
 
 TEST_F(ServicePhone, ServeEndsWithTheDaemonOrASignal) {
@@ -142,6 +143,11 @@ TEST_F(ServicePhone, ServeEndsWithTheDaemonOrASignal) {
   EXPECT_EQ(0, beside({"serve"}, [](auto&) { stop_socket(); }).status);
   FakeDaemon dies([](const std::string&) { return "601 up\0BYE"s; });
   EXPECT_EQ(69, atdctl(dies, {"serve"}).status);
+  FakeDaemon ends([](const std::string&) {
+    return "601 up\0"
+           "602 end\0"s;
+  });
+  EXPECT_EQ(69, atdctl(ends, {"serve", "--count", "1"}).status);
   FakeDaemon mute([](const std::string&) { return ""; });
   EXPECT_EQ(75, atdctl(mute, {"serve", "--timeout", "0"}).status);
 }
@@ -351,7 +357,7 @@ TEST_F(RecordedPhone, AReplayPlaysLineByLine) {
         in + R"(2,"bytes":"atcommand initialize\u0000")", ready, copy},
        0,
        "4 messages, "},
-      {{in + R"(1,"event":"missed","count":3)", start, ready, copy}, 0, "2 messages, "},
+      {{in + R"(1,"event":"missed","count":3)", start, ready, copy}, 64, "2 messages, "},
   };
   for (const auto& row : kRows) {
     Outcome outcome = replay(recording(row.lines), {"--realtime"});
@@ -368,6 +374,20 @@ TEST_F(RecordedPhone, AReplayPlaysLineByLine) {
   EXPECT_EQ("3 messages, no difference\n", outcome.out) << outcome.err;
 }
 
+TEST(Client, ReplayNoticesThatTheDaemonDies) {
+  int bystander = -1;
+  FakeServer server("s", "atd", [&](int fd) {
+    char bytes[100];
+    EXPECT_GT(read(fd, bytes, sizeof bytes), 0);
+    FakeServer::say(fd, "500 no\0"s);
+    if (bystander < 0) return void(bystander = dup(fd));
+    EXPECT_GT(read(fd, bytes, sizeof bytes), 0);
+    close(bystander);
+  });
+  const char kInput[] = R"({"time":"2026-01-31T13:05:00.000001Z","dir":"in","client":1,"bytes":"x\u0000"})";
+  EXPECT_EQ(69, atdctl(server.path(), {"replay", "-"}, kInput).status);
+}
+
 TEST(Client, ReplayRefusesWhatIsNotARecording) {
   const std::string time = R"({"time":"2026-01-31T13:05:00.000001Z",)";
   const std::string good = time + R"("dir":"in","client":1,"bytes":"x"})"
@@ -375,7 +395,8 @@ TEST(Client, ReplayRefusesWhatIsNotARecording) {
   const std::pair<std::string, const char*> kRows[] = {
       {"", "- has nothing that a client sent"},
       {time + R"("dir":"out","client":null,"code":1,"text":"x"})", "- has nothing that a client sent"},
-      {good + "{", "-:2: not a line"},
+      {good + "{",
+       "-:2: not a line of a recording, which is a JSON object; the line has no end, so the file may be cut"},
       {good + "[]", "-:2: not a line"},
       {R"({"time":1})", "\"time\" is not written as"},
       {R"({"time":"2026-01-31"})", "\"time\" is not written as"},
@@ -445,7 +466,7 @@ TEST(Client, MonitorRecords) {
   std::filesystem::remove(recording);
   EXPECT_EQ(64, atdctl(daemon, {"monitor", "--quiet"}).status);
   EXPECT_EQ(64, atdctl(daemon, {"monitor", "--record", "/tmp/nowhere/x"}).status);
-  EXPECT_EQ(64, atdctl(daemon, {"monitor", "--record", "/proc/self/root/dev/full"}).status);
+  EXPECT_EQ(74, atdctl(daemon, {"monitor", "--record", "/proc/self/root/dev/full"}).status);
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 
 #include "client/arguments.h"
 #include "client/connection.h"
+#include "client/input.h"
 #include "client/json.h"
 #include "tests/client_daemon.h"
 
@@ -70,7 +71,9 @@ TEST(Client, RequestsAndTheirStatuses) {
     std::string shown;
   } kRows[] = {
       {{"get_serial_number"}, 4010, "", answer(0, "SN1\0\0"s), 0, "get_serial_number (4010): OK\nSN1\n"},
-      {{"4010", "a\\ \"b"}, 4010, "a\\ \"b", answer(1, ""), 1, "get_serial_number (4010): FAIL\n"},
+      {{"4008", "a\\ \"b"}, 4008, "a\\ \"b", answer(1, ""), 1, "sniff_config (4008): FAIL\n"},
+      {{"3170", "--hex", "6f6e"}, 3170, "on", answer(0, ""), 0, "set_dload_mode (3170): OK\n"},
+      {{"--read", "4065"}, 4065, "", answer(0, ""), 0, "automid_mac (4065): OK\n"},
       {{"4010", ""}, 4010, "", answer(2, ""), 2, "get_serial_number (4010): not supported\n"},
       {{"-5", "--hex", "00ff"}, -5, "\0\xff"s, answer(4, 1, "\1", 9), 3, "-5: 4, status 9\n1 (0x01)\n"},
       {{"--", "-5", "wait"}, -5, "wait", answer(-1, "\xc3\xa4\n"), 3, "-5: -1\n\xc3\xa4\n"},
@@ -110,6 +113,95 @@ TEST(Client, RequestsAndTheirStatuses) {
     if (row.status == kTimedOut) continue;  // it is left to chance whether a line goes out when there is no time
     EXPECT_EQ(daemon.lines(), Strings(row.status != kUsage, request_line(row.opcode, row.payload))) << name;
   }
+}
+
+TEST(Client, RefusesAPayloadThatTheOpcodeDoesNotTake) {
+  const std::pair<Strings, const char*> kRows[] = {
+      {{"get_msn", "x"}, "get_msn (4015) takes no payload: leave it out\n"},
+      {{"4064", ""}, "automid_imei (4064) writes a text, and this one is empty: write --read to read"},
+      {{"4064", "--hex", "0035"}, "write --read to read"},
+      {{"4064", "--read", "x"}, "--read"},
+      {{"4008", "--read"}, "sniff_config (4008) cannot be told to read"},
+      {{"3170", "on"}, "set_dload_mode (3170) takes bytes: write them with --hex or --file"},
+  };
+  FakeDaemon daemon([](const std::string&) { return answer(0, ""); });
+  for (auto [arguments, error] : kRows) {
+    arguments.insert(arguments.begin(), "request");
+    Outcome outcome = atdctl(daemon, arguments);
+    EXPECT_EQ(64, outcome.status) << error;
+    EXPECT_TRUE(has(outcome.err, error)) << outcome.err;
+  }
+  EXPECT_EQ(
+      64, atdctl(daemon, {"batch"}, "4065\n4015 x\n4064 text:\n3170 on\n3170 text:on\n5 hex:00 ff\n5 a\0b\n"s).status);
+  EXPECT_EQ((Strings{request_line(4065, ""), request_line(3170, "on"), request_line(5, "\0\xff"s)}), daemon.lines());
+}
+
+TEST(Client, TellsWhenItsOutputIsLost) {
+  auto to_full_disk = [] {
+    const int full = open("/proc/self/root/dev/full", O_WRONLY);
+    dup2(full, STDOUT_FILENO);
+    close(full);
+  };
+  auto to_nobody = [] {
+    int ends[2];
+    EXPECT_EQ(0, pipe(ends));
+    dup2(ends[1], STDOUT_FILENO);
+    close(ends[0]), close(ends[1]);
+  };
+  const Strings kRows[] = {{"ops"},
+                           {"ops", "--json"},
+                           {"--help"},
+                           {"--version"},
+                           {"phone"},
+                           {"manual"},
+                           {"dictionary"},
+                           {"completion"},
+                           {"phone", "item", "--help"},
+                           {"initialize"},
+                           {"monitor"},
+                           {"raw"},
+                           {"request", "5"},
+                           {"batch"},
+                           {"serve"},
+                           {"batch", "--json"}};
+  for (const Strings& row : kRows) {
+    FakeDaemon daemon([](const std::string&) { return answer(1, "") + "601 up\0"s; }, "200 hello\0"s);
+    Outcome full = atdctl(daemon, row, "5\n6\n", to_full_disk), gone = atdctl(daemon, row, "5\n", to_nobody);
+    EXPECT_EQ(74, full.status) << testing::PrintToString(row);
+    EXPECT_EQ("atdctl: standard output cannot be written: No space left on device\n", full.err);
+    EXPECT_EQ(74, gone.status) << testing::PrintToString(row);
+    EXPECT_EQ("", gone.err);
+  }
+  // What is opened does not take the place of a closed stream.
+  FakeDaemon daemon([](const std::string&) { return answer(0, "x"); });
+  auto close_all = [] { close(STDIN_FILENO), close(STDOUT_FILENO), close(STDERR_FILENO); };
+  EXPECT_EQ(74, atdctl(daemon, {"request", "5"}, "", close_all).status);
+  EXPECT_EQ(64, atdctl(daemon, {"batch"}, "", close_all).status);
+  EXPECT_EQ(64, atdctl(daemon, {"raw"}, "", close_all).status);
+  EXPECT_EQ(Strings{request_line(5, "")}, daemon.lines());
+}
+
+TEST(Client, ALineBeforeAReadErrorMayBeHalfALine) {
+  int pair[2];
+  ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, pair), 0);
+  ASSERT_EQ(4, write(pair[1], "3\n40", 4));
+  ASSERT_EQ(1, write(pair[0], "x", 1));
+  close(pair[1]);  // what it has not read makes an error of its end
+  InputLines lines(pair[0]);
+  std::string line;
+  EXPECT_TRUE(lines.take(&line));
+  EXPECT_FALSE(lines.take(&line)) << line;
+  EXPECT_EQ(ECONNRESET, lines.error());
+  close(pair[0]);
+}
+
+TEST(Client, OptionsStandBeforeOrAfterTheirCommand) {
+  FakeDaemon daemon([](const std::string&) { return answer(0, ""); }, "601 up\0"s);
+  EXPECT_EQ(atdctl(daemon, {"ops", "--json"}).out, atdctl(daemon, {"--json", "--timeout", "9", "ops"}).out);
+  EXPECT_EQ(0, atdctl(daemon, {"--count", "1", "--json", "monitor"}).status);
+  EXPECT_EQ(0, atdctl(daemon, {"--hex=00", "request", "5"}).status);
+  EXPECT_TRUE(has(atdctl(daemon, {"--json", "reqest", "5"}).err, "\"reqest\" is not a command; write one of: "));
+  EXPECT_TRUE(has(atdctl(daemon, {"--count", "wait"}).err, "there is no option --count; see atdctl wait --help"));
 }
 
 TEST(Client, AFileMayFillARequest) {
@@ -156,8 +248,9 @@ TEST(Client, BatchGoesOnAndReturnsTheGravest) {
   EXPECT_EQ(outcome.out, "3: 2: FAIL\n3: x\n3: y\n5: 3: OK\n5: z\n7: 4: OK\n7: z\n");
   EXPECT_TRUE(has(outcome.err, "line 4: no request is named \"nobody\"")) << outcome.err;
   EXPECT_TRUE(has(outcome.err, "line 6: the daemon")) << outcome.err;
-  EXPECT_TRUE(has(atdctl(daemon, {"batch", "--json"}, "nobody").out, R"({"line":1,"request":"nobody","status":64,)"));
-  const int kByGravity[] = {69, 75, 64, 3, 2, 1, 0};
+  EXPECT_TRUE(has(atdctl(daemon, {"batch", "--json"}, "nobody").out, R"({"line":1,"request":"nobody","hex":null,)"));
+  EXPECT_TRUE(has(atdctl(daemon, {"batch", "--json"}, "n\xff").out, R"("request":null,"hex":"6eff","status":64,)"));
+  const int kByGravity[] = {74, 77, 69, 75, 64, 3, 2, 1, 0};
   for (const int* a = kByGravity; a + 1 < std::end(kByGravity); ++a) EXPECT_EQ(worse(a[1], a[0]), a[0]);
 }
 
@@ -192,7 +285,14 @@ TEST(Client, MonitorTellsRecordsAndAtCommandsApart) {
   Outcome outcome = atdctl(stops, {"monitor"});
   EXPECT_EQ(outcome.status, 0) << outcome.err;
   for (const auto& row : kRows) EXPECT_TRUE(has(outcome.out, " platform  " + row.second + "\n")) << outcome.out;
-  EXPECT_TRUE(has(atdctl(stops, {"monitor", "--json"}).out, R"("decoded":{"record":"request","opcode":4010,)"));
+  const std::string json = atdctl(stops, {"monitor", "--json"}).out;
+  EXPECT_TRUE(has(json, R"("hex":null,"decoded":{"record":"request","opcode":4010,)")) << json;
+  EXPECT_TRUE(has(json, R"("text":null,"hex":"41541b0aff","decoded":null)")) << json;
+  EXPECT_TRUE(has(atdctl(stops, {"monitor", "--count", "9"}).err, "the daemon stopped after 7 of 9"));
+  FakeDaemon cut([](const std::string&) { return ""; },
+                 "602 end\0"
+                 "200 AT CommBYE"s);
+  EXPECT_EQ(69, atdctl(cut, {"monitor"}).status);
   FakeDaemon dies([](const std::string&) { return ""; }, answer(0, 9, "x") + "BYE");
   EXPECT_EQ(atdctl(dies, {"monitor"}).status, 69);
   EXPECT_EQ(atdctl(dies, {"monitor", "--count", "1"}).status, 0);
