@@ -6,6 +6,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -14,12 +15,15 @@
 #include <filesystem>
 #include <map>
 #include <string>
+#include <thread>
+#include <utility>
 #include <vector>
 
 #include "atd.h"
 #include "daemon/boot.h"
 #include "simulator/control.h"
 #include "simulator/simulated_device.h"
+#include "simulator/standard_error.h"
 
 namespace {
 
@@ -28,85 +32,134 @@ const std::map<std::string, int> kLogLevels = {
     {"warn", ANDROID_LOG_WARN},       {"error", ANDROID_LOG_ERROR}, {"silent", ANDROID_LOG_SILENT},
 };
 
+constexpr int kStopSignals[] = {SIGTERM, SIGINT, SIGHUP};
 constexpr int kRebootSignal = SIGUSR1;
 constexpr char kSocketVariable[] = "ANDROID_SOCKET_atd";
 
 // What the phone did to itself; written before kRebootSignal is sent.
 std::string g_ended_by;
 
+// The process in the background that this one waits for.
+pid_t g_detached;
+
 struct Options {
   std::string device;
   std::string record;
   int log_level = ANDROID_LOG_INFO;
   bool background = false;
-  bool rebooted = false;
+  // A program that boots the phone again has these from the one before it.
+  int ready = -1;     // where to say that the socket is ready: the descriptor of a process that waits
+  int not_shown = 0;  // lines that standard error has not taken
 };
 
-// Goes on in a child that has a session of its own. The parent ends with status 0 once the child says that it is ready,
-// or with the child's status when it failed before.
+void say(const std::string& text) { atd::sim::show("atd: " + text + "\n"); }
+
+// What is opened later must not take the place of a standard stream.
+void open_standard_streams() {
+  int fd;
+  do fd = open("/dev/null", O_RDWR);
+  while (fd >= 0 && fd <= STDERR_FILENO);
+  close(fd);
+}
+
+// Closes what the caller left open, but not the socket that it hands over.
+void close_inherited(int handed_over) {
+  std::vector<int> open_now;
+  std::error_code error;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd", error)) {
+    open_now.push_back(atoi(entry.path().filename().c_str()));
+  }
+  for (int fd : open_now) {
+    if (fd > STDERR_FILENO && fd != handed_over) close(fd);
+  }
+}
+
+// Goes on in a child that has a session of its own; returns the descriptor that takes one byte when it is ready, or -1.
+// The parent ends with status 0 once the child says so, or with the child's status when it failed before. A signal that
+// stops the parent stops the child.
 int detach() {
   int ready[2];
   if (pipe2(ready, O_CLOEXEC) != 0) return -1;
-  pid_t child = fork();
-  if (child < 0) return -1;
-  if (child > 0) {
-    close(ready[1]);
-    char byte;
-    if (read(ready[0], &byte, 1) == 1) _exit(0);
-    int status = 0;
-    waitpid(child, &status, 0);
-    _exit(WIFEXITED(status) && WEXITSTATUS(status) != 0 ? WEXITSTATUS(status) : 1);
+  g_detached = fork();
+  if (g_detached < 0) return -1;
+  if (g_detached == 0) {
+    close(ready[0]);
+    setsid();
+    return ready[1];
   }
-  close(ready[0]);
-  setsid();
-  return ready[1];
+  close(ready[1]);
+  sigset_t signals;
+  sigemptyset(&signals);
+  for (int stop : kStopSignals) {
+    signal(stop, [](int number) { kill(g_detached, number); });
+    sigaddset(&signals, stop);
+  }
+  sigprocmask(SIG_UNBLOCK, &signals, nullptr);
+  char byte;
+  if (read(ready[0], &byte, 1) == 1) _exit(0);
+  int status = 0;
+  waitpid(g_detached, &status, 0);
+  _exit(WIFEXITED(status) && WEXITSTATUS(status) != 0 ? WEXITSTATUS(status) : 1);
 }
 
-void drop_terminal() {
+void drop_terminal(int handed_over) {
   int null = open("/dev/null", O_RDWR | O_CLOEXEC);
-  for (int fd = 0; fd <= 2; ++fd) dup2(null, fd);
+  for (int fd = 0; fd <= STDERR_FILENO; ++fd) {
+    if (fd != handed_over) dup2(null, fd);
+  }
   close(null);
 }
 
 // Starts this program anew, as the next boot of the same phone.
 void boot_again(const Options& options, const char* log_level, int spare_socket) {
-  if (spare_socket >= 0) setenv(kSocketVariable, std::to_string(spare_socket).c_str(), 1);
-  std::vector<const char*> arguments = {"atd",         "--device", options.device.c_str(),
-                                        "--log-level", log_level,  "--rebooted"};
+  const std::string ready = std::to_string(options.ready), not_shown = std::to_string(atd::sim::await_shown());
+  std::vector<const char*> arguments = {"atd",     "--device",    options.device.c_str(), "--log-level",
+                                        log_level, "--not-shown", not_shown.c_str()};
   if (!options.record.empty()) arguments.insert(arguments.end(), {"--record", options.record.c_str()});
+  if (options.ready >= 0) {
+    arguments.insert(arguments.end(), {"--ready", ready.c_str()});
+    fcntl(options.ready, F_SETFD, 0);
+  }
+  if (spare_socket >= 0) {
+    setenv(kSocketVariable, std::to_string(spare_socket).c_str(), 1);
+    fcntl(spare_socket, F_SETFD, 0);
+  }
   arguments.push_back(nullptr);
   execv("/proc/self/exe", const_cast<char**>(arguments.data()));
-  fprintf(stderr, "atd: cannot start again: %s\n", strerror(errno));
+  say(std::string("cannot start again: ") + strerror(errno));
 }
 
-int serve(const Options& options, const char* log_level) {
+int serve(Options options, const char* log_level) {
   sigset_t signals;
   sigemptyset(&signals);
-  for (int signal : {SIGTERM, SIGINT, SIGHUP, kRebootSignal}) sigaddset(&signals, signal);
+  for (int stop : kStopSignals) sigaddset(&signals, stop);
+  sigaddset(&signals, kRebootSignal);
   sigprocmask(SIG_BLOCK, &signals, nullptr);
   signal(SIGPIPE, SIG_IGN);
 
-  int ready = -1;
-  if (options.background && !options.rebooted && (ready = detach()) < 0) {
-    fprintf(stderr, "atd: cannot go to the background: %s\n", strerror(errno));
+  auto fail = [](const std::string& why) {
+    say(why);
     return 1;
+  };
+  const char* variable = getenv(kSocketVariable);
+  const int handed_over = variable ? atoi(variable) : -1;
+  if (options.background) {
+    close_inherited(handed_over);
+    if ((options.ready = detach()) < 0) return fail(std::string("cannot go to the background: ") + strerror(errno));
   }
+  if (options.ready >= 0) fcntl(options.ready, F_SETFD, FD_CLOEXEC);
   // A socket that was handed over is closed when the service stops; a reboot needs it again.
-  const char* handed_over = getenv(kSocketVariable);
-  int spare_socket = handed_over ? dup(atoi(handed_over)) : -1;
+  const int spare_socket = handed_over < 0 ? -1 : fcntl(handed_over, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+  atd::sim::add_not_shown(options.not_shown);
 
   std::string error;
   auto device = atd::sim::SimulatedDevice::open(options.device, &error);
-  if (!device) {
-    fprintf(stderr, "atd: %s\n", error.c_str());
-    return 1;
-  }
+  if (!device) return fail(error);
+  // The start folder is left alone, and a relative path of the library's means what it means on a phone.
+  if (chdir(device->root().c_str()) != 0) return fail(device->root() + ": " + strerror(errno));
   if (!options.record.empty()) {
     device->sockets.record = atd::sim::SocketRecord::open(options.record, device->clock, &error);
-    if (!device->sockets.record) {
-      fprintf(stderr, "atd: %s\n", error.c_str());
-      return 1;
-    }
+    if (!device->sockets.record) return fail(error);
   }
   device->power.allow([](const std::string& what) {
     // Only the first one counts: a phone that goes down does not go down again.
@@ -122,47 +175,61 @@ int serve(const Options& options, const char* log_level) {
                   .send_key_native = send_key_native,
                   .ctsa_send_event = ctsa_send_event};
   auto control = atd::sim::Control::bind(*device, &error);
-  if (!control) {
-    fprintf(stderr, "atd: %s\n", error.c_str());
-    return 1;
-  }
+  if (!control) return fail(error);
   // Whatever level is asked for, the reason why the daemon cannot start is shown.
   device->logs.echo(std::min(options.log_level, static_cast<int>(ANDROID_LOG_ERROR)));
-  atd::boot();
-  // The verbs use what has booted; a caller that came before waits.
-  control->start();
-  device->logs.echo(options.log_level);
-  if (options.log_level <= ANDROID_LOG_INFO) {
-    fprintf(stderr, "atd: phone %s is up; talk to it with: atdctl --device %s\n", device->root().c_str(),
-            device->root().c_str());
-  }
-  if (ready >= 0) {
+  // A thread of its own, so that this one hears the signals.
+  std::atomic<bool> ends = false;
+  std::thread booting([&] {
+    atd::boot();
+    if (ends) return;
+    // The verbs use what has booted; a caller that came before waits.
+    control->start();
+    device->logs.echo(options.log_level);
+    if (options.log_level <= ANDROID_LOG_INFO) {
+      say("phone " + device->root() + " is up; talk to it with: atdctl --device " + device->root());
+    }
+    if (options.ready < 0) return;
     device->logs.echo(ANDROID_LOG_SILENT);
-    drop_terminal();
-    if (write(ready, "", 1) != 1) return 1;
-    close(ready);
-  }
+    atd::sim::await_shown();
+    drop_terminal(handed_over);
+    // One who has waited and is gone does not want the phone.
+    if (write(options.ready, "", 1) != 1) kill(getpid(), SIGTERM);
+    close(std::exchange(options.ready, -1));
+  });
 
   int signal = 0;
   sigwait(&signals, &signal);
+  ends = true;
   // Nothing that sleeps, such as a slow modem, delays the end.
   device->power.shut();
   device->clock.release();
+  booting.join();
   control->hang_up();
   stop_socket();
   // The verbs that still run use the phone.
   control.reset();
   device.reset();
   if (signal != kRebootSignal) return 0;
-  fprintf(stderr, "atd: phone %s: %s\n", options.device.c_str(), g_ended_by.c_str());
+  say("phone " + options.device + ": " + g_ended_by);
   if (g_ended_by == "power-off" || g_ended_by == "reboot dload") return 0;
   boot_again(options, log_level, spare_socket);
   return 1;
 }
 
+// A line's worth of clients needs more descriptors than a shell allows at first.
+void raise_descriptor_limit() {
+  struct rlimit limit;
+  if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
+  limit.rlim_cur = limit.rlim_max;
+  setrlimit(RLIMIT_NOFILE, &limit);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+  open_standard_streams();
+  raise_descriptor_limit();
   Options options;
   std::string log_level = "info";
   CLI::App app{"Runs a simulated phone and serves its AT-command socket, DIR/dev/socket/atd."};
@@ -179,7 +246,8 @@ int main(int argc, char** argv) {
       ->type_name("FILE");
   app.add_flag("--background", options.background, "detach once the socket is ready");
   app.set_version_flag("--version", "atd " ATD_VERSION, "print the version and end");
-  app.add_flag("--rebooted", options.rebooted, "this is a reboot of the phone")->group("");
+  app.add_option("--ready", options.ready)->group("");
+  app.add_option("--not-shown", options.not_shown)->group("");
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {
@@ -188,6 +256,7 @@ int main(int argc, char** argv) {
     return 64;
   }
   options.log_level = kLogLevels.at(log_level);
+  options.device = std::filesystem::absolute(options.device);
   if (!options.record.empty()) options.record = std::filesystem::absolute(options.record);
   return serve(options, log_level.c_str());
 }

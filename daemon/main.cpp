@@ -1,8 +1,24 @@
 // The daemon on a phone: serves its socket, which init has made, until init tells it to stop.
+#include <pthread.h>
 #include <signal.h>
+#include <unistd.h>
+
+#include <atomic>
 
 #include "atd.h"
 #include "daemon/boot.h"
+
+namespace {
+
+std::atomic<bool> g_booted{false};
+
+void* boot(void*) {
+  atd::boot();
+  g_booted = true;
+  return nullptr;
+}
+
+}  // namespace
 
 int main() {
   // SIGTERM is blocked before the first thread starts, so that every thread leaves it to sigwait.
@@ -13,10 +29,13 @@ int main() {
   // A write to a client that is gone fails; it does not end the daemon.
   signal(SIGPIPE, SIG_IGN);
 
-  atd::boot();
+  pthread_t booting;
+  if (pthread_create(&booting, nullptr, boot, nullptr) != 0) return 1;
 
   int signal_number;
   sigwait(&stop, &signal_number);
+  // A modem that does not answer holds up the boot, and init does not wait for it.
+  if (!g_booted) _exit(0);
   stop_socket();
   return 0;
 }

@@ -2,11 +2,9 @@
 
 #include <android/log.h>
 #include <fcntl.h>
-#include <limits.h>
 #include <stdarg.h>
 #include <stdio.h>
 #include <string.h>
-#include <poll.h>
 #include <signal.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -16,6 +14,7 @@
 #include <chrono>
 
 #include "simulator/files.h"
+#include "simulator/standard_error.h"
 
 namespace atd::sim {
 
@@ -172,12 +171,7 @@ int Logs::write(int buffer, int priority, const char* tag, const char* format, v
   line[kHeadSize - 1] = static_cast<char>('0' + milliseconds % 10);
 
   size_t size = static_cast<size_t>(out - line);
-  if (priority >= echo_priority_) {
-    // Nobody may be reading; then the line is in the file alone.
-    struct pollfd writable = {STDERR_FILENO, POLLOUT, 0};
-    if (poll(&writable, 1, 0) == 1 && ::write(STDERR_FILENO, line, std::min<size_t>(size, PIPE_BUF)) < 0)
-      echo_priority_ = ANDROID_LOG_SILENT;
-  }
+  if (priority >= echo_priority_) show({line, size});
   for (Follower* follower : followers_) {
     if (follower->lines_.size() == kLinesKept) follower->lines_.pop_front();
     follower->lines_.push_back({buffer, std::string(line, size - 1)});

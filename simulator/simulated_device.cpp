@@ -2,6 +2,7 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -66,7 +67,10 @@ std::unique_ptr<SimulatedDevice> SimulatedDevice::open(const std::string& root, 
   if (flock(lock, LOCK_EX | LOCK_NB) != 0) {
     std::string holder;
     if (errno == EWOULDBLOCK && read_file(lock_file, &holder)) {
-      *error = base + ": process " + holder.substr(0, holder.find('\n')) + " runs this phone";
+      // One that only just begins or ends has not named itself.
+      const pid_t pid = atoi(holder.c_str());
+      const bool lives = pid > 0 && (kill(pid, 0) == 0 || errno != ESRCH);
+      *error = base + ": " + (lives ? "process " + std::to_string(pid) : "another process") + " runs this phone";
     } else {
       fail(error, lock_file);
     }
@@ -116,6 +120,8 @@ SimulatedDevice::~SimulatedDevice() {
   clock.release();
   threads.await_none();
   g_current = nullptr;
+  // The file names who runs the phone.
+  [[maybe_unused]] const int cleared = ftruncate(lock_, 0);
   close(lock_);
 }
 

@@ -75,6 +75,11 @@ TEST_F(SimulatedDeviceTest, OnePhoneOneDaemon) {
   std::string error;
   EXPECT_EQ(nullptr, sim::SimulatedDevice::open(root_, &error));
   EXPECT_EQ(root_ + ": process " + std::to_string(getpid()) + " runs this phone", error);
+  for (const char* holder : {"", "2147483647\n"}) {
+    std::ofstream(root_ + "/sim/lock") << holder;
+    EXPECT_EQ(nullptr, sim::SimulatedDevice::open(root_, &error));
+    EXPECT_EQ(root_ + ": another process runs this phone", error);
+  }
   EXPECT_EQ(nullptr, sim::SimulatedDevice::open("/", &error));
   EXPECT_EQ(nullptr, sim::SimulatedDevice::open("/proc/phone", &error));
   EXPECT_DEATH(sim::SimulatedDevice::open(root_ + "/second", &error), "a simulated phone is open already");

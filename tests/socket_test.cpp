@@ -1,6 +1,5 @@
 // The daemon's socket as its clients see it: framing, splitting, commands, the broker.
 #include <atomic>
-#include <fstream>
 #include <thread>
 
 #include <tuple>
@@ -329,13 +328,6 @@ TEST_F(ServedPhone, StoppingEndsARequestThatWaits) {
 }
 
 using SilentPhone = Phone;
-
-TEST_F(SilentPhone, InitSocketEndsTheProcessWhenTheSocketCannotBeMade) {
-  std::filesystem::remove(device().path("/dev/socket"));
-  std::ofstream(device().path("/dev/socket"));
-  device().logs.echo(ANDROID_LOG_ERROR);
-  EXPECT_EXIT(init_socket(), testing::ExitedWithCode(1), "Unable to start FrameworkListener \\(.+\\)");
-}
 
 TEST_F(SilentPhone, Wrappers) {
   Mutex mutex;
