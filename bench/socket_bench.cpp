@@ -116,7 +116,7 @@ void many_clients(benchmark::State& state) {
   for (int fd : clients) close(fd);
 }
 
-// Without the log's mapped file, of which at most 512 KiB come and go.
+// Without the log's mapped files.
 long resident_kib() {
   std::ifstream status("/proc/" + std::to_string(bench::daemon_pid()) + "/status");
   for (std::string word; status >> word;) {

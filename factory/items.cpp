@@ -127,9 +127,9 @@ int get_int_ftm_by_index(unsigned index) {
 int set_factory_status(int value) {
   SLOGI("set_factory_status:[%d] \n", value);
   if (value == 3) {
-    unlink(device_path("/cache/recovery/last_locale"));
-    unlink(device_path("/mpt/agree_factory"));
-    unlink(device_path("/vendor/mpt/agree_factory"));
+    unlink(device_entry("/cache/recovery/last_locale"));
+    unlink(device_entry("/mpt/agree_factory"));
+    unlink(device_entry("/vendor/mpt/agree_factory"));
   }
   if (set_flag(item<2>, value) != 0) {
     SLOGI("Set ftm Error! Item : %d", 2);

@@ -2,9 +2,12 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <limits.h>
 #include <stdio.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 
 namespace atd::sim {
@@ -14,12 +17,61 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr const char* kFresh = ".new~";  // in the name of a file that is being written
+constexpr int kLinksMax = 40;            // as in Linux
+
+// Opens a file that is not a link; what else is no file fails instead of waiting for a writer.
+int open_file(const std::string& path) {
+  const int fd = open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+  struct stat file;
+  if (fd < 0 || (fstat(fd, &file) == 0 && (S_ISREG(file.st_mode) || S_ISDIR(file.st_mode)))) return fd;
+  close(fd);
+  errno = EINVAL;
+  return -1;
+}
 
 }  // namespace
 
+std::string resolve(const std::string& root, const std::string& path, Last last) {
+  std::string result = root, rest = path;
+  int links = 0;
+  bool missing = false;  // then nothing below is there, either
+  for (size_t at = 0; at < rest.size();) {
+    const size_t end = std::min(rest.find('/', at), rest.size());
+    const std::string part = rest.substr(at, end - at);
+    at = end + 1;
+    if (part.empty() || part == ".") continue;
+    if (part == "..") {
+      if (result.size() > root.size()) result.resize(result.rfind('/'));
+      missing = false;
+      continue;
+    }
+    const size_t parent = result.size();
+    result += '/' + part;
+    if (missing || (end == rest.size() && last == Last::itself)) continue;
+    char target[PATH_MAX];
+    const ssize_t length = readlink(result.c_str(), target, sizeof target);
+    missing = length < 0 && errno == ENOENT;
+    if (length <= 0) continue;
+    if (++links > kLinksMax) {
+      errno = ELOOP;
+      return "";
+    }
+    result.resize(target[0] == '/' ? root.size() : parent);
+    rest = std::string(target, static_cast<size_t>(length)) + rest.substr(end);
+    at = 0;
+  }
+  if (path.ends_with('/') && result.size() > root.size()) result += '/';
+  return result;
+}
+
+bool is_pipe_or_device(const std::string& path) {
+  struct stat file;
+  return lstat(path.c_str(), &file) == 0 && (S_ISFIFO(file.st_mode) || S_ISCHR(file.st_mode) || S_ISBLK(file.st_mode));
+}
+
 bool read_file(const std::string& path, std::string* content) {
   content->clear();
-  int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  int fd = open_file(path);
   if (fd < 0) return false;
   char block[16384];
   ssize_t got;
@@ -33,7 +85,7 @@ bool read_file(const std::string& path, std::string* content) {
 bool write_file(const std::string& path, const std::string& content) {
   // The thread in the name keeps two writers of one file apart; the last rename wins.
   std::string fresh = path + kFresh + std::to_string(gettid());
-  int fd = open(fresh.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0660);
+  int fd = open(fresh.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0660);
   if (fd < 0) return false;
   size_t done = 0;
   ssize_t put = 0;

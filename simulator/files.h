@@ -5,7 +5,19 @@
 
 namespace atd::sim {
 
-// Reads a whole file; false with errno when it cannot be read.
+// Which file a path names whose last part is a link: the one that the link leads to, or the link itself.
+enum class Last { followed, itself };
+
+// The place below the folder `root` of an absolute path of the phone, with links resolved as for a process whose root
+// that folder is: neither a link nor ".." leads above it. A missing part is kept as it is written. "" with errno ELOOP
+// where links go round in circles. What somebody changes in the folder meanwhile is not seen.
+std::string resolve(const std::string& root, const std::string& path, Last last = Last::followed);
+
+// True for a FIFO and a device node, which hold up or mislead who opens them in place of a file. Does not follow a
+// link.
+bool is_pipe_or_device(const std::string& path);
+
+// Reads a whole file; false with errno when it cannot be read, or is a link or no file.
 bool read_file(const std::string& path, std::string* content);
 
 // Replaces a file by one with this content, whole or not at all even when the process is killed; false with errno.

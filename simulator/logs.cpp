@@ -5,7 +5,6 @@
 #include <stdarg.h>
 #include <stdio.h>
 #include <string.h>
-#include <signal.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -21,26 +20,13 @@ namespace atd::sim {
 namespace {
 
 constexpr size_t kLinesKept = 4096;  // for a follower
-constexpr size_t kGrowth = 4096;     // multiples of it fill a file exactly
 constexpr size_t kHeadSize = 18;     // "MM-DD hh:mm:ss.mmm"
 constexpr size_t kTagSize = 64;
 constexpr size_t kTextSize = 4069;  // a log entry carries at most 4068 characters
 constexpr size_t kLineSize = kHeadSize + 64 + kTagSize + kTextSize;
-
-// Touching a mapping whose file a person has emptied would end the process. Instead the mapping becomes plain memory
-// until the file is looked at again, and only some lines are lost.
-std::atomic<char*> g_mappings[5];
-
-void survive_lost_file(int, siginfo_t* info, void*) {
-  char* address = static_cast<char*>(info->si_addr);
-  for (std::atomic<char*>& mapping : g_mappings) {
-    char* start = mapping;
-    if (!start || address < start || address >= start + Logs::kFileSize) continue;
-    mmap(start, Logs::kFileSize, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1, 0);
-    return;
-  }
-  signal(SIGBUS, SIG_DFL);
-}
+constexpr size_t kFreshSize = 64 * 1024;
+constexpr std::chrono::milliseconds kDelay(20);
+constexpr int kNewFile = O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
 
 struct timespec later(const struct timespec& time, uint64_t microseconds) {
   const uint64_t nanoseconds = static_cast<uint64_t>(time.tv_nsec) + microseconds % 1000000 * 1000;
@@ -54,77 +40,107 @@ char priority_letter(int priority) {
   return priority >= 0 && priority <= ANDROID_LOG_FATAL ? "??VDIWEF"[priority] : '?';
 }
 
-Logs::Logs(std::string folder, const Clock& clock) : folder_(std::move(folder)), clock_(clock) {
-  struct sigaction action = {};
-  action.sa_sigaction = survive_lost_file;
-  action.sa_flags = SA_SIGINFO;
-  sigaction(SIGBUS, &action, nullptr);
-}
+Logs::Logs(std::string folder, const Clock& clock)
+    : folder_(std::move(folder)), clock_(clock), mover_([this] { move_lines(); }) {}
 
 Logs::~Logs() {
-  for (int i = 0; i < kBuffers; ++i) close_locked(i);
+  {
+    std::lock_guard guard(lock_);
+    ended_ = true;
+  }
+  moving_.notify_all();
+  mover_.join();
+  for (int i = 0; i < kBuffers; ++i) {
+    flush_locked(i);
+    if (buffers_[i].fresh) munmap(buffers_[i].fresh, kFreshSize);
+    unlink(fresh_file(i).c_str());
+    close_locked(i);
+  }
 }
 
 std::string Logs::file(int buffer) const { return folder_ + "/" + kBufferNames[buffer]; }
+std::string Logs::fresh_file(int buffer) const { return folder_ + "/." + kBufferNames[buffer]; }
 
 bool Logs::open_locked(int buffer) {
   Buffer& b = buffers_[buffer];
-  b.fd = open(file(buffer).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0660);
+  b.fd = open(file(buffer).c_str(), O_WRONLY | O_APPEND | kNewFile, 0660);
   struct stat status;
-  if (b.fd < 0 || fstat(b.fd, &status) != 0) return false;
-  void* text = mmap(nullptr, kFileSize, PROT_READ | PROT_WRITE, MAP_SHARED, b.fd, 0);
-  if (text == MAP_FAILED) return false;
-  g_mappings[buffer] = b.text = static_cast<char*>(text);
-  b.size = std::min(static_cast<size_t>(status.st_size), kFileSize);
-  // A killed process leaves its unused empty lines at the end.
-  for (b.used = b.size; b.used > 1 && b.text[b.used - 1] == '\n' && b.text[b.used - 2] == '\n';) --b.used;
-  return true;
+  if (b.fd >= 0 && fstat(b.fd, &status) == 0 && S_ISREG(status.st_mode)) {
+    b.size = static_cast<size_t>(status.st_size);
+    return true;
+  }
+  close_locked(buffer);
+  return false;
 }
 
 void Logs::close_locked(int buffer) {
   Buffer& b = buffers_[buffer];
-  g_mappings[buffer] = nullptr;
-  if (b.text) munmap(b.text, kFileSize);
-  if (b.fd >= 0) {
-    if (ftruncate(b.fd, static_cast<off_t>(b.used)) != 0) b.used = 0;
-    close(b.fd);
-  }
-  b = {};
+  if (b.fd >= 0) close(b.fd);
+  b.fd = -1;
 }
 
-// Makes room for `size` more bytes; false when it cannot.
-bool Logs::reserve_locked(int buffer, size_t size) {
+// Maps the file of the fresh lines. Where that fails, each line is written at once.
+void Logs::map_locked(int buffer) {
+  unlink(fresh_file(buffer).c_str());
+  const int fd = open(fresh_file(buffer).c_str(), O_RDWR | O_EXCL | kNewFile, 0660);
+  // The disk has the room from here on.
+  if (fd >= 0 && posix_fallocate(fd, 0, kFreshSize) == 0) {
+    void* fresh = mmap(nullptr, kFreshSize, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+    if (fresh != MAP_FAILED) buffers_[buffer].fresh = static_cast<char*>(fresh);
+  }
+  if (fd >= 0) close(fd);
+}
+
+// Appends whole lines to the buffer's file, and first makes a full file NAME.1; false when it cannot.
+bool Logs::append_locked(int buffer, const char* lines, size_t size) {
   Buffer& b = buffers_[buffer];
-  // Once a second: a person may have emptied or removed the file.
   struct stat status;
-  if (b.fd >= 0 && b.checked != stamp_second_ &&
-      (fstat(b.fd, &status) != 0 || status.st_nlink == 0 || status.st_size < static_cast<off_t>(b.size))) {
-    b.used = 0;
-    close_locked(buffer);
-  }
-  b.checked = stamp_second_;
-  if (b.fd < 0 && !open_locked(buffer)) {
-    close_locked(buffer);
-    return false;
-  }
-  if (b.used + size > kFileSize) {
+  // A person may have emptied or removed the file.
+  if (b.fd >= 0 && (fstat(b.fd, &status) != 0 || status.st_nlink == 0)) close_locked(buffer);
+  else if (b.fd >= 0) b.size = static_cast<size_t>(status.st_size);
+  if (b.fd < 0 && !open_locked(buffer)) return false;
+  if (b.size + size > kFileSize) {
     close_locked(buffer);
     if (rename(file(buffer).c_str(), (file(buffer) + ".1").c_str()) != 0) unlink(file(buffer).c_str());
-    if (!open_locked(buffer) || b.used + size > kFileSize) {
-      close_locked(buffer);
-      return false;
-    }
+    if (!open_locked(buffer)) return false;
   }
-  while (b.used + size > b.size) {
-    // Empty lines ahead of the text: the disk has the room from here on, and the file is a text at any moment.
-    static const std::string empty(kGrowth, '\n');
-    if (pwrite(b.fd, empty.data(), empty.size(), static_cast<off_t>(b.size)) != static_cast<ssize_t>(empty.size())) {
-      if (ftruncate(b.fd, static_cast<off_t>(b.size)) != 0) close_locked(buffer);
-      return false;
-    }
-    b.size += empty.size();
-  }
+  const ssize_t put = ::write(b.fd, lines, size);
+  if (put == static_cast<ssize_t>(size)) return true;
+  // The disk is full. The file keeps whole lines.
+  if (put > 0 && ftruncate(b.fd, static_cast<off_t>(b.size)) != 0) close_locked(buffer);
+  return false;
+}
+
+void Logs::flush_locked(int buffer) {
+  Buffer& b = buffers_[buffer];
+  if (b.fresh_size == 0) return;
+  append_locked(buffer, b.fresh, b.fresh_size);
+  memset(b.fresh, 0, b.fresh_size);
+  b.fresh_size = 0;
+}
+
+// Keeps a line; false when it cannot.
+bool Logs::keep_locked(int buffer, const char* line, size_t size) {
+  Buffer& b = buffers_[buffer];
+  if (b.fresh_size + size > kFreshSize) flush_locked(buffer);
+  if (b.fd < 0 && !open_locked(buffer)) return false;
+  if (!b.fresh) map_locked(buffer);
+  if (!b.fresh) return append_locked(buffer, line, size);
+  memcpy(b.fresh + b.fresh_size, line, size);
+  b.fresh_size += size;
+  if (!has_fresh_) moving_.notify_one();
+  has_fresh_ = true;
   return true;
+}
+
+void Logs::move_lines() {
+  std::unique_lock guard(lock_);
+  while (!ended_) {
+    moving_.wait(guard, [this] { return has_fresh_ || ended_; });
+    moving_.wait_for(guard, kDelay, [this] { return ended_; });
+    has_fresh_ = false;
+    for (int i = 0; i < kBuffers; ++i) flush_locked(i);
+  }
 }
 
 int Logs::write(int buffer, int priority, const char* tag, const char* format, va_list arguments) {
@@ -177,19 +193,16 @@ int Logs::write(int buffer, int priority, const char* tag, const char* format, v
     follower->lines_.push_back({buffer, std::string(line, size - 1)});
     follower->arrived_.notify_one();
   }
-  if (!reserve_locked(buffer, size)) return -1;
-  Buffer& b = buffers_[buffer];
-  memcpy(b.text + b.used, line, size);
-  b.used += size;
-  return length;
+  return keep_locked(buffer, line, size) ? length : -1;
 }
 
-std::vector<std::string> Logs::lines(int buffer) const {
+std::vector<std::string> Logs::lines(int buffer) {
   std::lock_guard guard(lock_);
   return lines_locked(buffer);
 }
 
-std::vector<std::string> Logs::lines_locked(int buffer) const {
+std::vector<std::string> Logs::lines_locked(int buffer) {
+  flush_locked(buffer);
   std::vector<std::string> result;
   for (const std::string& name : {file(buffer) + ".1", file(buffer)}) {
     std::string text;
@@ -201,7 +214,7 @@ std::vector<std::string> Logs::lines_locked(int buffer) const {
   return result;
 }
 
-int Logs::count(int buffer, int priority, const std::string& tag, const std::string& text) const {
+int Logs::count(int buffer, int priority, const std::string& tag, const std::string& text) {
   std::string wanted = text;
   while (!wanted.empty() && wanted.back() == '\n') wanted.pop_back();
   std::replace(wanted.begin(), wanted.end(), '\n', ' ');
@@ -212,7 +225,7 @@ int Logs::count(int buffer, int priority, const std::string& tag, const std::str
   }));
 }
 
-int Logs::count(int priority, const std::string& text) const { return count(LOG_ID_SYSTEM, priority, "Atd", text); }
+int Logs::count(int priority, const std::string& text) { return count(LOG_ID_SYSTEM, priority, "Atd", text); }
 
 Logs::Follower::Follower(Logs& logs, std::vector<LogLine>* before) : logs_(logs) {
   std::lock_guard guard(logs_.lock_);
@@ -238,7 +251,9 @@ bool Logs::Follower::next(LogLine* line, int wait_ms) {
 void Logs::clear() {
   std::lock_guard guard(lock_);
   for (int i = 0; i < kBuffers; ++i) {
+    flush_locked(i);
     close_locked(i);
+    if (!buffers_[i].fresh) unlink(fresh_file(i).c_str());  // of a process that was killed
     unlink(file(i).c_str());
     unlink((file(i) + ".1").c_str());
   }

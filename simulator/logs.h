@@ -1,5 +1,6 @@
-// The phone's log buffers: text in logcat's threadtime form, kept below "/dev/log" where a person or the phone's own
-// logcat reads it. What is written is there even when the process is killed right after.
+// The phone's log buffers: text in logcat's threadtime form, kept below "/dev/log" in files of whole lines, where a
+// person reads it. A line gets there within 20 ms. Until then it is in a file of the hidden name ".NAME", with NULs
+// after it, which the phone's own logcat reads, too; so it is there even when the process is killed right after.
 #pragma once
 
 #include <stdarg.h>
@@ -11,6 +12,7 @@
 #include <deque>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "simulator/clock.h"
@@ -63,33 +65,36 @@ class Logs {
   // Writes one line; the length of its text, or -1 for an unknown buffer or when the buffer's file cannot be written.
   int write(int buffer, int priority, const char* tag, const char* format, va_list arguments);
 
-  // The lines of a buffer, oldest first.
-  std::vector<std::string> lines(int buffer) const;
+  // The lines of a buffer, oldest first; its files have them from then on.
+  std::vector<std::string> lines(int buffer);
 
   // How many lines of a buffer carry the priority's letter, the tag and exactly this text (without a final newline).
-  int count(int buffer, int priority, const std::string& tag, const std::string& text) const;
+  int count(int buffer, int priority, const std::string& tag, const std::string& text);
 
   // The same for the daemon's own lines: system buffer, tag "Atd".
-  int count(int priority, const std::string& text) const;
+  int count(int priority, const std::string& text);
 
   // Starts empty, as after a reboot.
   void clear();
 
  private:
-  // One buffer's present file, mapped, so that a line costs one copy; a full one becomes NAME.1.
   struct Buffer {
-    int fd = -1;
-    char* text = nullptr;
-    size_t size = 0;  // of the file: text, then empty lines
-    size_t used = 0;
-    time_t checked = 0;
+    int fd = -1;  // of the file; a full one becomes NAME.1
+    size_t size = 0;
+    char* fresh = nullptr;  // mapped, so that a line costs one copy and no system call
+    size_t fresh_size = 0;
   };
 
   std::string file(int buffer) const;
-  std::vector<std::string> lines_locked(int buffer) const;
+  std::string fresh_file(int buffer) const;
+  std::vector<std::string> lines_locked(int buffer);
   bool open_locked(int buffer);
   void close_locked(int buffer);
-  bool reserve_locked(int buffer, size_t size);
+  void map_locked(int buffer);
+  bool append_locked(int buffer, const char* lines, size_t size);
+  bool keep_locked(int buffer, const char* line, size_t size);
+  void flush_locked(int buffer);
+  void move_lines();
 
   static constexpr int kBuffers = 5;
   std::string folder_;
@@ -100,6 +105,10 @@ class Logs {
   std::atomic<int> echo_priority_{8};
   time_t stamp_second_ = -1;
   char stamp_[16];
+  bool has_fresh_ = false;
+  bool ended_ = false;
+  std::condition_variable moving_;
+  std::thread mover_;  // the last: it uses the others
 };
 
 }  // namespace atd::sim

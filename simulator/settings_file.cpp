@@ -1,6 +1,8 @@
 #include "simulator/settings_file.h"
 
 #include <android/log.h>
+#include <errno.h>
+#include <string.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -28,7 +30,9 @@ bool SettingsFile::changed(std::vector<SettingsLine>* lines) {
   seen_ = now;
   lines->clear();
   std::string content;
-  read_file(path_, &content);
+  if (!read_file(path_, &content) && errno != ENOENT) {
+    __android_log_print(ANDROID_LOG_ERROR, tag_, "%s: %s", name_, strerror(errno));
+  }
   std::istringstream text(content);
   int number = 0;
   for (std::string line; std::getline(text, line);) {

@@ -1,5 +1,6 @@
 #include "simulator/shell.h"
 
+#include <android/log.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <signal.h>
@@ -8,114 +9,34 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "simulator/command_line.h"
 #include "simulator/files.h"
 
 namespace atd::sim {
 
 namespace {
 
-struct Tool {
-  const char* name;
-  const char* script;  // null: the desktop's own tool of that name
-};
+constexpr int kSyntax = 2 << 8;
+constexpr int kNoOutput = 1 << 8;
+constexpr int kNoProgram = 126 << 8;
+constexpr int kNotFound = 127 << 8;
 
-// $ATD_ROOT is the phone's folder.
-constexpr Tool kTools[] = {
-    {"sh", nullptr},
-    {"cat", nullptr},
-    {"chmod", nullptr},
-    {"cp", nullptr},
-    {"echo", nullptr},
-    {"ls", nullptr},
-    {"mkdir", nullptr},
-    {"rm", nullptr},
-    {"rmdir", nullptr},
-    {"tr", nullptr},
-    {"getprop",
-     "#!/bin/sh\n"
-     "# getprop [NAME [DEFAULT]]: one property, or all.\n"
-     "cd \"$ATD_ROOT\" || exit 1\n"
-     "if [ $# -eq 0 ]; then\n"
-     "  for f in dev/__properties__/* data/property/*; do\n"
-     "    [ -f \"$f\" ] && echo \"[${f##*/}]: [$(cat \"$f\")]\"\n"
-     "  done\n"
-     "  exit 0\n"
-     "fi\n"
-     "case $1 in persist.*) f=data/property/$1 ;; *) f=dev/__properties__/$1 ;; esac\n"
-     "if [ -s \"$f\" ]; then cat \"$f\"; echo; else echo \"$2\"; fi\n"},
-    {"setprop",
-     "#!/bin/sh\n"
-     "# setprop NAME VALUE\n"
-     "cd \"$ATD_ROOT\" || exit 1\n"
-     "case $1 in\n"
-     "  ''|*/*|ro.*) echo \"setprop: failed to set property '$1' to '$2'\" >&2; exit 1 ;;\n"
-     "  persist.*) f=data/property/$1 ;;\n"
-     "  *) f=dev/__properties__/$1 ;;\n"
-     "esac\n"
-     "echo \"$2\" > \"$f\"\n"},
-    {"logcat",
-     "#!/bin/sh\n"
-     "# logcat [-b BUFFER]... [-d] [-c] [-f FILE]: the buffers main, system and crash, or those named, in threadtime "
-     "form.\n"
-     "cd \"$ATD_ROOT\" || exit 1\n"
-     "buffers= clear= out=\n"
-     "while [ $# -gt 0 ]; do\n"
-     "  case $1 in\n"
-     "    -b) buffers=\"$buffers $(echo \"$2\" | tr , ' ')\"; shift ;;\n"
-     "    -c) clear=1 ;;\n"
-     "    -f) out=$2; shift ;;\n"
-     "    -v) shift ;;\n"
-     "    -d) ;;\n"
-     "    *) echo \"logcat: unknown argument $1; known: -b BUFFER, -d, -c, -v FORMAT, -f FILE\" >&2; exit 1 ;;\n"
-     "  esac\n"
-     "  shift\n"
-     "done\n"
-     "[ -n \"$out\" ] && exec > \"$out\"\n"
-     "for b in ${buffers:-main system crash}; do\n"
-     "  case $b in main|radio|events|system|crash) ;; *) echo \"logcat: no buffer $b\" >&2; exit 1 ;; esac\n"
-     "  [ -n \"$clear\" ] && rm -f \"dev/log/$b\" \"dev/log/$b.1\"\n"
-     "  [ -f \"dev/log/$b\" ] || continue\n"
-     "  echo \"--------- beginning of $b\"\n"
-     "  for f in \"dev/log/$b.1\" \"dev/log/$b\"; do [ -f \"$f\" ] && tr -d '\\000' < \"$f\"; done\n"
-     "done\n"
-     "exit 0\n"},
-};
-
-bool leaves_root(const std::string& text) {
-  for (size_t at = text.find(".."); at != std::string::npos; at = text.find("..", at + 1)) {
-    char before = at == 0 ? '/' : text[at - 1];
-    char after = at + 2 < text.size() ? text[at + 2] : '/';
-    if (!isalnum(static_cast<unsigned char>(before)) && before != '.' && !isalnum(static_cast<unsigned char>(after)) &&
-        after != '.') {
-      return true;
-    }
-  }
-  return false;
+void complain(const std::string& command, const std::string& what) {
+  __android_log_print(ANDROID_LOG_ERROR, "shell", "%s: %s", command.c_str(), what.c_str());
 }
 
-// A slash that begins a word begins an absolute path.
-std::string mapped(const std::string& command, const std::string& root) {
-  std::string result;
-  for (size_t i = 0; i < command.size(); ++i) {
-    bool starts_word = i == 0 || strchr(" \t\n;|&<>()=\"'`,:{", command[i - 1]);
-    if (command[i] == '/' && starts_word) result += root;
-    result += command[i];
-  }
-  return result;
+int refuse(const std::string& command, const std::string& reason) {
+  complain(command, "refused: " + reason);
+  return kSyntax;
 }
 
-// The path of a program: a bare name is one of the phone's tools.
-std::string program(const std::string& root, const std::string& name) {
-  return name.find('/') == std::string::npos ? root + "/system/bin/" + name : name;
-}
-
-int spawn(const std::string& root, const std::vector<std::string>& arguments) {
+// Starts a program with its arguments and waits for it; its wait status, or -1. `output` is its standard output, or -1.
+int spawn(const std::string& root, const std::string& program, const std::vector<std::string>& arguments, int output) {
   std::vector<char*> argv;
   for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
   argv.push_back(nullptr);
-  std::string path = "PATH=" + root + "/system/bin", home = "HOME=" + root, base = "ATD_ROOT=" + root;
+  std::string path = "PATH=" + root + "/system/bin:/usr/bin:/bin", home = "HOME=" + root, base = "ATD_ROOT=" + root;
   char* environment[] = {path.data(), home.data(), base.data(), nullptr};
-  const std::string path_of_program = program(root, arguments[0]);
   pid_t child = fork();
   if (child < 0) return -1;
   if (child == 0) {
@@ -124,13 +45,14 @@ int spawn(const std::string& root, const std::vector<std::string>& arguments) {
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
     signal(SIGPIPE, SIG_DFL);
-    // As on a phone. Nobody waits for one who reads what a program says.
+    if (chdir(root.c_str()) != 0) _exit(126);
+    // As on a phone: a question such as that of rm is not asked, and nobody waits for one who reads what a program says.
     const int null = open("/dev/null", O_RDWR);
     for (int fd = 0; fd <= STDERR_FILENO; ++fd) dup2(null, fd);
     if (null > STDERR_FILENO) close(null);
-    if (chdir(root.c_str()) != 0) _exit(127);
-    execve(path_of_program.c_str(), argv.data(), environment);
-    _exit(127);
+    if (output >= 0) dup2(output, STDOUT_FILENO);
+    execve(program.c_str(), argv.data(), environment);
+    _exit(126);
   }
   int status;
   pid_t ended;
@@ -146,47 +68,98 @@ void Shell::record(const std::string& command) {
   history_.push_back(command);
 }
 
+// The file of a program, or "" with the status that says why there is none.
+std::string Shell::program(const std::string& name, int* status) const {
+  const std::string path = (name.find('/') == name.npos ? "/system/bin/" : "/") + name;
+  std::string file = desktop_program(resolve(root_, path, Last::itself));
+  if (!file.empty()) return file;
+  file = resolve(root_, path);
+  struct stat found;
+  if (stat(file.c_str(), &found) != 0) *status = kNotFound;
+  else if (!S_ISREG(found.st_mode) || access(file.c_str(), X_OK) != 0) *status = kNoProgram;
+  else return file;
+  return "";
+}
+
+// What a program of the desktop gets for a word; false with the reason when it would lead out of the phone, or stop the
+// program for ever.
+bool Shell::map(const std::string& word, Paths paths, std::string* mapped, std::string* error) const {
+  *mapped = word;
+  if (paths == Paths::none || word.empty()) return true;
+  if (word[0] == '-') {
+    if (word.find('/') == word.npos && word.find("..") == word.npos) return true;
+    *error = "a path in the option " + word;
+    return false;
+  }
+  const bool absolute = word[0] == '/';
+  const std::string place =
+      resolve(root_, absolute ? word : "/" + word, paths == Paths::itself ? Last::itself : Last::followed);
+  struct stat found;
+  if (place.empty()) *error = word + ": " + strerror(errno);
+  else if (paths == Paths::followed && is_pipe_or_device(place)) *error = word + " is a pipe or a device node";
+  else if (absolute) *mapped = place;
+  // Programs run in the phone's root. A relative word may be anything; it is a path where something is at its start.
+  else if (lstat((root_ + "/" + word.substr(0, word.find('/'))).c_str(), &found) == 0 && place != root_ + "/" + word)
+    *mapped = place;
+  return error->empty();
+}
+
+// Runs the words of a command. False when its program could not be started; then *status is what a shell gives for
+// that.
+bool Shell::start(const std::string& command, const std::vector<std::string>& words, int output, int* status) {
+  const std::string file = program(words[0], status);
+  if (file.empty()) {
+    complain(command, *status == kNotFound ? "the phone has no such program" : "this is not a program");
+    return false;
+  }
+  const Tool* tool = find_tool(words[0].substr(words[0].rfind('/') + 1));
+  std::vector<std::string> arguments = {words[0]};
+  if (tool && tool->option) arguments.push_back(tool->option);
+  for (size_t i = 1; i < words.size(); ++i) {
+    std::string error;
+    if (map(words[i], tool ? tool->paths : Paths::followed, &arguments.emplace_back(), &error)) continue;
+    *status = refuse(command, error);
+    return false;
+  }
+  *status = spawn(root_, file, arguments, output);
+  return *status != -1;
+}
+
 int Shell::system(const std::string& command) {
   record(command);
-  if (leaves_root(command)) return 126 << 8;
-  return spawn(root_, {"/bin/sh", "-c", mapped(command, root_)});
+  CommandLine line;
+  std::string error;
+  if (!parse(command, &line, &error)) return refuse(command, error);
+  int output = -1;
+  if (!line.output.empty()) {
+    const std::string name = line.output[0].text;
+    const std::string file = resolve(root_, name.starts_with('/') ? name : "/" + name);
+    if (is_pipe_or_device(file)) return refuse(command, name + " is a pipe or a device node");
+    output = open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    if (output < 0) {
+      complain(command, name + ": " + strerror(errno));
+      return kNoOutput;
+    }
+  }
+  std::vector<std::string> words;
+  for (const Word& word : line.words) expand(root_, word, &words);
+  int status = 0;
+  if (!words.empty()) start(command, words, output, &status);
+  if (output >= 0) close(output);
+  return status;
 }
 
 int Shell::run(const std::vector<std::string>& arguments) {
   std::string line;
-  std::vector<std::string> local;
-  bool refused = false;
-  for (const std::string& argument : arguments) {
-    line += (line.empty() ? "" : " ") + argument;
-    local.push_back(mapped(argument, root_));
-    refused |= leaves_root(argument);
-  }
+  for (const std::string& argument : arguments) line += (line.empty() ? "" : " ") + argument;
   record(line);
-  if (refused) return 126;
-  if (access(program(root_, local[0]).c_str(), X_OK) != 0) return -1;
-  int status = spawn(root_, local);
-  return status != -1 && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  int status;
+  return start(line, arguments, -1, &status) && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 std::vector<std::string> Shell::history() const {
   std::lock_guard guard(lock_);
   return history_;
-}
-
-void Shell::install_tools() {
-  for (const Tool& tool : kTools) {
-    std::string path = root_ + "/system/bin/" + tool.name;
-    if (access(path.c_str(), F_OK) == 0) continue;
-    if (tool.script) {
-      write_file(path, tool.script);
-      chmod(path.c_str(), 0755);
-      continue;
-    }
-    for (const char* folder : {"/bin/", "/usr/bin/"}) {
-      if (access((std::string(folder) + tool.name).c_str(), X_OK) != 0) continue;
-      if (symlink((std::string(folder) + tool.name).c_str(), path.c_str()) == 0) break;
-    }
-  }
 }
 
 }  // namespace atd::sim

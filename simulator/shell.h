@@ -1,10 +1,13 @@
-// Shell commands and programs of the phone. Absolute paths in a command lead below the root, and the tools are those of
-// the root's "system/bin"; every command is recorded as the library gave it.
+// Shell commands and programs of the phone. There is no shell behind them: a command is words, quotes, patterns and one
+// ">" (simulator/command_line.h). What is a path in the phone leads below the root, also through links, and the tools
+// are those of the root's "system/bin"; every command is recorded as the library gave it.
 #pragma once
 
 #include <mutex>
 #include <string>
 #include <vector>
+
+#include "simulator/tools.h"
 
 namespace atd::sim {
 
@@ -12,10 +15,13 @@ class Shell {
  public:
   explicit Shell(const std::string& root) : root_(root) {}
 
-  // Runs a command line as "sh -c" would; its wait status, or -1. A command that names ".." is refused with status 126.
+  // Runs a command line and gives its wait status, as "sh -c" does: status 127 where there is no such program, 126
+  // where it is not one, 1 for an output that cannot be written, and 2, with an error in the main log, for a command
+  // that is more than the shell knows or has a word that is refused. -1 when no process could be started.
   int system(const std::string& command);
 
-  // Runs a program of the phone; its exit status, 126 for an argument with "..", or -1 when there is no such program.
+  // Runs a program of the phone; its exit status, or -1 when it cannot be started, has an argument that is refused, or
+  // is killed.
   int run(const std::vector<std::string>& arguments);
 
   // Records what is done to the whole phone without a program, such as "sync".
@@ -24,11 +30,11 @@ class Shell {
   // The commands so far, oldest first, programs with their arguments joined by spaces.
   std::vector<std::string> history() const;
 
-  // Puts the standard tools into "system/bin", where they are missing.
-  void install_tools();
-
  private:
   void record(const std::string& command);
+  std::string program(const std::string& name, int* status) const;
+  bool map(const std::string& word, Paths paths, std::string* mapped, std::string* error) const;
+  bool start(const std::string& command, const std::vector<std::string>& words, int output, int* status);
 
   std::string root_;
   mutable std::mutex lock_;

@@ -1,5 +1,6 @@
 #include "simulator/simulated_device.h"
 
+#include <android/log.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <signal.h>
@@ -10,30 +11,29 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <filesystem>
 
+#include "desk/control.h"
 #include "simulator/files.h"
 
 namespace atd::sim {
+
+namespace fs = std::filesystem;
 
 namespace {
 
 std::atomic<SimulatedDevice*> g_current;
 
+// The phone's own. No link leads there, and those of kPlainFolders hold files and folders alone.
+constexpr const char* kOwnFolders[] = {
+    "/sim/items", "/sim/modem", "/sim/efs",    "/data/property", "/dev/__properties__",
+    "/dev/input", "/dev/log",   "/dev/socket", "/system/bin",
+};
+constexpr const char* kPlainFolders[] = {"/sim", "/data/property"};
+
+// The library's. A link of the phone may lead there.
 constexpr const char* kFolders[] = {
-    "/sim/items",
-    "/data/property",
-    "/data/factory",
-    "/dev/socket",
-    "/dev/log",
-    "/dev/__properties__",
-    "/dev/input",
-    "/dev/block/bootdevice/by-name",
-    "/sys",
-    "/proc",
-    "/cache/recovery",
-    "/storage",
-    "/system/bin",
-    "/system/etc",
+    "/data/factory", "/dev/block/bootdevice/by-name", "/sys", "/proc", "/cache/recovery", "/storage", "/system/etc",
 };
 
 constexpr const char* kBuildProperties =
@@ -45,6 +45,38 @@ constexpr const char* kBuildProperties =
     "ro.build.version.release=8.0.0\n";
 
 void fail(std::string* error, const std::string& what) { *error = what + ": " + strerror(errno); }
+
+// Makes the phone's folders; false with the reason when one cannot be made, or somebody has planted a link or a pipe
+// in the phone's own.
+bool make_phone(const std::string& base, std::string* error) {
+  for (const char* folder : kOwnFolders) {
+    // From the top, so that the reason names the culprit.
+    for (const char* end = folder; *end;) {
+      end += strcspn(end + 1, "/") + 1;
+      const std::string path = base + std::string(folder, end);
+      std::error_code ignored;
+      const fs::file_type type = fs::symlink_status(path, ignored).type();
+      if (type == fs::file_type::directory || type == fs::file_type::not_found) continue;
+      return *error = path + ": the phone wants a folder here, not a link or a file", false;
+    }
+    if (!make_folders(base + folder)) return fail(error, base + folder), false;
+  }
+  for (const char* folder : kPlainFolders) {
+    std::error_code ignored;
+    for (const auto& entry : fs::recursive_directory_iterator(base + folder, ignored)) {
+      const fs::file_type type = entry.symlink_status(ignored).type();
+      if (type == fs::file_type::regular || type == fs::file_type::directory || type == fs::file_type::not_found)
+        continue;
+      if (type == fs::file_type::socket && entry.path() == base + kControlSocket) continue;
+      return *error = entry.path().string() + ": neither a file nor a folder", false;
+    }
+  }
+  for (const char* folder : kFolders) {
+    const std::string path = resolve(base, folder);
+    if (path.empty() || !make_folders(path)) return fail(error, base + folder), false;
+  }
+  return true;
+}
 
 }  // namespace
 
@@ -58,9 +90,7 @@ std::unique_ptr<SimulatedDevice> SimulatedDevice::open(const std::string& root, 
     *error = "/: a simulated phone needs a folder of its own";
     return nullptr;
   }
-  for (const char* folder : kFolders) {
-    if (!make_folders(base + folder)) return fail(error, base + folder), nullptr;
-  }
+  if (!make_phone(base, error)) return nullptr;
   std::string lock_file = base + "/sim/lock";
   int lock = ::open(lock_file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0660);
   if (lock < 0) return fail(error, lock_file), nullptr;
@@ -83,8 +113,8 @@ std::unique_ptr<SimulatedDevice> SimulatedDevice::open(const std::string& root, 
     close(lock);
     return nullptr;
   }
-  std::string build_prop = base + "/system/build.prop";
-  if (access(build_prop.c_str(), F_OK) != 0 && !write_file(build_prop, kBuildProperties)) {
+  std::string build_prop = base + "/system/build.prop", properties;
+  if (!read_file(build_prop, &properties) && (errno != ENOENT || !write_file(build_prop, kBuildProperties))) {
     fail(error, build_prop);
     close(lock);
     return nullptr;
@@ -108,11 +138,11 @@ SimulatedDevice::SimulatedDevice(std::string root, int lock)
     fprintf(stderr, "a simulated phone is open already\n");
     abort();
   }
-  shell.install_tools();
-  for (const char* folder : {"/sim", "/sim/items", "/sim/modem", "/data/property", "/system"}) {
+  for (const char* folder : {"/sim", "/sim/items", "/sim/modem", "/data/property", "/system", "/system/bin"}) {
     remove_leftovers(root_ + folder);
   }
   reboot();
+  install_tools(root_);
 }
 
 SimulatedDevice::~SimulatedDevice() {
@@ -151,22 +181,15 @@ void SimulatedDevice::reboot() {
   input.boot();
 }
 
-std::string SimulatedDevice::path(const std::string& device_path) const {
-  std::string result = root_;
-  for (size_t at = 0; at < device_path.size();) {
-    size_t end = device_path.find('/', at);
-    if (end == std::string::npos) end = device_path.size();
-    std::string part = device_path.substr(at, end - at);
-    at = end + 1;
-    if (part.empty() || part == ".") continue;
-    if (part == "..") {
-      if (result.size() > root_.size()) result.resize(result.rfind('/'));
-    } else {
-      result += "/" + part;
-    }
-  }
-  if (device_path.ends_with('/') && result.size() > root_.size()) result += "/";
-  return result;
+std::string SimulatedDevice::path(const std::string& device_path, Last last) const {
+  const std::string result = resolve(root_, device_path, last);
+  const char* wrong = nullptr;
+  if (result.empty()) wrong = strerror(errno);
+  else if (last == Last::followed && is_pipe_or_device(result))
+    wrong = "a pipe or a device node, where a file should be";
+  if (!wrong) return result;
+  __android_log_print(ANDROID_LOG_ERROR, "phone", "%s: %s", device_path.c_str(), wrong);
+  return "";
 }
 
 }  // namespace atd::sim

@@ -9,6 +9,7 @@
 #include "simulator/clock.h"
 #include "simulator/factory_items.h"
 #include "simulator/faults.h"
+#include "simulator/files.h"
 #include "simulator/host.h"
 #include "simulator/input/input.h"
 #include "simulator/logs.h"
@@ -47,8 +48,9 @@ class SimulatedDevice {
   // The absolute path of the root folder, without a trailing slash.
   const std::string& root() const { return root_; }
 
-  // Where an absolute device path lies below the root; ".." never leads above it.
-  std::string path(const std::string& device_path) const;
+  // Where an absolute device path lies below the root: `resolve`. "" with an error in the main log for a path that
+  // leads to a FIFO or a device node, or nowhere.
+  std::string path(const std::string& device_path, Last last = Last::followed) const;
 
  private:
   explicit SimulatedDevice(std::string root, int lock);

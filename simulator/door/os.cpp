@@ -14,6 +14,7 @@
 #include "simulator/simulated_device.h"
 
 using atd::sim::Call;
+using atd::sim::Last;
 using atd::sim::SimulatedDevice;
 
 namespace atd {
@@ -26,15 +27,19 @@ bool refuse(Call call, const std::string& object, int error) {
   return true;
 }
 
-}  // namespace
-
-DevicePath device_path(const char* path) {
+DevicePath place(const char* path, Last last) {
   DevicePath result;
-  std::string text = path[0] == '/' ? SimulatedDevice::current().path(path) : path;
+  std::string text = path[0] == '/' ? SimulatedDevice::current().path(path, last) : path;
   if (text.size() >= sizeof result.text) text.clear();
   memcpy(result.text, text.c_str(), text.size() + 1);
   return result;
 }
+
+}  // namespace
+
+DevicePath device_path(const char* path) { return place(path, Last::followed); }
+
+DevicePath device_entry(const char* path) { return place(path, Last::itself); }
 
 int os_ioctl(int fd, ioctl_request_t request, void* argument) {
   if (refuse(Call::ioctl, std::to_string(request), EIO)) return -1;

@@ -8,5 +8,6 @@ using ioctl_request_t = int;
 
 // A device path is the path itself.
 constexpr const char* device_path(const char* path) { return path; }
+constexpr const char* device_entry(const char* path) { return path; }
 
 }  // namespace atd

@@ -14,8 +14,13 @@ struct DevicePath {
   operator const char*() const { return text; }
 };
 
-// The place of an absolute device path in the simulated phone; a relative path and "" stay as they are, ".." never
-// leaves the phone, and a path that does not fit PATH_MAX becomes "" (which every system call refuses).
+// The place of an absolute device path in the simulated phone; a relative path and "" stay as they are. Links are
+// followed as on the phone, so neither they nor ".." ever leave it; a link that somebody changes between this call and
+// the use of the path is followed by the desktop. A path that does not fit PATH_MAX, and one that leads to a FIFO, a
+// device node or round in circles (an error in the main log), becomes "", which every system call refuses.
 DevicePath device_path(const char* path);
+
+// The same for what is done to a link itself, where the path names one: unlink, lstat, readlink, rename.
+DevicePath device_entry(const char* path);
 
 }  // namespace atd

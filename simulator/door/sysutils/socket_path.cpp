@@ -86,7 +86,7 @@ int bind_device_socket(const std::string& name, std::string* path, ino_t* inode)
   int folder = open(device_path(kFolder), O_PATH | O_DIRECTORY | O_CLOEXEC);
   if (folder == -1) return -1;
 
-  *path = device_path((std::string(kFolder) + "/" + name).c_str());
+  *path = device_entry((std::string(kFolder) + "/" + name).c_str());
   int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
   const int error = fd == -1 ? errno : bind_file(fd, folder, *path, name.c_str());
   struct stat file = {};

@@ -1,0 +1,183 @@
+#include "simulator/tools.h"
+
+#include <android/log.h>
+#include <errno.h>
+#include <inttypes.h>
+#include <limits.h>
+#include <stdint.h>
+#include <stdio.h>
+#include <string.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <iterator>
+
+#include "simulator/files.h"
+
+namespace atd::sim {
+
+namespace {
+
+// A script finds the phone from where it lies itself. It takes no link and no pipe for a file of the phone.
+constexpr const char* kGetprop = R"sh(#!/bin/sh
+# getprop [NAME [DEFAULT]]: one property, or all.
+root=$(readlink -f "$0"); root=${root%/system/bin/*}
+for d in data/property dev/__properties__; do
+  [ "$(readlink -f "$root/$d")" = "$root/$d" ] || { echo "getprop: no folder $root/$d" >&2; exit 1; }
+done
+is_file() { [ -f "$1" ] && [ ! -L "$1" ]; }
+if [ $# -eq 0 ]; then
+  for f in "$root"/dev/__properties__/* "$root"/data/property/*; do
+    is_file "$f" && printf '[%s]: [%s]\n' "${f##*/}" "$(cat "$f")"
+  done
+  exit 0
+fi
+case $1 in */*) f= ;; persist.*) f=$root/data/property/$1 ;; *) f=$root/dev/__properties__/$1 ;; esac
+if is_file "$f" && [ -s "$f" ]; then printf '%s\n' "$(cat "$f")"; else printf '%s\n' "$2"; fi
+)sh";
+
+constexpr const char* kSetprop = R"sh(#!/bin/sh
+# setprop NAME VALUE
+root=$(readlink -f "$0"); root=${root%/system/bin/*}
+case $1 in ''|*/*|ro.*) d= ;; persist.*) d=data/property ;; *) d=dev/__properties__ ;; esac
+f=$root/$d/$1
+if [ -z "$d" ] || [ "$(readlink -f "$f")" != "$f" ] || { [ -e "$f" ] && [ ! -f "$f" ]; }; then
+  echo "setprop: failed to set property '$1' to '$2'" >&2
+  exit 1
+fi
+printf '%s\n' "$2" > "$f"
+)sh";
+
+constexpr const char* kLogcat = R"sh(#!/bin/sh
+# logcat [-b BUFFER]... [-d] [-c] [-v FORMAT] [-f FILE]: the buffers main, system and crash, or those named, in
+# threadtime form; without -d it goes on with new lines until it is ended; -c empties them instead.
+root=$(readlink -f "$0"); root=${root%/system/bin/*}
+log=$root/dev/log
+[ "$(readlink -f "$log")" = "$log" ] || { echo "logcat: no folder $log" >&2; exit 1; }
+set -f
+buffers= clear= dump= out=
+while [ $# -gt 0 ]; do
+  case $1 in
+    -b) buffers="$buffers $(echo "$2" | tr , ' ')"; shift ;;
+    -c) clear=1 ;;
+    -d) dump=1 ;;
+    -f) out=$2; shift ;;
+    -v) shift ;;
+    *) echo "logcat: unknown argument $1; known: -b BUFFER, -d, -c, -v FORMAT, -f FILE" >&2; exit 1 ;;
+  esac
+  shift
+done
+set --
+for b in ${buffers:-main system crash}; do
+  case $b in main|radio|events|system|crash) ;; *) echo "logcat: no buffer $b" >&2; exit 1 ;; esac
+  for f in "$log/$b.1" "$log/$b" "$log/.$b"; do
+    if [ -L "$f" ] || { [ -e "$f" ] && [ ! -f "$f" ]; }; then echo "logcat: $f is not a file" >&2; exit 1; fi
+  done
+  set -- "$@" "$b"
+done
+if [ -n "$clear" ]; then
+  for b; do rm -f "$log/$b.1"; [ ! -e "$log/$b" ] || : > "$log/$b"; done
+  exit 0
+fi
+if [ -n "$out" ]; then exec > "$out"; fi
+for b; do
+  shift
+  if [ -n "$dump" ]; then
+    [ -e "$log/$b" ] || continue
+    echo "--------- beginning of $b"
+    cat "$log/$b.1" "$log/$b" 2>/dev/null
+    if [ -e "$log/.$b" ]; then tr -d '\000' < "$log/.$b"; fi  # the last moment's lines
+  else
+    cat "$log/$b.1" 2>/dev/null
+    set -- "$@" "$log/$b"
+  fi
+done
+[ -n "$dump" ] || exec tail -q -n +1 -F "$@" 2>/dev/null
+exit 0
+)sh";
+
+constexpr Tool kTools[] = {
+    {"cat", Paths::followed, nullptr, nullptr},
+    {"chmod", Paths::followed, nullptr, nullptr},
+    {"cp", Paths::followed, "--remove-destination", nullptr},  // without it, it writes through links
+    {"echo", Paths::none, nullptr, nullptr},
+    {"ls", Paths::followed, nullptr, nullptr},
+    {"mkdir", Paths::followed, nullptr, nullptr},
+    {"rm", Paths::itself, nullptr, nullptr},
+    {"rmdir", Paths::itself, nullptr, nullptr},
+    {"getprop", Paths::none, nullptr, kGetprop},
+    {"setprop", Paths::none, nullptr, kSetprop},
+    {"logcat", Paths::followed, nullptr, kLogcat},
+};
+
+// The last line of a script begins with this; then comes the sum of the text before it.
+constexpr const char* kMark = "# The phone renews this file at boot while nobody has edited it: ";
+
+// The sums of what the first version has installed, without a mark.
+constexpr uint64_t kUnmarked[] = {0xead1e6dff487aeb8, 0x80cd168693d4ed67, 0xe90d7684e5b45873};
+
+// FNV-1a.
+uint64_t sum(const std::string& text) {
+  uint64_t result = 0xcbf29ce484222325;
+  for (const char c : text) result = (result ^ static_cast<unsigned char>(c)) * 0x100000001b3;
+  return result;
+}
+
+std::string marked(const std::string& script) {
+  char digits[32];
+  snprintf(digits, sizeof digits, "%016" PRIx64 "\n", sum(script));
+  return script + kMark + digits;
+}
+
+bool is_unedited(const std::string& text) {
+  const size_t mark = text.rfind(kMark);
+  if (mark != text.npos) return text == marked(text.substr(0, mark));
+  return std::find(std::begin(kUnmarked), std::end(kUnmarked), sum(text)) != std::end(kUnmarked);
+}
+
+void install_script(const std::string& path, const Tool& tool) {
+  const std::string text = marked(tool.script);
+  std::string there;
+  if (read_file(path, &there) ? there != text && is_unedited(there) : errno == ENOENT) {
+    if (write_file(path, text) && chmod(path.c_str(), 0755) == 0) return;
+  } else if (!there.empty()) {
+    return;
+  }
+  __android_log_print(ANDROID_LOG_ERROR, "shell", "system/bin/%s: %s", tool.name, strerror(errno));
+}
+
+}  // namespace
+
+const Tool* find_tool(const std::string& name) {
+  const auto found = std::find_if(std::begin(kTools), std::end(kTools), [&](const Tool& t) { return name == t.name; });
+  return found == std::end(kTools) ? nullptr : found;
+}
+
+std::string desktop_program(const std::string& link) {
+  char target[PATH_MAX];
+  const ssize_t length = readlink(link.c_str(), target, sizeof target);
+  const std::string text(target, length < 0 ? 0 : static_cast<size_t>(length));
+  for (const Tool& tool : kTools) {
+    if (tool.script || (text != std::string("/bin/") + tool.name && text != std::string("/usr/bin/") + tool.name)) {
+      continue;
+    }
+    // The phone may come from a machine that has it in the other folder.
+    for (const char* folder : {"/bin/", "/usr/bin/"}) {
+      if (access((folder + std::string(tool.name)).c_str(), X_OK) == 0) return folder + std::string(tool.name);
+    }
+  }
+  return "";
+}
+
+void install_tools(const std::string& root) {
+  for (const Tool& tool : kTools) {
+    const std::string path = root + "/system/bin/" + tool.name;
+    if (tool.script) install_script(path, tool);
+    else if (symlink((std::string("/bin/") + tool.name).c_str(), path.c_str()) != 0 && errno != EEXIST) {
+      __android_log_print(ANDROID_LOG_ERROR, "shell", "system/bin/%s: %s", tool.name, strerror(errno));
+    }
+  }
+}
+
+}  // namespace atd::sim
