@@ -31,6 +31,8 @@ constexpr Goal kGoals[] = {
      "socket/bare_echo/real_time", 0.75},
     {"modem request against the bare exchange", "modem/request_to_system", "modem/bare_exchange", 0},
     {"reading 1 MiB of EFS against the bare exchanges", "efs/read_1MiB", "efs/bare_reads_1MiB", 0},
+    {"item write on the medium against the plain write", "item/write_synced/real_time", "item/write_plain/real_time",
+     0},
 };
 
 class Reporter : public benchmark::ConsoleReporter {

@@ -15,9 +15,15 @@ using namespace atd;
 
 namespace {
 
-// The last result of dmi_init; 0 means that the interface is ready. Under the lock once the daemon serves.
-int g_modem_interface_status = -1;
 pthread_mutex_t g_modem_request_lock = PTHREAD_MUTEX_INITIALIZER;
+// The last result of dmi_init; 0 means that the interface is ready. Under the lock.
+int g_modem_interface_status = -1;
+
+int init_locked(int arg) {
+  g_modem_interface_status = dmi_init(arg);
+  SLOGI("[init_modem_interface] dmi_init :%d\n", g_modem_interface_status);
+  return g_modem_interface_status;
+}
 
 int ask_platform(rzcmd_request* req, rzcmd_response* rsp) {
   char boot[PROPERTY_VALUE_MAX] = "";
@@ -40,7 +46,7 @@ int ask_modem(rzcmd_request* req, rzcmd_response* rsp) {
   SLOGI("[DMI] request_to_modem:__START!\n");
   int outcome;
   if (g_modem_interface_status != 0) {
-    outcome = init_modem_interface(g_modem_interface_status);
+    outcome = init_locked(g_modem_interface_status);
     if (outcome != 0) SLOGE("[DMI] request_to_modem : DMI is not initialized.");
     else outcome = request_to_modem_via_dmi(req, rsp);
   } else {
@@ -48,7 +54,7 @@ int ask_modem(rzcmd_request* req, rzcmd_response* rsp) {
     if (outcome != 0) {
       SLOGI("[DMI] request_to_modem : init dmi again.");
       g_modem_interface_status = -1;
-      init_modem_interface(dmi_client_handle_release(-1));
+      init_locked(dmi_client_handle_release(-1));
       memset(rsp, 0, sizeof *rsp);
       outcome = request_to_modem_via_dmi(req, rsp);
     }
@@ -66,9 +72,8 @@ int fail(int error, const char* out_data, int* out_len) {
 }  // namespace
 
 int init_modem_interface(int arg) {
-  g_modem_interface_status = dmi_init(arg);
-  SLOGI("[init_modem_interface] dmi_init :%d\n", g_modem_interface_status);
-  return g_modem_interface_status;
+  ScopedLock lock(g_modem_request_lock);
+  return init_locked(arg);
 }
 
 int request_to_system(int opcode, const char* data, int len, char* out_data, int* out_len, int* out_status) {

@@ -3,7 +3,8 @@
 
 #pragma GCC visibility push(default)
 
-// Opens the modem interface with a client handle; its status, 0 when it is ready.
+// Opens the modem interface with a client handle, on any thread, once the request that runs has its answer; its status,
+// 0 when it is ready.
 int init_modem_interface(int arg);
 
 // Asks the modem (opcodes 0 to 971) or the platform service (1000 to 4414, on any thread but the socket's own, waiting

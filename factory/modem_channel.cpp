@@ -16,10 +16,6 @@ using namespace atd;
 
 namespace {
 
-// The answers of the last read and the last write, kept until the next one.
-NvPacket* g_read_answer;
-NvPacket* g_write_answer;
-
 NvPacket* allocate(unsigned code, int item) {
   NvPacket* packet = static_cast<NvPacket*>(diagpkt_alloc(code, sizeof(NvPacket)));
   if (!packet) return nullptr;
@@ -27,26 +23,23 @@ NvPacket* allocate(unsigned code, int item) {
   return packet;
 }
 
-// Sends one packet and fills *kept with its answer; 0 with the number of answered bytes, or -1 or a status byte.
-int exchange(int opcode, unsigned code, int item, const char* data, NvPacket** kept, int* length) {
+// Sends one packet and fills *answer; 0 with the number of answered bytes, or -1 or a status byte.
+int exchange(int opcode, unsigned code, int item, const char* data, NvPacket* answer, int* length) {
   NvPacket* request = allocate(code, item);
-  diagpkt_free(*kept);
-  *kept = allocate(code, item);
-  if (!request || !*kept) {
-    diagpkt_free(request);
-    return -1;
+  NvPacket* answered = allocate(code, item);
+  int error = -1;
+  if (request && answered) {
+    if (data) memcpy(request->data, data, kNvDataSize);
+    char bytes[MAX_RZCMD_REQ_SIZE];
+    error = get_tav_data_from_modem(opcode, reinterpret_cast<char*>(request), sizeof *request, bytes, length);
+    // The answer is the data and the status byte; more than that is not an answer to this packet.
+    if (error != 0 || *length > kNvDataSize + 1) error = kNvFailed;
+    else memcpy(answered->data, bytes, static_cast<size_t>(*length));
+    *answer = *answered;
   }
-  if (data) memcpy(request->data, data, kNvDataSize);
-  // The answer is the data and the status byte; more than that is not an answer to this packet.
-  char answer[MAX_RZCMD_REQ_SIZE];
-  int error = get_tav_data_from_modem(opcode, reinterpret_cast<char*>(request), sizeof *request, answer, length);
   diagpkt_free(request);
-  if (error != 0 || *length > kNvDataSize + 1) {
-    (*kept)->status = kNvFailed;
-    return kNvFailed;
-  }
-  memcpy((*kept)->data, answer, static_cast<size_t>(*length));
-  return 0;
+  diagpkt_free(answered);
+  return error;
 }
 
 }  // namespace
@@ -97,17 +90,19 @@ int get_tav_data_from_modem(int opcode, const char* request, int length, char* r
 
 int tav_diag_nvread(int item, char* data) {
   if (!data || item < 0 || item > UINT16_MAX) return RZCMD_FAIL;
+  NvPacket answer;
   int length = 0;
-  int error = exchange(kNvRead, kNvReadCode, item, nullptr, &g_read_answer, &length);
+  int error = exchange(kNvRead, kNvReadCode, item, nullptr, &answer, &length);
   if (error != 0) return error;
-  if (length == 0) return g_read_answer->status = kNvInactive;
-  memcpy(data, g_read_answer->data, kNvDataSize);
-  return g_read_answer->status;
+  if (length == 0) return kNvInactive;
+  memcpy(data, answer.data, kNvDataSize);
+  return answer.status;
 }
 
 int tav_diag_nvwrite(int item, const char* data) {
   if (!data || item < 0 || item > UINT16_MAX) return RZCMD_FAIL;
+  NvPacket answer;
   int length = 0;
-  int error = exchange(kNvWrite, kNvWriteCode, item, data, &g_write_answer, &length);
-  return error != 0 ? error : g_write_answer->status;
+  int error = exchange(kNvWrite, kNvWriteCode, item, data, &answer, &length);
+  return error != 0 ? error : answer.status;
 }

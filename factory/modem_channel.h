@@ -1,4 +1,5 @@
-// Bulk data and numbered items of the modem.
+// Bulk data and numbered items of the modem. One bulk transfer runs at a time: the chunks of two would mix. The other
+// functions may run on any thread.
 #pragma once
 
 #pragma GCC visibility push(default)
@@ -10,9 +11,8 @@ int send_modem_data(const char* data, int length);
 // sets *length to 0 first. Returns 0, 1 when there is no data, or the error of request_to_system.
 int receive_modem_data(char* buffer, int* length);
 
-// Reads or writes the 128 bytes of a numbered item of the modem; 0, 1 for a null pointer or an item
-// number above 65535, -1 without memory, 4 when the
-// modem does not answer, 5 when the item is inactive, or the modem's own status.
+// Reads or writes the 128 bytes of a numbered item of the modem; 0, 1 for a null pointer or an item number above 65535,
+// -1 without memory, 4 when the modem does not answer, 5 when the item is inactive, or the modem's own status.
 int tav_diag_nvread(int item, char* data);
 int tav_diag_nvwrite(int item, const char* data);
 

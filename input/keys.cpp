@@ -1,6 +1,7 @@
 #include "input/keys.h"
 
 #include <linux/input.h>
+#include <pthread.h>
 #include <stdlib.h>
 #include <unistd.h>
 
@@ -9,6 +10,7 @@
 #include "input/input_device.h"
 #include "platform/log.h"
 #include "platform/os.h"
+#include "text/scoped_lock.h"
 
 using namespace atd;
 
@@ -27,13 +29,20 @@ constexpr Key kAtKeys[] = {{'*', 17}, {'#', 18}, {'A', 27}, {'B', 26}, {'C', 82}
 constexpr Key kTestModeKeys[] = {{'*', 17}, {'#', 18}, {'P', 5}, {'Q', 6}, {'R', 28}, {150, 24}, {151, 25}};
 
 constexpr int kTableSize = 256;
+pthread_mutex_t g_tables_lock = PTHREAD_MUTEX_INITIALIZER;
 int g_at_keys[kTableSize];
 int g_test_mode_keys[kTableSize];
 
+// A table is read without the lock by those who have filled it: an entry that is right already is not written again.
+void put(int* entry, int number) {
+  if (*entry != number) *entry = number;
+}
+
 template <size_t count>
 void fill(int* table, const Key (&keys)[count]) {
-  for (int digit = 0; digit <= 9; ++digit) table['0' + digit] = 7 + digit;
-  for (const Key& key : keys) table[key.code] = key.number;
+  ScopedLock lock(g_tables_lock);
+  for (int digit = 0; digit <= 9; ++digit) put(&table['0' + digit], 7 + digit);
+  for (const Key& key : keys) put(&table[key.code], key.number);
 }
 
 int look_up(const int* table, int code) { return code >= 0 && code < kTableSize ? table[code] : 0; }

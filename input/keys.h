@@ -1,4 +1,4 @@
-// Pressing keys without a person: by asking the platform, or straight into the kernel's input devices.
+// Pressing keys without a person: by asking the platform, or straight into the kernel's input devices. On any thread.
 #pragma once
 
 #pragma GCC visibility push(default)

@@ -1,11 +1,13 @@
 #include "input/touch.h"
 
 #include <linux/input.h>
+#include <pthread.h>
 #include <stdlib.h>
 #include <unistd.h>
 
 #include "input/input_device.h"
 #include "platform/log.h"
+#include "text/scoped_lock.h"
 #include "text/text_writer.h"
 
 using namespace atd;
@@ -20,7 +22,10 @@ struct TouchMode {
 
 constexpr TouchMode kTouchModes[] = {{0, "r"}, {1, "p"}, {2, "pr"}, {3, "prpr"}, {4, "p"}, {5, "r"}};
 
-// The device of the last touch stays open, as its user expects, until the next touch opens one.
+// One touch is written as a whole before the next.
+pthread_mutex_t g_touch_lock = PTHREAD_MUTEX_INITIALIZER;
+
+// The device of the last touch stays open, as its user expects, until the next touch opens one. Under the lock.
 int g_touch_device = -1;
 
 }  // namespace
@@ -32,6 +37,7 @@ int ctsa_support_list(char* out) {
 
 int ctsa_send_event(char* mode_text, char* x_text, char* y_text, char*) {
   int mode = atoi(mode_text), x = atoi(x_text), y = atoi(y_text);
+  ScopedLock lock(g_touch_lock);
   int number;
   int fd = open_input_device(EV_ABS, ABS_MT_POSITION_X, &number);
   if (fd < 0) return -1;

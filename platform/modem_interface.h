@@ -15,7 +15,8 @@ int dmi_release(int client);
 // Gives a client handle back (-1 for the present one); the value to open the interface with again.
 int dmi_client_handle_release(int client);
 
-// Sends one request and waits for its response; 0 on success.
+// Sends one request and waits for its response; 0 on success. What the response says to be stored survives a power
+// loss; of an open file, what was written before its close was answered.
 int request_to_modem_via_dmi(struct rzcmd_request* request, struct rzcmd_response* response);
 
 }  // extern "C"

@@ -6,5 +6,6 @@
 // Reads a property into value (PROPERTY_VALUE_MAX bytes, always terminated); the value's length, 0 when it is not set.
 int system_property_get(const char* name, char* value);
 
-// Sets a property; 0, or -1 when the name or the value is not acceptable or the property is read-only.
+// Sets a property, whole or not at all; a "persist." one survives a power loss from then on. 0, or -1 when the name or
+// the value is not acceptable, the property is read-only or it cannot be written.
 int system_property_set(const char* name, const char* value);

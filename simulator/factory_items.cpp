@@ -1,7 +1,7 @@
 #include "simulator/factory_items.h"
 
+#include <android/log.h>
 #include <errno.h>
-#include <string.h>
 
 #include "simulator/files.h"
 
@@ -9,24 +9,44 @@ namespace atd::sim {
 
 namespace {
 
-std::string name(unsigned index, size_t length) { return "/" + std::to_string(index) + "-" + std::to_string(length); }
+std::string name(unsigned index, size_t length) { return std::to_string(index) + "-" + std::to_string(length); }
 
 }  // namespace
 
 bool FactoryItems::read(unsigned index, int length, std::string* value) const {
-  bool done = read_file(folder_ + name(index, static_cast<size_t>(length)), value) || errno == ENOENT;
-  value->resize(static_cast<size_t>(length));
-  return done;
+  const size_t size = static_cast<size_t>(length);
+  const std::string file = name(index, size);
+  const bool stored = read_file(folder_ + "/" + file, value);
+  if (stored) tidy(file, size, value);
+  else if (errno != ENOENT) return false;
+  value->resize(size);
+  return true;
+}
+
+void FactoryItems::tidy(const std::string& file, size_t length, std::string* content) const {
+  std::string found = *content;
+  // The phone writes whole items, so the last line end in a file of another length is the editor's.
+  if (found.size() != length && found.ends_with('\n')) content->pop_back();
+  std::lock_guard guard(lock_);
+  if (content->size() == length) {
+    reported_.erase(file);
+    return;
+  }
+  const auto [seen, first] = reported_.try_emplace(file);
+  if (!first && seen->second == found) return;
+  __android_log_print(ANDROID_LOG_WARN, "ftm", "sim/items/%s has %zu bytes instead of %zu: it is %s", file.c_str(),
+                      found.size(), length, content->size() < length ? "padded with NULs" : "cut");
+  seen->second = std::move(found);
 }
 
 std::string FactoryItems::get(unsigned index, int length) const {
   std::string value;
-  read(index, length, &value);
+  if (!read(index, length, &value)) value.assign(static_cast<size_t>(length), '\0');
   return value;
 }
 
 bool FactoryItems::set(unsigned index, const std::string& value) {
-  return write_file(folder_ + name(index, value.size()), value);
+  return write_file(folder_ + "/" + name(index, value.size()), value, syncs_);
 }
 
 bool FactoryItems::set_text(unsigned index, int length, std::string text) {

@@ -69,20 +69,26 @@ bool is_pipe_or_device(const std::string& path) {
   return lstat(path.c_str(), &file) == 0 && (S_ISFIFO(file.st_mode) || S_ISCHR(file.st_mode) || S_ISBLK(file.st_mode));
 }
 
-bool read_file(const std::string& path, std::string* content) {
+bool read_rest(int fd, std::string* content) {
   content->clear();
-  int fd = open_file(path);
-  if (fd < 0) return false;
   char block[16384];
   ssize_t got;
   while ((got = read(fd, block, sizeof block)) > 0) content->append(block, static_cast<size_t>(got));
-  int error = errno;
-  close(fd);
-  errno = error;
   return got == 0;
 }
 
-bool write_file(const std::string& path, const std::string& content) {
+bool read_file(const std::string& path, std::string* content) {
+  content->clear();
+  const int fd = open_file(path);
+  if (fd < 0) return false;
+  const bool whole = read_rest(fd, content);
+  const int error = errno;
+  close(fd);
+  errno = error;
+  return whole;
+}
+
+bool write_file(const std::string& path, const std::string& content, bool synced) {
   // The thread in the name keeps two writers of one file apart; the last rename wins.
   std::string fresh = path + kFresh + std::to_string(gettid());
   int fd = open(fresh.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0660);
@@ -92,13 +98,27 @@ bool write_file(const std::string& path, const std::string& content) {
   while (done < content.size() && (put = write(fd, content.data() + done, content.size() - done)) > 0) {
     done += static_cast<size_t>(put);
   }
-  bool whole = close(fd) == 0 && done == content.size() && rename(fresh.c_str(), path.c_str()) == 0;
+  // The content is on the medium before its name is: else the name could stand there with half of it.
+  bool whole = done == content.size() && (!synced || fsync(fd) == 0);
+  int error = errno;
+  if (close(fd) != 0 && whole) whole = false, error = errno;
+  if (whole && rename(fresh.c_str(), path.c_str()) != 0) whole = false, error = errno;
   if (!whole) {
-    int error = errno;
     unlink(fresh.c_str());
     errno = error;
+    return false;
   }
-  return whole;
+  return !synced || sync_folder(path.substr(0, path.rfind('/')));
+}
+
+bool sync_folder(const std::string& path) {
+  int fd = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (fd < 0) return false;
+  bool done = fsync(fd) == 0;
+  int error = errno;
+  close(fd);
+  errno = error;
+  return done;
 }
 
 void remove_leftovers(const std::string& folder) {

@@ -17,11 +17,18 @@ std::string resolve(const std::string& root, const std::string& path, Last last 
 // link.
 bool is_pipe_or_device(const std::string& path);
 
+// Reads what follows in an open file; false with errno when it cannot be read.
+bool read_rest(int fd, std::string* content);
+
 // Reads a whole file; false with errno when it cannot be read, or is a link or no file.
 bool read_file(const std::string& path, std::string* content);
 
-// Replaces a file by one with this content, whole or not at all even when the process is killed; false with errno.
-bool write_file(const std::string& path, const std::string& content);
+// Replaces a file by one with this content, whole or not at all even when the process is killed; false with errno. One
+// that is `synced` is on the medium when this returns, with its name: a power loss does not take it back.
+bool write_file(const std::string& path, const std::string& content, bool synced = false);
+
+// Waits until the names in a folder are on the medium; false with errno.
+bool sync_folder(const std::string& path);
 
 // Removes the unfinished files that killed writers have left in a folder.
 void remove_leftovers(const std::string& folder);

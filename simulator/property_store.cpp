@@ -1,6 +1,9 @@
 #include "simulator/property_store.h"
 
+#include <android/log.h>
 #include <cutils/properties.h>
+#include <errno.h>
+#include <string.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -19,10 +22,12 @@ bool acceptable(const std::string& name) {
          name.size() < 240;
 }
 
+bool is_persistent(const std::string& name) { return name.starts_with("persist."); }
+
 }  // namespace
 
 std::string Properties::file(const std::string& name) const {
-  return root_ + (name.starts_with("persist.") ? "/data/property/" : "/dev/__properties__/") + name;
+  return root_ + (is_persistent(name) ? "/data/property/" : "/dev/__properties__/") + name;
 }
 
 std::string Properties::get(const std::string& name) const {
@@ -47,11 +52,21 @@ std::vector<std::string> Properties::names() const {
 }
 
 bool Properties::set(const std::string& name, const std::string& value) {
-  return !name.starts_with("ro.") && set_at_boot(name, value);
+  if (!name.starts_with("ro.")) return set_at_boot(name, value);
+  errno = EINVAL;
+  return false;
 }
 
 bool Properties::set_at_boot(const std::string& name, const std::string& value) {
-  return acceptable(name) && value.size() < PROPERTY_VALUE_MAX && write_file(file(name), value);
+  if (!acceptable(name) || value.size() >= PROPERTY_VALUE_MAX) {
+    errno = EINVAL;
+    return false;
+  }
+  if (write_file(file(name), value, syncs_ && is_persistent(name))) return true;
+  const int error = errno;
+  __android_log_print(ANDROID_LOG_ERROR, "property", "%s cannot be written: %s", name.c_str(), strerror(error));
+  errno = error;
+  return false;
 }
 
 void Properties::boot() {

@@ -2,6 +2,7 @@
 // "/system/build.prop" at boot and stays, the rest lives below "/dev/__properties__" until the next boot.
 #pragma once
 
+#include <atomic>
 #include <string>
 #include <vector>
 
@@ -9,7 +10,8 @@ namespace atd::sim {
 
 class Properties {
  public:
-  explicit Properties(const std::string& root) : root_(root) {}
+  // `syncs` is the phone's switch and outlives the store.
+  Properties(const std::string& root, const std::atomic<bool>& syncs) : root_(root), syncs_(syncs) {}
 
   // The value, "" when it is not set.
   std::string get(const std::string& name) const;
@@ -17,8 +19,9 @@ class Properties {
   // The names of those that are set, sorted.
   std::vector<std::string> names() const;
 
-  // Sets a property as a process of the phone would; false when the name or the value (at most 91 bytes) is not
-  // acceptable or the property is read-only.
+  // Sets a property as a process of the phone would, whole or not at all; a "persist." one is on the medium when this
+  // returns. False with EINVAL when the name or the value (at most 91 bytes) is not acceptable or the property is
+  // read-only; false with another errno, and logged, when it cannot be written.
   bool set(const std::string& name, const std::string& value);
 
   // Sets any property, read-only ones too: what the boot loader and init do.
@@ -31,6 +34,7 @@ class Properties {
   std::string file(const std::string& name) const;
 
   std::string root_;
+  const std::atomic<bool>& syncs_;
 };
 
 }  // namespace atd::sim

@@ -46,7 +46,8 @@ int spawn(const std::string& root, const std::string& program, const std::vector
     sigprocmask(SIG_SETMASK, &none, nullptr);
     signal(SIGPIPE, SIG_DFL);
     if (chdir(root.c_str()) != 0) _exit(126);
-    // As on a phone: a question such as that of rm is not asked, and nobody waits for one who reads what a program says.
+    // As on a phone: a question such as that of rm is not asked, and nobody waits for one who reads what a program
+    // says.
     const int null = open("/dev/null", O_RDWR);
     for (int fd = 0; fd <= STDERR_FILENO; ++fd) dup2(null, fd);
     if (null > STDERR_FILENO) close(null);

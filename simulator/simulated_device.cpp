@@ -127,9 +127,9 @@ SimulatedDevice::SimulatedDevice(std::string root, int lock)
       lock_(lock),
       faults(clock),
       logs(root_ + "/dev/log", clock),
-      properties(root_),
-      items(root_),
-      modem(root_, clock, faults),
+      properties(root_, syncs_writes),
+      items(root_, syncs_writes),
+      modem(root_, syncs_writes, clock, faults),
       input(root_),
       power(root_),
       shell(root_) {

@@ -3,6 +3,7 @@
 
 #include <time.h>
 
+#include <atomic>
 #include <memory>
 #include <string>
 
@@ -61,6 +62,10 @@ class SimulatedDevice {
   time_t booted_ = 0;
 
  public:
+  // Whether what must survive a power loss (factory items, the modem's items and files, "persist." properties) is on
+  // the medium before its write is answered. Without it a kill still leaves the old or the new content.
+  std::atomic<bool> syncs_writes{true};
+
   Clock clock;
   Faults faults;
   Logs logs;

@@ -236,7 +236,7 @@ TEST(Client, TheManualHasVerbsAndOpcodes) {
 
 // Completes the last word as bash does, on TAB or for a menu.
 std::string complete(const std::string& words, bool menu = false) {
-  const std::string script = testing::TempDir() + "atdctl-completion";
+  const std::string script = testing::TempDir() + "atdctl-completion-" + std::to_string(getpid());
   std::ofstream(script) << atdctl("", {"completion"}).out;
   const std::string command = "bash -c 'source " + script + "; COMP_WORDS=(atdctl " + words +
                               "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)) COMP_TYPE=" + (menu ? "37" : "9") +

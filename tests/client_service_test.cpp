@@ -451,7 +451,7 @@ TEST(Client, ComparesRecordsDecodedAndMasked) {
 }
 
 TEST(Client, MonitorRecords) {
-  const std::string recording = testing::TempDir() + "atdctl-recording";
+  const std::string recording = testing::TempDir() + "atdctl-recording-" + std::to_string(getpid());
   std::filesystem::remove(recording);
   FakeDaemon daemon([](const std::string&) { return ""; }, "605 AT\xff\0no code\0"s + "602 end\0BYE"s);
   for (int round = 1; round <= 2; ++round) {

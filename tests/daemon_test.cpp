@@ -209,7 +209,7 @@ TEST_F(Daemon, RebootsAndSwitchesItselfOff) {
   kill(detached, SIGUSR1);
   EXPECT_EQ(0, end());
   EXPECT_TRUE(serves(2));
-  EXPECT_TRUE(has(content(path("dev/log/main")), "item 13 cannot be written"));
+  EXPECT_TRUE(until([&] { return has(content(path("dev/log/main")), "item 13 cannot be written"); }));
   EXPECT_EQ(0, phone({"reboot"}));
   EXPECT_TRUE(serves(3));
   EXPECT_EQ(detached, holder());

@@ -1,6 +1,3 @@
-#include <sys/wait.h>
-
-#include <csignal>
 #include <fstream>
 
 #include "atd.h"
@@ -218,28 +215,29 @@ TEST_F(FactoryItemsTest, FailuresThatAreLogged) {
   EXPECT_EQ(1, logged(ANDROID_LOG_ERROR, "Set ftm fail"));
 }
 
-TEST_F(FactoryItemsTest, AKilledWriterLeavesAWholeItem) {
-  const std::string a(2048, 'a'), b(2048, 'b');
-  device().items.set(79, a);
-  for (int round = 0; round < 20; ++round) {
-    int started[2];
-    ASSERT_EQ(0, pipe(started));
-    pid_t child = fork();
-    if (child == 0) {
-      for (int i = 0;; ++i) {
-        device().items.set(79, i % 2 ? a : b);
-        if (i == round && write(started[1], "x", 1) != 1) _exit(1);
-      }
-    }
-    char byte;
-    EXPECT_EQ(1, read(started[0], &byte, 1));
-    kill(child, SIGKILL);
-    waitpid(child, nullptr, 0);
-    close(started[0]);
-    close(started[1]);
-    std::string value = device().items.get(79, 2048);
-    EXPECT_TRUE(value == a || value == b) << round;
+TEST_F(FactoryItemsTest, APersonMayEditTheFiles) {
+  const struct {
+    std::string content, value;
+    int warnings;
+  } rows[] = {{"SN0123456789\n", "SN0123456789", 0},
+              {"SN012345678\n", "SN012345678\n", 0},
+              {"SN01\n", "SN01" + std::string(8, '\0'), 1},
+              {"", std::string(12, '\0'), 1},
+              {"SN0123456789\n\n", "SN0123456789", 1},
+              {"SN0123456789.", "SN0123456789", 1},
+              {"\n", std::string(12, '\0'), 1},
+              {"SN0123456789", "SN0123456789", 0},
+              {"\n", std::string(12, '\0'), 1}};
+  auto warnings = [&] { return static_cast<int>(device().logs.lines(LOG_ID_MAIN).size()); };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.content);
+    std::ofstream(root_ + "/sim/items/9-12") << row.content;
+    const int before = warnings();
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(row.value, device().items.get(9, 12));
+    EXPECT_EQ(row.warnings, warnings() - before);
   }
+  EXPECT_EQ(1, device().logs.count(LOG_ID_MAIN, ANDROID_LOG_WARN, "ftm",
+                                   "sim/items/9-12 has 5 bytes instead of 12: it is padded with NULs"));
 }
 
 }  // namespace

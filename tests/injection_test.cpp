@@ -30,6 +30,11 @@ class InjectionTest : public Phone {
     return ctsa_send_event(const_cast<char*>(mode), const_cast<char*>(x), const_cast<char*>(y), nullptr);
   }
 
+  auto descriptors() {
+    auto folder = std::filesystem::directory_iterator("/proc/self/fd");
+    return std::distance(begin(folder), end(folder));
+  }
+
   size_t seen_[7] = {};
 };
 
@@ -52,10 +57,6 @@ TEST_F(InjectionTest, TouchModes) {
   EXPECT_EQ(1, logged(ANDROID_LOG_ERROR, "Not Supported"));
   EXPECT_TRUE(written(1).empty());
 
-  auto descriptors = [] {
-    auto folder = std::filesystem::directory_iterator("/proc/self/fd");
-    return std::distance(begin(folder), end(folder));
-  };
   auto before = descriptors();
   for (int i = 0; i < 20; ++i) touch(i % 2 ? "2" : "6");
   EXPECT_EQ(before, descriptors());
@@ -68,6 +69,31 @@ TEST_F(InjectionTest, TouchModes) {
   EXPECT_STREQ("0 1 2 3 4 5", modes);
   EXPECT_EQ(-1, send_event(-1, 0, 0, 0));
   EXPECT_EQ(-1, report_event(-1, 1, 0, 0));
+}
+
+TEST_F(InjectionTest, SeveralThreadsTakeTurns) {
+  touch("2");
+  written(1);
+  const auto before = descriptors();
+  std::vector<std::thread> threads;
+  for (int n = 0; n < 4; ++n) {
+    threads.emplace_back([&] {
+      for (int i = 0; i < 50; ++i) {
+        EXPECT_EQ(0, touch("2"));
+        send_key_native(116, 1);
+        EXPECT_EQ(24, keypad_change_keycode(150));
+        ckpd_mapping();
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(before, descriptors());
+  const std::vector<std::string> tap = {"3 53 10", "3 54 20", "3 48 12", "3 58 68",
+                                        "3 57 0",  "0 0 0",   "3 57 -1", "0 0 0"};
+  const auto all = written(1);
+  ASSERT_EQ(200 * tap.size(), all.size());
+  for (size_t i = 0; i < all.size(); ++i) ASSERT_EQ(tap[i % tap.size()], all[i]) << i;
+  EXPECT_EQ(400u, written(0).size());
 }
 
 TEST_F(InjectionTest, NativeKeysGoToTheDeviceThatHasThem) {

@@ -1,4 +1,5 @@
 // The request channel to modem and platform, the modem items, and their opcodes.
+#include <thread>
 #include <tuple>
 
 #include "atd.h"
@@ -289,6 +290,23 @@ TEST_F(ModemItemsTest, NumberedItems) {
   }
   EXPECT_EQ(-1, get_tav_data_from_modem(550, data, 2049, back, &length_));
   EXPECT_EQ(-1, get_tav_data_from_modem(550, nullptr, 0, back, &length_));
+}
+
+TEST_F(ModemItemsTest, SeveralThreads) {
+  std::vector<std::thread> threads;
+  for (int n = 0; n < 4; ++n) {
+    threads.emplace_back([n] {
+      for (int i = 0; i < 20; ++i) {
+        char data[128], back[128] = {};
+        memset(data, 'a' + n, sizeof data);
+        EXPECT_EQ(0, init_modem_interface(0));
+        EXPECT_EQ(0, tav_diag_nvwrite(n, data));
+        EXPECT_EQ(0, tav_diag_nvread(n, back));
+        EXPECT_EQ(0, memcmp(data, back, sizeof data));
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
 }
 
 TEST_F(ModemItemsTest, CampingByBandAndByArguments) {

@@ -32,6 +32,7 @@ class Phone : public testing::Test {
     device_ = sim::SimulatedDevice::open(root_, &error);
     if (!device_) ADD_FAILURE() << error;
     device().clock.make_virtual();
+    device().syncs_writes = false;  // a test does not wait for the medium
   }
 
   ~Phone() override {

@@ -1,6 +1,12 @@
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
 
 #include <fstream>
+#include <functional>
 #include <thread>
 
 #include "atd.h"
@@ -10,12 +16,36 @@
 #include "platform/properties.h"
 #include "tests/phone.h"
 
+namespace {
+std::vector<std::string>* g_synced;
+}
+
+// Takes the simulated phone's calls as well, and notes the path of what is synced.
+extern "C" int fsync(int fd) {
+  if (g_synced) g_synced->push_back(std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(fd)));
+  return static_cast<int>(syscall(SYS_fsync, fd));
+}
+
 using namespace std::string_literals;
 
 namespace atd {
 namespace {
 
 using SimulatedDeviceTest = Phone;
+
+std::string efs_content(const char* path) {
+  std::string content(1 << 20, '\0');
+  const int fd = efs_open(path, O_RDONLY, 0);
+  content.resize(static_cast<size_t>(efs_read(fd, content.data(), 1 << 20)));
+  efs_close(fd);
+  return content;
+}
+
+int write_efs(const char* path, const std::string& content) {
+  const int fd = efs_open(path, O_WRONLY | O_CREAT | O_TRUNC, 0600);
+  efs_write(fd, content.data(), static_cast<int>(content.size()));
+  return efs_close(fd);
+}
 
 TEST_F(SimulatedDeviceTest, PathsNeverLeaveThePhone) {
   const std::string& root = device().root();
@@ -92,6 +122,102 @@ TEST_F(SimulatedDeviceTest, ItemsAreKeyedByIndexAndLength) {
   // One that is there and cannot be read is not taken for one that was never written.
   std::filesystem::create_directory(root_ + "/sim/items/501-4");
   EXPECT_LT(get_ftm_item(501, 4, buffer), 0);
+}
+
+TEST_F(SimulatedDeviceTest, AKilledWriterLeavesTheOldOrTheNewContent) {
+  const struct {
+    size_t size;
+    std::function<void(const std::string&)> write;
+    std::function<std::string()> read;
+  } rows[] = {
+      {2048, [&](auto& v) { device().items.set(79, v); }, [&] { return device().items.get(79, 2048); }},
+      {91, [&](auto& v) { device().properties.set("sys.x", v); }, [&] { return device().properties.get("sys.x"); }},
+      {20000, [](auto& v) { write_efs("/d/f", v); }, [] { return efs_content("/d/f"); }},
+  };
+  efs_init(0);
+  for (const auto& row : rows) {
+    const std::string a(row.size, 'a'), b(row.size, 'b');
+    row.write(a);
+    for (int round = 0; round < 8; ++round) {
+      int started[2];
+      ASSERT_EQ(0, pipe(started));
+      const pid_t child = fork();
+      for (int i = 0; child == 0; ++i) {
+        row.write(i % 2 ? a : b);
+        if (i == round && write(started[1], "x", 1) != 1) _exit(1);
+      }
+      char byte;
+      EXPECT_EQ(1, read(started[0], &byte, 1));
+      kill(child, SIGKILL);
+      waitpid(child, nullptr, 0);
+      close(started[0]);
+      close(started[1]);
+      const std::string value = row.read();
+      EXPECT_TRUE(value == a || value == b) << row.size << " " << value.size();
+    }
+  }
+}
+
+TEST_F(SimulatedDeviceTest, WhatIsAcknowledgedIsOnTheMedium) {
+  using Paths = std::vector<std::string>;
+  efs_init(0);
+  init_modem_interface(0);
+  std::function<void()> unlink = [] { EXPECT_EQ(0, efs_unlink("/d/f")); };
+  const std::pair<std::function<void()>, Paths> rows[] = {
+      {[] { set_ftm_item(9, 4, "abcd"); }, {"/sim/items/9-4.new~", "/sim/items"}},
+      {[] { system_property_set("persist.x", "1"); }, {"/data/property/persist.x.new~", "/data/property"}},
+      {[] { system_property_set("sys.x", "1"); }, {}},
+      {[] { request_to_system(101, "x", 1, nullptr, nullptr, nullptr); }, {"/sim/modem/impl.new~", "/sim/modem"}},
+      {[] { write_efs("/d/f", "x"); }, {"/sim/efs", "/sim/efs-open/1", "/sim/efs/d"}},
+      {unlink, {"/sim/efs/d"}},
+  };
+  for (const bool on : {true, false}) {
+    device().syncs_writes = on;
+    for (const auto& [write, expected] : rows) {
+      Paths synced;
+      g_synced = &synced;
+      write();
+      g_synced = nullptr;
+      for (std::string& path : synced) path = path.substr(root_.size(), path.find('~') + 1 - root_.size());
+      EXPECT_EQ(on ? expected : Paths(), synced);
+    }
+  }
+}
+
+TEST_F(SimulatedDeviceTest, WhatCannotBeWrittenIsAnErrorInTheLogAndInTheAnswer) {
+  auto errors = [&](const char* tag, const std::string& text) {
+    return device().logs.count(LOG_ID_MAIN, ANDROID_LOG_ERROR, tag, text);
+  };
+  efs_init(0);
+  // The disk is full: no file may be larger than this.
+  const std::string old = "old", large(700 << 10, 'n');
+  EXPECT_EQ(0, write_efs("/f", old));
+  signal(SIGXFSZ, SIG_IGN);
+  struct rlimit limit, before;
+  getrlimit(RLIMIT_FSIZE, &before);
+  limit = {600 << 10, before.rlim_max};
+  setrlimit(RLIMIT_FSIZE, &limit);
+  EXPECT_EQ(-ENOSPC, write_efs("/f", large));
+  setrlimit(RLIMIT_FSIZE, &before);
+  EXPECT_EQ(old, efs_content("/f"));
+  EXPECT_EQ(1, errors("modem", "EFS: cannot write /f: No space left on device"));
+
+  const int fd = efs_open("/d/f", O_RDWR | O_CREAT, 0);
+  for (const char* folder : {"/sim/efs", "/data/property", "/dev/__properties__", "/sim/items"}) {
+    std::filesystem::remove_all(root_ + folder);
+  }
+  EXPECT_EQ(0, efs_write(fd, "x", 1));
+  EXPECT_EQ(-ENOENT, efs_close(fd));
+  EXPECT_EQ(-ENOENT, efs_open("/d/g", O_RDWR | O_CREAT, 0));
+  for (const char* file : {"/d/f", "/d/g"}) {
+    EXPECT_EQ(1, errors("modem", "EFS: cannot write " + std::string(file) + ": No such file or directory"));
+  }
+  for (const char* name : {"persist.x", "sys.x"}) {
+    EXPECT_EQ(-1, system_property_set(name, "x"));
+    EXPECT_EQ(1, errors("property", std::string(name) + " cannot be written: No such file or directory"));
+  }
+  EXPECT_EQ(-1, set_ftm_item(9, 1, "x"));
+  EXPECT_EQ(1, errors("ftm", "item 9 cannot be written: No such file or directory"));
 }
 
 TEST_F(SimulatedDeviceTest, OnePhoneOneDaemon) {

@@ -365,11 +365,27 @@ TEST_F(ModemFilesTest, WritesAndReadsBack) {
   EXPECT_EQ(3, read(1, 2032, &got));
   EXPECT_EQ("end", got);
   EXPECT_EQ(-EEXIST, open("nv/item/one", O_RDWR | O_CREAT | O_EXCL));
+  EXPECT_FALSE(std::filesystem::exists(root_ + "/sim/efs/nv/item/one")) << "it is there when it is whole";
   EXPECT_EQ(0, close(0));
+  EXPECT_EQ(2035u, std::filesystem::file_size(root_ + "/sim/efs/nv/item/one"));
   EXPECT_EQ(0, open("nv/item/one", O_WRONLY | O_TRUNC)) << "the lowest free descriptor, mode 0 or not";
   EXPECT_EQ(-EBADF, read(0, 1, &got));
   EXPECT_EQ(0, unlink("/nv/item/one"));
+  EXPECT_EQ(0, close(0));
+  EXPECT_EQ(-ENOENT, unlink("/nv/item/one")) << "a close does not bring it back";
   EXPECT_EQ(-EISDIR, unlink("/nv/item"));
+  EXPECT_EQ(-EISDIR, open("/nv/item", O_RDONLY));
+  ASSERT_EQ(0, open("f", O_WRONLY | O_CREAT));
+  EXPECT_EQ(2, write(0, "ab", 2));
+  EXPECT_EQ(2, open("f", O_WRONLY | O_APPEND));
+  EXPECT_EQ(1, write(2, "c", 1));
+  EXPECT_EQ(0, close(0));
+  EXPECT_EQ(1, write(2, "d", 1));
+  EXPECT_EQ(0, close(2));
+  ASSERT_EQ(0, open("f", O_RDWR));
+  EXPECT_EQ(1, write(0, "A", 1));
+  EXPECT_EQ(3, read(0, 9, &got));
+  EXPECT_EQ("bcd", got);
 }
 
 TEST_F(ModemFilesTest, NeverLeavesItsFolder) {
@@ -385,6 +401,7 @@ TEST_F(ModemFilesTest, NeverLeavesItsFolder) {
   // 128 characters fill the field without a terminator.
   const std::string longest = std::string(64, 'd') + "/" + std::string(63, 'f');
   EXPECT_EQ(0, open(longest, O_RDWR | O_CREAT));
+  EXPECT_EQ(0, close(0));
   EXPECT_TRUE(std::filesystem::exists(root_ + "/sim/efs/" + longest));
 }
 
@@ -417,7 +434,8 @@ TEST_F(ModemFilesTest, LosesOpenFilesWithTheConnectionAndAtARestart) {
     EXPECT_EQ(0, dmi_init(0));
     EXPECT_EQ(-EBADF, close(0));
   }
-  EXPECT_EQ(0, open("f", O_RDWR));
+  EXPECT_EQ(-ENOENT, open("f", O_RDWR)) << "what was not closed was not made";
+  EXPECT_EQ(0, open("f", O_RDWR | O_CREAT));
   EXPECT_EQ("1", ask(214));
   EXPECT_EQ(-EBADF, close(0)) << "a reset modem has no open files";
 }

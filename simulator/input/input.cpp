@@ -152,8 +152,8 @@ bool Input::ioctl(int fd, unsigned long request, void* argument, int* result) {
     default: errno = EINVAL; return true;
   }
   // A device takes every record; in a file, each writer that opens it would overwrite the records from the start. A
-  // writer asks for a device's capabilities first, so this takes it to the file's end.
-  lseek(fd, 0, SEEK_END);
+  // writer asks for a device's capabilities first, so this has it append from then on.
+  fcntl(fd, F_SETFL, fcntl(fd, F_GETFL) | O_APPEND);
   return true;
 }
 

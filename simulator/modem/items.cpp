@@ -48,6 +48,11 @@ std::string without_trailing(std::string text, char unwanted) {
   return text;
 }
 
+bool not_written(const char* name) {
+  __android_log_print(ANDROID_LOG_ERROR, "modem", "cannot write sim/modem/%s: %s", name, strerror(errno));
+  return false;
+}
+
 bool is_imei(const std::string& text) {
   return (text.size() == 14 || text.size() == 15) && text.find_first_not_of("0123456789") == std::string::npos;
 }
@@ -129,7 +134,10 @@ constexpr ModemItems::Item ModemItems::kItems[] = {
     // clang-format on
 };
 
-ModemItems::ModemItems(const std::string& root) : folder_(root + "/sim/modem/") { make_folders(folder_); }
+ModemItems::ModemItems(const std::string& root, const std::atomic<bool>& syncs)
+    : folder_(root + "/sim/modem/"), syncs_(syncs) {
+  make_folders(folder_);
+}
 
 void ModemItems::restart() {
   incoming_.clear();
@@ -184,7 +192,8 @@ bool ModemItems::carry_out(const Item& item, const std::string& payload, std::st
     case Kind::clear_user:
       incoming_.clear();
       bulk_sent_ = 0;
-      return unlink((folder_ + item.file).c_str()) == 0 || errno == ENOENT;
+      if (unlink((folder_ + item.file).c_str()) != 0) return errno == ENOENT || not_written(item.file);
+      return !syncs_ || sync_folder(folder_) || not_written(item.file);
     case Kind::bulk_in: return receive_bulk(payload);
     case Kind::bulk_out: *answer = next_bulk_chunk(); return true;
     case Kind::nv_read: return access_nv(false, payload, answer);
@@ -199,9 +208,8 @@ std::string ModemItems::stored(const std::string& name, std::string_view when_mi
 }
 
 bool ModemItems::store(const std::string& name, const std::string& value) {
-  if (write_file(folder_ + name, value)) return true;
-  __android_log_print(ANDROID_LOG_ERROR, "modem", "cannot write sim/modem/%s: %s", name.c_str(), strerror(errno));
-  return false;
+  if (write_file(folder_ + name, value, syncs_)) return true;
+  return not_written(name.c_str());
 }
 
 bool ModemItems::receive_bulk(const std::string& chunk) {

@@ -4,6 +4,7 @@
 
 #include <stddef.h>
 
+#include <atomic>
 #include <string>
 #include <string_view>
 
@@ -11,10 +12,12 @@ namespace atd::sim {
 
 class ModemItems {
  public:
-  explicit ModemItems(const std::string& root);
+  // `syncs` is the phone's switch and outlives the items.
+  ModemItems(const std::string& root, const std::atomic<bool>& syncs);
 
-  // Carries one request out; *answer has at most 2048 bytes. False when the modem knows no such opcode, the payload
-  // makes no sense or the item cannot be stored; the reason is logged to the main buffer.
+  // Carries one request out; *answer has at most 2048 bytes. What it has stored is there whole and on the medium. False
+  // when the modem knows no such opcode, the payload makes no sense or the item cannot be stored; the reason is logged
+  // to the main buffer.
   bool answer(int opcode, const std::string& payload, std::string* answer);
 
   // Forgets what lasts until the modem restarts: radio modes and a half-done bulk transfer.
@@ -32,6 +35,7 @@ class ModemItems {
   bool access_nv(bool write, const std::string& packet, std::string* answer);
 
   std::string folder_;
+  const std::atomic<bool>& syncs_;
   std::string incoming_;  // bulk data so far; survives a lost connection, because the sender then goes on
   size_t bulk_sent_ = 0;  // bytes of the stored bulk data already given out
 };

@@ -2,6 +2,7 @@
 // system; and every way in which it can fail. Safe to use from any thread.
 #pragma once
 
+#include <atomic>
 #include <deque>
 #include <map>
 #include <mutex>
@@ -26,9 +27,9 @@ struct ModemRequest {
 
 class Modem {
  public:
-  // The clock and the faults are the phone's and outlive the modem.
-  Modem(const std::string& root, Clock& clock, Faults& faults)
-      : clock_(clock), faults_(faults), rows_(root), items_(root), efs_(root) {}
+  // The switch, the clock and the faults are the phone's and outlive the modem.
+  Modem(const std::string& root, const std::atomic<bool>& syncs, Clock& clock, Faults& faults)
+      : clock_(clock), faults_(faults), rows_(root), items_(root, syncs), efs_(root, syncs) {}
 
   // Starts the modem anew, as a reboot of the phone does: the interface is closed, open files are lost.
   void boot();

@@ -1,6 +1,9 @@
 // The phone's properties.
 #include "simulator/property_store.h"
 
+#include <errno.h>
+#include <string.h>
+
 #include "simulator/simulated_device.h"
 #include "simulator/verbs/verb_call.h"
 #include "simulator/verbs/verbs.h"
@@ -13,8 +16,10 @@ void property(SimulatedDevice& device, VerbCall& call) {
   if (call.count() == 2) {
     // A person may set what a process of the phone may not.
     if (!device.properties.set_at_boot(call[0], call[1])) {
-      call.fail(kUsage,
-                "cannot set \"" + call[0] + "\": a name has letters, digits and ._-@:, a value at most 91 bytes");
+      const bool refused = errno == EINVAL;
+      call.fail(refused ? kUsage : kFailed,
+                "cannot set \"" + call[0] + "\": " +
+                    (refused ? "a name has letters, digits and ._-@:, a value at most 91 bytes" : strerror(errno)));
     }
     return;
   }

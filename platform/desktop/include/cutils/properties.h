@@ -10,7 +10,7 @@ extern "C" {
 // given, else as "". Returns the length of what is in value.
 int property_get(const char* key, char* value, const char* default_value);
 
-// Sets a property; 0, or negative when it was refused.
+// Sets a property; 0, or negative when it was refused or cannot be written.
 int property_set(const char* key, const char* value);
 
 }  // extern "C"
