@@ -10,6 +10,8 @@ namespace atd {
 
 namespace {
 
+constexpr size_t kCompared = 64;  // characters of a name; one that goes on after them is not near to anything
+
 // Letters to insert, take out or change to get from one to the other. Upper and lower case are the same.
 size_t distance(const std::string& a, const std::string& b) {
   auto lower = [](char c) { return tolower(static_cast<unsigned char>(c)); };
@@ -28,7 +30,8 @@ size_t distance(const std::string& a, const std::string& b) {
 
 }  // namespace
 
-std::vector<std::string> nearest(const std::string& name, const std::vector<std::string>& names, size_t count) {
+std::vector<std::string> nearest(const std::string& whole_name, const std::vector<std::string>& names, size_t count) {
+  const std::string name = whole_name.substr(0, kCompared);
   std::vector<std::pair<size_t, std::string>> found;
   for (const std::string& candidate : names) {
     size_t away = distance(name, candidate);

@@ -2,6 +2,7 @@
 
 #include <stdio.h>
 
+#include <algorithm>
 #include <iterator>
 #include <nlohmann/json.hpp>
 
@@ -51,7 +52,8 @@ bool read_time(const Json& json, struct timespec* time) {
   utc.tm_year -= 1900;
   --utc.tm_mon;
   const time_t whole = static_cast<time_t>(seconds);
-  *time = {timegm(&utc) + whole, static_cast<long>((seconds - static_cast<double>(whole)) * 1e9 + 0.5)};
+  const long nanoseconds = static_cast<long>((seconds - static_cast<double>(whole)) * 1e9 + 0.5);
+  *time = {timegm(&utc) + whole, std::min(nanoseconds, 999999999L)};
   return true;
 }
 

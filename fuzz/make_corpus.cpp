@@ -1,4 +1,4 @@
-// Writes the seeds of the fuzz targets, made from the opcode table: make_corpus FOLDER.
+// Writes the seeds that are made from tables: make_corpus FOLDER. Others are lines of fuzz/seeds.txt.
 #include <stdio.h>
 #include <string.h>
 
@@ -6,11 +6,23 @@
 #include <fstream>
 #include <string>
 
+#include "desk/control.h"
 #include "desk/framing.h"
+#include "desk/verb.h"
 #include "dispatch/opcode_table.h"
 #include "platform/records.h"
 
+using namespace std::string_literals;
+
 namespace {
+
+std::filesystem::path g_folder;
+int g_count;
+
+void seed(const char* target, const std::string& bytes) {
+  std::filesystem::create_directories(g_folder / target);
+  std::ofstream(g_folder / target / std::to_string(++g_count)) << bytes;
+}
 
 std::string record(int opcode, const std::string& payload) {
   rzcmd_request req = {};
@@ -27,21 +39,32 @@ int main(int argc, char** argv) {
     fprintf(stderr, "Usage: make_corpus FOLDER\n");
     return 64;
   }
-  const std::filesystem::path folder = argv[1];
-  std::filesystem::create_directories(folder / "fuzz_listener");
-  std::filesystem::create_directories(folder / "fuzz_service");
+  g_folder = argv[1];
   for (const atd::Opcode& row : atd::opcodes()) {
     for (const char* payload : {"", "1", "on", "0a1B2c3D4e5F"}) {
-      std::string name = std::string(row.name) + "-" + payload;
-      std::ofstream(folder / "fuzz_service" / name) << record(row.number, payload);
-      std::ofstream(folder / "fuzz_listener" / name) << atd::request_line(row.number, payload) + '\0';
+      seed("fuzz_service", record(row.number, payload));
+      seed("fuzz_listener", atd::request_line(row.number, payload) + '\0');
+      seed("fuzz_client", "3"s + row.name + " " + payload);
     }
   }
-  int n = 0;
-  for (const std::string& text : {atd::initialize_line(), atd::send_line("AT+CIMI"), atd::response_line({0, 0, "ABC"}),
-                                  std::string("atcommand \"open"), std::string("atcommand \\n"),
-                                  std::string("a\"b c\""), std::string("\\\\\\\""), std::string()}) {
-    std::ofstream(folder / "fuzz_listener" / ("line-" + std::to_string(n++))) << text + '\0';
+  // Which request, its argument, and an answer: its length stands in the second byte of its head.
+  for (int which = 0; which < 256; ++which) {
+    for (const char* answer : {"", "1", "OK", "IDDE OK", "IMEI WRITE OK", "490154203237518"}) {
+      const std::string head = {static_cast<char>(which), 2, '3', '5', '\0', static_cast<char>(strlen(answer))};
+      seed("fuzz_modem", head + answer + "\0\0011"s);
+    }
+  }
+  for (const atd::Verb& verb : atd::phone_verbs()) {
+    for (const char* argument : {"", "1", "KEY_POWER", "hex:00", "factory_status", "set_ftm_item"}) {
+      atd::ControlRequest request = {.words = {}, .json = *argument == 'K', .input = "{}"};
+      std::string name = verb.name;
+      for (size_t space; (space = name.find(' ')) != name.npos; name.erase(0, space + 1)) {
+        request.words.push_back(name.substr(0, space));
+      }
+      request.words.push_back(name);
+      if (*argument) request.words.insert(request.words.end(), {argument, "2"});
+      seed("fuzz_control", to_line(request));
+    }
   }
   return 0;
 }

@@ -33,6 +33,9 @@ TEST_PACKAGES="libgtest-dev libgmock-dev"
 # rooms: the library's rooms, from the ground up.
 rooms() { sed -n 's/^[0-9]* \([a-z]*\)$/\1/p' rooms.txt; }
 
+# fuzz_targets: one a line; each is a file.
+fuzz_targets() { basename -s .cpp -a fuzz/fuzz_*.cpp; }
+
 # build PRESET [CMAKE-OPTION...] [-- TARGET...]: configures by a preset of CMakePresets.json, whose folder is "build" or
 # "build-PRESET", and builds there.
 build() {

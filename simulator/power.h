@@ -23,10 +23,12 @@ class Power {
   // Records the request and carries it out; false when it was refused.
   bool request(const std::string& what);
 
-  // Everything that was asked for since the phone was made, oldest first, with "refused " before what was refused.
+  // The last 100 requests since the phone was made, oldest first, with "refused " before what was refused.
   std::vector<std::string> history() const;
 
  private:
+  std::vector<std::string> last_locked(size_t count) const;
+
   std::string file_;
   mutable std::mutex lock_;
   std::function<void(const std::string&)> ended_;

@@ -16,6 +16,7 @@ namespace atd::sim {
 
 namespace {
 
+constexpr size_t kCommandsKept = 1000;
 constexpr int kSyntax = 2 << 8;
 constexpr int kNoOutput = 1 << 8;
 constexpr int kNoProgram = 126 << 8;
@@ -67,6 +68,7 @@ int spawn(const std::string& root, const std::string& program, const std::vector
 void Shell::record(const std::string& command) {
   std::lock_guard guard(lock_);
   history_.push_back(command);
+  if (history_.size() > kCommandsKept) history_.pop_front();
 }
 
 // The file of a program, or "" with the status that says why there is none.
@@ -160,7 +162,7 @@ int Shell::run(const std::vector<std::string>& arguments) {
 
 std::vector<std::string> Shell::history() const {
   std::lock_guard guard(lock_);
-  return history_;
+  return {history_.begin(), history_.end()};
 }
 
 }  // namespace atd::sim

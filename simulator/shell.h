@@ -3,6 +3,7 @@
 // are those of the root's "system/bin"; every command is recorded as the library gave it.
 #pragma once
 
+#include <deque>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -27,7 +28,7 @@ class Shell {
   // Records what is done to the whole phone without a program, such as "sync".
   void note(const std::string& what) { record(what); }
 
-  // The commands so far, oldest first, programs with their arguments joined by spaces.
+  // The last 1000 commands, oldest first, programs with their arguments joined by spaces.
   std::vector<std::string> history() const;
 
  private:
@@ -38,7 +39,7 @@ class Shell {
 
   std::string root_;
   mutable std::mutex lock_;
-  std::vector<std::string> history_;
+  std::deque<std::string> history_;
 };
 
 }  // namespace atd::sim

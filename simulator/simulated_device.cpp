@@ -3,6 +3,7 @@
 #include <android/log.h>
 #include <errno.h>
 #include <fcntl.h>
+#include <limits.h>
 #include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -14,6 +15,7 @@
 #include <filesystem>
 
 #include "desk/control.h"
+#include "desk/words.h"
 #include "simulator/files.h"
 
 namespace atd::sim {
@@ -170,7 +172,8 @@ void SimulatedDevice::reboot() {
   const std::string file = root_ + "/sim/boots";
   std::string text;
   read_file(file, &text);
-  boots_ = atoi(text.c_str()) + 1;
+  if (!read_number(text.substr(0, text.find('\n')), 0, INT_MAX - 1, &boots_)) boots_ = 0;
+  ++boots_;
   write_file(file, std::to_string(boots_) + "\n");
   struct timespec now = {};
   clock.get(CLOCK_REALTIME, &now);

@@ -1,6 +1,7 @@
 #include "system/power.h"
 
 #include <cutils/android_reboot.h>
+#include <pthread.h>
 #include <string.h>
 
 #include "channel/opcodes.h"
@@ -9,6 +10,7 @@
 #include "platform/os.h"
 #include "platform/records.h"
 #include "system/power_handlers.h"
+#include "text/scoped_lock.h"
 
 using namespace atd;
 
@@ -17,9 +19,18 @@ namespace {
 // Long enough to answer the request that asked for the restart.
 constexpr uint64_t kRebootDelayUs = 1000000;
 
+// Whether a restart waits for its moment: those asked for meanwhile are the same one.
+bool g_restart_pending = false;
+pthread_mutex_t g_restart_lock = PTHREAD_MUTEX_INITIALIZER;
+
 void* restart(void*) {
   SLOGI("start restart\n");
   os_sleep_us(kRebootDelayUs);
+  {
+    // A restart may be refused, so one that is asked for from here on is another one.
+    ScopedLock lock(g_restart_lock);
+    g_restart_pending = false;
+  }
   android_reboot(ANDROID_RB_RESTART, 0, nullptr);
   SLOGI("end restart\n");
   return nullptr;
@@ -49,10 +60,14 @@ int system_restart() {
   SLOGI("system_efs_sync DONE\n");
   os_sync();
   SLOGI("sync DONE\n");
-  int error = os_start_thread(restart, nullptr);
-  if (error != 0) {
-    SLOGE("Unable to create frst thread : %s\n", strerror(error));
-    return -1;
+  {
+    ScopedLock lock(g_restart_lock);
+    int error = g_restart_pending ? 0 : os_start_thread(restart, nullptr);
+    if (error != 0) {
+      SLOGE("Unable to create frst thread : %s\n", strerror(error));
+      return -1;
+    }
+    g_restart_pending = true;
   }
   SLOGI("end system_restart\n");
   return 0;

@@ -254,9 +254,27 @@ TEST_F(SimulatedDeviceTest, LogsAreReadBackAndBounded) {
 
 TEST_F(SimulatedDeviceTest, DestructiveVerbsAreRefusedUnlessAllowed) {
   init_modem_interface(0);
+  device().clock.hold_sleeps();
+  for (int i = 0; i < 50; ++i) EXPECT_EQ(0, system_restart());
+  EXPECT_EQ(50, logged("end system_restart"));
+  device().clock.await_waiters();
+  device().clock.release();
+  device().threads.await_none();
+  EXPECT_EQ(std::vector<std::string>{"refused reboot"}, device().power.history()) << "one restart at a time";
   EXPECT_EQ(0, system_restart());
   device().threads.await_none();
-  EXPECT_EQ(std::vector<std::string>{"refused reboot"}, device().power.history());
+  EXPECT_EQ(2u, device().power.history().size()) << "another one after a refused one";
+}
+
+TEST_F(SimulatedDeviceTest, HistoriesHaveAnEnd) {
+  for (int i = 0; i < 101; ++i) device().power.request("reboot " + std::to_string(i));
+  EXPECT_EQ(100u, device().power.history().size());
+  EXPECT_EQ("refused reboot 100", device().power.history().back());
+  for (int i = 0; i < 1001; ++i) os_sync();
+  EXPECT_EQ(1000u, device().shell.history().size());
+  std::filesystem::resize_file(device().path("/dev/input/event0"), 1024 * 1024);
+  EXPECT_NE(-1, send_key_native(116, 1));
+  EXPECT_EQ(2u, device().input.events(0).size());
 }
 
 TEST_F(SimulatedDeviceTest, HeldSleepsEndWhenTimePasses) {

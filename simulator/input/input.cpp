@@ -20,6 +20,7 @@ namespace atd::sim {
 namespace {
 
 constexpr int kLastDevice = 31;
+constexpr off_t kFileMax = 1024 * 1024;  // of a device's records; then the file begins anew
 
 constexpr const char* kStandard =
     "# The simulated phone's input devices. Edit this file while the phone runs: the next look at a device sees it.\n"
@@ -151,6 +152,7 @@ bool Input::ioctl(int fd, unsigned long request, void* argument, int* result) {
     case _IOC_NR(EVIOCGBIT(EV_ABS, 0)): *result = give(bytes_of(device.axes), request, argument); break;
     default: errno = EINVAL; return true;
   }
+  if (asked.st_size >= kFileMax && ftruncate(fd, 0) != 0) return true;
   // A device takes every record; in a file, each writer that opens it would overwrite the records from the start. A
   // writer asks for a device's capabilities first, so this has it append from then on.
   fcntl(fd, F_SETFL, fcntl(fd, F_GETFL) | O_APPEND);

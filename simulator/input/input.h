@@ -38,7 +38,8 @@ class Input {
   // driver returns, with errno when that is -1.
   bool ioctl(int fd, unsigned long request, void* argument, int* result);
 
-  // The whole records written to a device since the boot, oldest first.
+  // The whole records written to a device since the boot, oldest first. A device that has a megabyte of them forgets
+  // them before the next one.
   std::vector<InputEvent> events(int device) const;
 
   // The same as text, a line for each record: "type 1 (EV_KEY), code 116 (KEY_POWER), value 1".

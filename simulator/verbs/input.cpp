@@ -22,8 +22,10 @@ void need(VerbCall& call, bool can) {
 std::string new_events(SimulatedDevice& device, const std::vector<size_t>& before) {
   std::string text;
   for (int n = 0; n <= kLastDevice; ++n) {
-    const std::string all = device.input.decode(n),
-                      fresh = all.substr(std::min(before[static_cast<size_t>(n)], all.size()));
+    const std::string all = device.input.decode(n);
+    const size_t old = before[static_cast<size_t>(n)];
+    // A device that had too many records has begun anew.
+    const std::string fresh = all.substr(old <= all.size() ? old : 0);
     if (!fresh.empty()) text += "event" + std::to_string(n) + "\n" + fresh;
   }
   return text;
