@@ -7,7 +7,6 @@
 #include <termios.h>
 
 #include <fstream>
-#include <regex>
 #include <sstream>
 
 #include "tests/client_daemon.h"
@@ -312,7 +311,9 @@ TEST_F(Daemon, DoesNotWaitForAReader) {
   kill(pid_, SIGTERM);
   const std::string text = shown().substr(fill);
   EXPECT_EQ(0, end());
-  EXPECT_TRUE(std::regex_search(text, std::regex("^atd: [0-9]+ lines not shown\n"))) << text.substr(0, 300);
+  const size_t number_end = text.find_first_not_of("0123456789", 5);
+  EXPECT_TRUE(text.starts_with("atd: ") && text.substr(number_end).starts_with(" lines not shown\n"))
+      << text.substr(0, 300);
   EXPECT_TRUE(text.ends_with(" Atd: stop_socket\n")) << text.substr(text.size() - 300);
   close(terminal);
   close(stopped);
