@@ -81,13 +81,17 @@ if [ -n "$clear" ]; then
   exit 0
 fi
 if [ -n "$out" ]; then exec > "$out"; fi
+fresh() { [ ! -e "$log/.$1" ] || tr -d '\000' < "$log/.$1"; }
 for b; do
   shift
   if [ -n "$dump" ]; then
     [ -e "$log/$b" ] || continue
     echo "--------- beginning of $b"
+    # A phone that runs moves its last moment's lines to the file. What stays is of one that was killed.
+    left=$(fresh "$b")
+    [ -z "$left" ] || { sleep 0.05; case $(fresh "$b") in "$left"*) ;; *) left= ;; esac; }
     cat "$log/$b.1" "$log/$b" 2>/dev/null
-    if [ -e "$log/.$b" ]; then tr -d '\000' < "$log/.$b"; fi  # the last moment's lines
+    [ -z "$left" ] || printf '%s\n' "$left"
   else
     cat "$log/$b.1" 2>/dev/null
     set -- "$@" "$log/$b"

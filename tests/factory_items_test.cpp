@@ -1,4 +1,5 @@
 #include <fstream>
+#include <map>
 
 #include "atd.h"
 #include "factory/item_registry.h"
@@ -10,6 +11,28 @@ namespace atd {
 namespace {
 
 using FactoryItemsTest = Phone;
+
+// The length of every item by its index. The boot loader and the factory's tools know them so.
+const std::map<unsigned, int> kLengths = {
+    {2, 1},     {3, 1},    {4, 30},   {5, 31},    {6, 6},    {7, 31},    {8, 6},    {9, 12},   {10, 1},    {11, 4},
+    {12, 1},    {13, 20},  {14, 70},  {15, 70},   {17, 128}, {18, 16},   {19, 16},  {21, 512}, {23, 1},    {25, 128},
+    {29, 31},   {31, 50},  {32, 8},   {36, 10},   {37, 16},  {39, 30},   {40, 1},   {44, 128}, {45, 64},   {46, 8},
+    {49, 1},    {53, 1},   {75, 1},   {79, 2048}, {80, 1},   {88, 1684}, {89, 512}, {90, 512}, {95, 256},  {97, 256},
+    {101, 1},   {106, 1},  {119, 1},  {129, 8},   {132, 1},  {207, 20},  {210, 92}, {211, 10}, {212, 128}, {213, 1},
+    {214, 4},   {215, 16}, {216, 1},  {217, 1},   {218, 1},  {221, 1},   {223, 1},  {225, 1},  {226, 1},   {230, 16},
+    {251, 128}, {252, 1},  {253, 40}, {300, 4},   {410, 1},  {3586, 10}};
+
+TEST_F(FactoryItemsTest, TheRegistryHasEveryItemAtItsLength) {
+  std::map<unsigned, int> registered;
+  for (const FactoryItem& item : kFactoryItems) registered[item.index] = item.length;
+  EXPECT_EQ(kLengths, registered);
+  char buffer[2049] = {};
+  device().items.set(79, std::string(2048, 't'));
+  EXPECT_EQ(0, get_string_ftm_by_index(79, buffer));
+  EXPECT_EQ(std::string(2048, 't'), buffer);
+  device().items.set(252, "\xFE");
+  EXPECT_EQ(254, get_int_ftm_by_index(252));
+}
 
 struct Flag {
   unsigned index;
@@ -87,11 +110,10 @@ const Buffer kBuffers[] = {
     {300, get_gpio_sum, set_gpio_sum, false},
 };
 
-TEST_F(FactoryItemsTest, BuffersHaveTheirRegisteredLength) {
+TEST_F(FactoryItemsTest, BuffersHaveTheirLength) {
   for (const Buffer& row : kBuffers) {
     SCOPED_TRACE(row.index);
-    int length = 0;
-    for (const FactoryItem& item : kFactoryItems) length = item.index == row.index ? item.length : length;
+    const int length = kLengths.at(row.index);
     std::string value(static_cast<size_t>(length), 'v'), read(static_cast<size_t>(length) + 1, '#');
     int calls = device().faults.calls();
     if (row.set) EXPECT_EQ(0, row.set(value.data()));

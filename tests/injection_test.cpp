@@ -5,8 +5,17 @@
 #include <tuple>
 
 #include "atd.h"
+#include "simulator/files.h"
 #include "tests/phone.h"
 #include "transport/at_socket.h"
+
+// The write that is cut short, counted from now; 0 is none.
+static int g_short_write = 0;
+
+extern "C" ssize_t __real_write(int fd, const void* bytes, size_t size);
+extern "C" ssize_t __wrap_write(int fd, const void* bytes, size_t size) {
+  return g_short_write > 0 && --g_short_write == 0 ? ssize_t(size / 2) : __real_write(fd, bytes, size);
+}
 
 namespace atd {
 namespace {
@@ -30,7 +39,7 @@ class InjectionTest : public Phone {
     return ctsa_send_event(const_cast<char*>(mode), const_cast<char*>(x), const_cast<char*>(y), nullptr);
   }
 
-  auto descriptors() {
+  static ptrdiff_t descriptors() {
     auto folder = std::filesystem::directory_iterator("/proc/self/fd");
     return std::distance(begin(folder), end(folder));
   }
@@ -57,7 +66,7 @@ TEST_F(InjectionTest, TouchModes) {
   EXPECT_EQ(1, logged(ANDROID_LOG_ERROR, "Not Supported"));
   EXPECT_TRUE(written(1).empty());
 
-  auto before = descriptors();
+  const auto before = descriptors();
   for (int i = 0; i < 20; ++i) touch(i % 2 ? "2" : "6");
   EXPECT_EQ(before, descriptors());
 
@@ -96,8 +105,39 @@ TEST_F(InjectionTest, SeveralThreadsTakeTurns) {
   EXPECT_EQ(400u, written(0).size());
 }
 
+TEST_F(InjectionTest, AShortWriteStopsNothingThatFollows) {
+  const std::vector<std::string> tap = {"3 53 10", "3 54 20", "3 48 12", "3 58 68",
+                                        "3 57 0",  "0 0 0",   "3 57 -1", "0 0 0"};
+  for (int nth = 1; nth <= 8; ++nth) {
+    g_short_write = nth;
+    // Only the end of a report counts.
+    EXPECT_EQ(nth == 6 || nth == 8 ? -1 : 0, touch("2")) << nth;
+    auto rest = tap;
+    rest.erase(rest.begin() + nth - 1);
+    EXPECT_EQ(rest, written(1)) << nth;
+    EXPECT_EQ(nth, logged(ANDROID_LOG_ERROR, "Write Failed.")) << nth;
+  }
+  const std::tuple<const char*, const char*> keys[] = {{"Write failed", "0 0 0"}, {"Write Failed.(2)", "1 116 1"}};
+  for (int nth = 1; const auto& [line, rest] : keys) {
+    g_short_write = nth++;
+    EXPECT_EQ(0, send_key_native(116, 1)) << line;
+    EXPECT_EQ(std::vector<std::string>{rest}, written(0)) << line;
+    EXPECT_EQ(1, logged(ANDROID_LOG_ERROR, line)) << line;
+  }
+}
+
+TEST_F(InjectionTest, TheLastDeviceAndItsLastKey) {
+  ASSERT_TRUE(sim::write_file(root_ + "/sim/input.conf", "event6 key 767\nevent6 axis 53\nevent7 key 700\n"));
+  EXPECT_EQ(0, send_key_native(767, 1));
+  EXPECT_EQ(0, touch("5"));
+  EXPECT_EQ((std::vector<std::string>{"1 767 1", "0 0 0", "3 57 -1", "0 0 0"}), written(6));
+  EXPECT_EQ(0, send_key_native(700, 1));
+  EXPECT_EQ(1, logged(ANDROID_LOG_ERROR, "Can't find fd!"));
+}
+
 TEST_F(InjectionTest, NativeKeysGoToTheDeviceThatHasThem) {
   EXPECT_EQ(0, send_key_native(116, 1));  // power
+  const auto before = descriptors();
   EXPECT_EQ((std::vector<std::string>{"1 116 1", "0 0 0"}), written(0));
   EXPECT_EQ(0, send_key_native(2, 0));  // digit 1
   EXPECT_EQ((std::vector<std::string>{"1 2 0", "0 0 0"}), written(2));
@@ -109,48 +149,87 @@ TEST_F(InjectionTest, NativeKeysGoToTheDeviceThatHasThem) {
   }
   EXPECT_EQ(5, logged(ANDROID_LOG_ERROR, "Can't find fd!"));
   EXPECT_EQ(6, logged("Closed input0"));
+  EXPECT_EQ(before, descriptors());
 }
 
-TEST_F(InjectionTest, Mappings) {
-  const std::pair<int, int> rows[] = {{'0', 7},  {'9', 16}, {'*', 17}, {'#', 18}, {'P', 5}, {'Q', 6},      {'R', 28},
-                                      {150, 24}, {151, 25}, {'A', 0},  {-1, 0},   {256, 0}, {INT32_MAX, 0}};
-  for (const auto& [code, number] : rows) EXPECT_EQ(number, keypad_change_keycode(code)) << code;
+// The codes that have a key number, each as "code=number ".
+std::string numbered(const std::function<int(int code)>& number_of) {
+  std::string text;
+  for (int code = -1; code <= 256; ++code) {
+    if (int number = number_of(code))
+      text += std::string(1, static_cast<char>(code)) + "=" + std::to_string(number) + " ";
+  }
+  return text;
+}
+
+TEST_F(InjectionTest, TestModeKeys) {
+  EXPECT_EQ("#=18 *=17 0=7 1=8 2=9 3=10 4=11 5=12 6=13 7=14 8=15 9=16 P=5 Q=6 R=28 \x96=24 \x97=25 ",
+            numbered(keypad_change_keycode));
+  EXPECT_EQ(0, keypad_change_keycode(INT32_MAX));
   EXPECT_EQ(16, testmode_key_mapping()['9']);
 }
 
-TEST_F(InjectionTest, PlatformKeys) {
-  init_socket();
-  Peer service(device().path("/dev/socket/atd"));
-  service.line("x");
-  service.next();
-  char hash[] = "35", c[] = "67", none[] = "33", beyond[] = "99999";
+class PlatformKeys : public InjectionTest {
+ protected:
+  PlatformKeys() {
+    init_socket();
+    service_ = std::make_unique<Peer>(device().path("/dev/socket/atd"));
+    service_->line("x");
+    service_->next();
+  }
+  ~PlatformKeys() override { stop_socket(); }
+
+  // Takes the next request, of a key, and answers it.
+  std::pair<int, int> answer(int result) {
+    const std::string text = service_->next();
+    Request request;
+    EXPECT_TRUE(text.starts_with("605 ") && decode_request(text.substr(4), &request)) << text;
+    EXPECT_EQ(1u, request.payload.size());
+    service_->next();
+    service_->line(response_line({.result = result}));
+    service_->next(2);
+    return {request.opcode, static_cast<unsigned char>(request.payload[0])};
+  }
+
+  std::unique_ptr<Peer> service_;
+};
+
+TEST_F(PlatformKeys, EveryCharacterHasItsKey) {
+  std::thread sender([] {
+    for (int code = -1; code <= 256; ++code) EXPECT_EQ(0, ckpd_send_event(std::to_string(code).data())) << code;
+  });
+  EXPECT_EQ(
+      "#=18 *=17 0=7 1=8 2=9 3=10 4=11 5=12 6=13 7=14 8=15 9=16 A=27 B=26 C=82 D=25 F=3 H=79 K=84 L=21 P=4 R=22 U=24 "
+      "V=20 ^=19 ",
+      numbered([&](int) {
+        const auto [opcode, key] = answer(0);
+        EXPECT_EQ(1202, opcode);
+        return key;
+      }));
+  sender.join();
+}
+
+TEST_F(PlatformKeys, PressesAndReleases) {
   struct {
     std::function<int()> send;
-    std::vector<std::pair<int, int>> requests;  // opcode and key number
+    std::vector<std::tuple<int, int, int>> requests;  // opcode, key number, the answer's result
+    int result;
   } const rows[] = {
-      {[&] { return ckpd_send_event(hash); }, {{1202, 18}}},
-      {[&] { return ckpd_send_event(c); }, {{1202, 82}}},
-      {[&] { return ckpd_send_event(none); }, {{1202, 0}}},
-      {[&] { return ckpd_send_event(beyond); }, {{1202, 0}}},
-      {[&] { return SendKey('\5', 5); }, {{1203, 5}, {1204, 5}}},
-      {[&] { return SendKey(1, '\6'); }, {{1204, 6}}},
-      {[&] { return SendKey(0, '\6'); }, {{1203, 6}}},
+      {[] { return SendKey('\5'); }, {{1202, 5, 7}}, 7},
+      {[] { return SendKey('\5', 5); }, {{1203, 5, 0}, {1204, 5, 0}}, 0},
+      {[] { return SendKey('\5', 0); }, {{1203, 5, 0}, {1204, 5, 6}}, 6},
+      {[] { return SendKey('\5', -1); }, {{1203, 5, 7}, {1204, 5, 6}}, 7},  // a failed press is released
+      {[] { return SendKey(1, '\6'); }, {{1204, 6, 0}}, 0},
+      {[] { return SendKey(0, '\6'); }, {{1203, 6, 7}}, 7},
   };
   for (const auto& row : rows) {
     int result = -1;
     std::thread sender([&] { result = row.send(); });
-    for (const auto& [opcode, key] : row.requests) {
-      EXPECT_EQ("605 " + request_text(opcode, std::string(1, static_cast<char>(key))), service.next());
-      service.next();
-      const rzcmd_response ok = {};
-      service.line("atresponse " + encoded(&ok, 12));
-      service.next(2);
-    }
+    for (const auto& [opcode, key, answered] : row.requests) EXPECT_EQ(std::pair(opcode, key), answer(answered));
     sender.join();
-    EXPECT_EQ(0, result);
+    EXPECT_EQ(row.result, result) << "row " << &row - rows;
   }
   EXPECT_EQ(500'000u, device().clock.slept());
-  stop_socket();
 }
 
 }  // namespace

@@ -1,8 +1,10 @@
 // The request channel to modem and platform, the modem items, and their opcodes.
+#include <set>
 #include <thread>
 #include <tuple>
 
 #include "atd.h"
+#include "dispatch/opcode_table.h"
 #include "dispatch/service_handler.h"
 #include "tests/phone.h"
 
@@ -49,8 +51,21 @@ TEST_F(ModemItemsTest, OpcodesAreRoutedByTheirRange) {
     EXPECT_EQ(error == 0 ? 1 : -1, length_) << opcode;
   }
   EXPECT_EQ(5, logged(ANDROID_LOG_ERROR, "[COMMON_INTERFACE] Invalid OPCODE"));
+  length_ = 7;
+  EXPECT_EQ(2, request_to_system(990, nullptr, 0, nullptr, &length_, nullptr));
+  EXPECT_EQ(7, length_);
   // 1000 and 4414 found no broker.
-  EXPECT_EQ(2, logged("[COMMON_INTERFACE] Normal Boot : Call request_to_android"));
+  const std::tuple<const char*, const char*, int> boots[] = {
+      {"0", "Normal Boot : Call request_to_android", 3},
+      {"1", "Minios Boot : Call request_to_minios", 1},
+      {"2", "Minios Boot : Call request_to_minios", 2},
+      {"3", "Unknown Boot Mode : Call anything", 1},
+  };
+  for (const auto& [mode, line, count] : boots) {
+    device().properties.set_at_boot("ro.factorytest", mode);
+    EXPECT_EQ(1, request_to_system(1013, nullptr, 0, nullptr, nullptr, nullptr)) << mode;
+    EXPECT_EQ(count, logged("[COMMON_INTERFACE] "s + line)) << mode;
+  }
 }
 
 TEST_F(ModemItemsTest, AFailedRequestOpensTheInterfaceOnceMoreAndIsRepeated) {
@@ -91,6 +106,9 @@ TEST_F(ModemItemsTest, AnImpossibleAnswerIsNotAnAnswer) {
   EXPECT_EQ(2048, length_);
   EXPECT_EQ(5, status);
   EXPECT_EQ('#', guarded[2048]);
+  EXPECT_EQ(1, logged("Response Status: 5"));
+  EXPECT_EQ(0, request_to_system(200, guarded, 2048, nullptr, nullptr, nullptr));
+  EXPECT_EQ(std::string(guarded, 2048), asked().back().payload);
   EXPECT_EQ(1, request_to_system(200, guarded, 2049, data_, &length_, nullptr));
   EXPECT_EQ(-1, length_);
 }
@@ -142,7 +160,9 @@ TEST_F(ModemItemsTest, NullPointersAndForeignNumbersAskNothing) {
 }
 
 TEST_F(ModemItemsTest, ImeiIsKeptAsAnItemWhenTheModemTookIt) {
-  char imei[16] = "49015420323751";
+  char fives[16] = "05050505050505", imei[16] = "49015420323751";
+  make_imei_chksum(fives, 14);
+  EXPECT_STREQ("050505050505053", fives);
   make_imei_chksum(imei, 14);
   EXPECT_STREQ("490154203237518", imei);
   EXPECT_EQ(0, write_tav_imei(116, imei, 15, data_, &length_));
@@ -168,6 +188,7 @@ TEST_F(ModemItemsTest, BootChecksMirrorTheModem) {
   } const rows[] = {{117, 13, imei_check_on_boot}, {157, 207, meid_check_on_boot}};
   for (const auto& row : rows) {
     modem().set_answer(row.opcode, "12345");
+    device().items.set_text(row.item, 20, "9");
     EXPECT_EQ(0, row.check());
     EXPECT_STREQ("12345", device().items.get(row.item, 20).c_str());
     // What follows the compared bytes does not matter, and nothing is written when they agree.
@@ -200,6 +221,9 @@ TEST_F(ModemItemsTest, ErasingTheIddeResetsWhatThePhoneKeeps) {
                     {"IDDE", "ABC", 0, "ABC", false}};
   for (const auto& row : rows) {
     modem().set_answer(105, row.answer);
+    modem().set_answer(117, "490154203237518");
+    device().items.set_text(13, 20, "another");
+    strcpy(data_, "IDDE OK");  // of an earlier request
     device().items.set_text(9, 12, row.serial);
     device().items.set(8, "\1\2\3\4\5\6");
     device().properties.set("persist.sys.mcc-list", "450,");
@@ -207,6 +231,7 @@ TEST_F(ModemItemsTest, ErasingTheIddeResetsWhatThePhoneKeeps) {
     EXPECT_STREQ(row.serial_after, device().items.get(9, 12).c_str()) << row.answer << row.serial;
     EXPECT_EQ(row.reset ? "\2\0\0\0\0\0"s : "\1\2\3\4\5\6"s, device().items.get(8, 6));
     EXPECT_EQ(row.reset ? "0" : "450,", device().properties.get("persist.sys.mcc-list"));
+    EXPECT_STREQ(row.reset ? "490154203237518" : "another", device().items.get(13, 20).c_str());
   }
   EXPECT_EQ("bdaddr_loader", device().properties.get("ctl.start"));
   EXPECT_EQ(1, logged("IDDE response: IDDE OK done size:12"));
@@ -310,16 +335,20 @@ TEST_F(ModemItemsTest, SeveralThreads) {
 }
 
 TEST_F(ModemItemsTest, CampingByBandAndByArguments) {
-  const std::tuple<int, const char*> rows[] = {{3, ""},    {4, "1"},   {7, "4"}, {8, "6"},   {11, "9"}, {12, "10"},
-                                               {20, "18"}, {21, ""},   {24, ""}, {25, "30"}, {26, ""},  {48, ""},
-                                               {49, "49"}, {71, "71"}, {72, ""}, {75, "75"}, {76, ""},  {82, ""},
-                                               {83, "83"}, {94, "94"}, {95, ""}, {-1, ""}};
   modem().set_answer(20, "OK");
-  for (const auto& [band, text] : rows) {
-    asked();
+  std::string numbers;
+  for (int band = -1; band <= 130; ++band) {
     EXPECT_EQ(0, campreq(band)) << band;
-    EXPECT_EQ(*text ? Requests({{20, text}}) : Requests(), asked()) << band;
+    for (const auto& [opcode, text] : asked())
+      numbers += std::to_string(band) + "=" + text + (opcode == 20 ? " " : "?");
   }
+  EXPECT_EQ(
+      "4=1 5=2 6=3 7=4 8=6 9=7 10=8 11=9 12=10 13=11 14=12 15=13 16=14 17=15 18=16 19=17 20=18 25=30 "
+      "49=49 50=50 51=51 52=52 53=53 54=54 55=55 56=56 57=57 58=58 59=59 60=60 61=61 62=62 63=63 64=64 65=65 66=66 "
+      "67=67 68=68 69=69 70=70 71=71 75=75 "
+      "83=83 84=84 85=85 86=86 87=87 88=88 89=89 90=90 91=91 92=92 93=93 94=94 ",
+      numbers);
+  EXPECT_EQ(54, logged("[campreq] CAMP_ON"));
   modem().set_answer(20, "NG");
   EXPECT_EQ(2, campreq(4));
   modem().set_answer(20, "");
@@ -338,65 +367,102 @@ TEST_F(ModemItemsTest, CampingByBandAndByArguments) {
   EXPECT_EQ(2047u, asked().back().payload.size());
 }
 
-TEST_F(ModemItemsTest, Opcodes) {
-  const std::string imei = "490154203237518";
+TEST_F(ModemItemsTest, ProductionResets) {
+  const std::tuple<int, int, const char*> rows[] = {
+      {0, 40, "TAV_MODEM_MSG_RESET_FIRST_PRODUCTION"},    {1, 41, "TAV_MODEM_MSG_RESET_FIRST_PRODUCTION_CHECK"},
+      {2, 42, "TAV_MODEM_MSG_RESET_STARTDAY_CHECK"},      {3, 45, "TAV_MODEM_MSG_RESET_INIT_STARTDAY"},
+      {4, 46, "TAV_MODEM_MSG_RESET_STARTDAY_SET"},        {100, 510, "TAV_MODEM_MSG_RTN_RESET_PRODUCTION"},
+      {101, 511, "TAV_MODEM_MSG_BRAND_RESET_PRODUCTION"}, {102, 512, "TAV_MODEM_MSG_SCRTN_RESET_PRODUCTION"},
+      {103, 43, "TAV_MODEM_MSG_RESET_REFURBISH"},         {104, 44, "TAV_MODEM_MSG_RESET_REFURBISH_CHECK"},
+  };
+  for (const auto& [kind, opcode, name] : rows) {
+    EXPECT_EQ(0, tav_reset_production(kind)) << kind;
+    EXPECT_EQ((Requests{{opcode, ""}}), asked()) << kind;
+    EXPECT_EQ(1, logged(name)) << kind;
+    modem().set_answer(opcode, "0");
+    EXPECT_EQ(1, tav_reset_production(kind)) << kind;
+    asked();
+  }
+  EXPECT_EQ(10, logged(ANDROID_LOG_ERROR, "response data: 0"));
+  for (int kind : {-1, 5, 99, 105}) EXPECT_EQ(-1, tav_reset_production(kind)) << kind;
+  EXPECT_EQ(Requests{}, asked());
+}
+
+// What each opcode asks of the modem, what it makes of an answer, and its result when none comes.
+TEST_F(ModemItemsTest, OpcodesAskAndAnswer) {
+  const std::string imei = "490154203237518", longest(255, 'i');
   struct {
-    const char* what;
     int opcode;
     std::string payload;
+    sim::ModemRequest request;
+    std::string says;
     int result;
     std::string answer;
+    int unanswered;
   } const rows[] = {
-      {"no IMEI yet", 4294, "", 1, ""},
-      {"IMEI write, check digit added", 4064, "49015420323751", 0, ""},
-      {"IMEI read", 4064, "", 0, imei},
-      {"IMEI refused", 4064, "49015420A", 1, ""},
-      {"IMEI write, raw", 4293, imei, 0, "IMEI WRITE OK"},
-      {"IMEI read, raw", 4294, "", 0, imei},
-      {"second IMEI, none", 4413, "", 1, ""},
-      {"third IMEI, none", 4414, "", 1, ""},
-      {"production check", 4405, "", 0, ""},
-      {"production", 4406, "", 0, ""},
-      {"satpc 0", 4033, "", 0, "OK"},
-      {"satpc 1", 4034, "", 0, "OK"},
+      {4009, "", {200, ""}, "\0"s, 0, "", 1},
+      {4020, "", {200, ""}, "\xFF", 0, "", 0},
+      {4033, "", {13, ""}, "mode 0", 0, "mode 0", 1},
+      {4034, "", {32, ""}, "mode 1", 0, "mode 1", 1},
+      {4064, "", {117, ""}, imei, 0, imei, 1},
+      {4064, "", {117, ""}, "", 1, "", 1},
+      {4064, "49015420323751", {116, imei}, "IMEI WRITE OK", 0, "", 1},
+      {4064, "49015420A", {116, "49015420A"}, "IMEI WRITE FAIL", 1, "", 1},
+      {4068, "", {102, ""}, "impl\0x"s, 0, "impl\0x"s, 1},
+      {4069, "", {109, ""}, "fusg\0x"s, 0, "fusg\0x"s, 1},
+      {4293, "4\0!"s, {116, "4\0!"s}, "IMEI WRITE FAIL", 0, "IMEI WRITE FAIL", 1},
+      {4294, "", {117, ""}, longest, 0, longest, 1},
+      {4294, "", {117, ""}, longest + "i", 0, "", 1},
+      {4294, "", {117, ""}, "", 1, "", 1},
+      {4400, "", {157, ""}, "meid", 0, "meid", 0},
+      {4401, "", {158, ""}, "pesn", 0, "pesn", 1},
+      {4405, "", {41, ""}, "1", 0, "", 1},
+      {4406, "", {40, ""}, "1", 0, "", 1},
+      {4406, "", {40, ""}, "0", 1, "", 1},
+      {4413, "", {119, ""}, "222", 0, "222", 1},
+      {4413, "", {119, ""}, "", 1, "", 1},
+      {4414, "", {121, ""}, "333", 0, "333", 1},
+      {4414, "", {121, ""}, "", 1, "", 1},
   };
+  std::set<int> asking;
   for (const auto& row : rows) {
+    const auto what = testing::Message() << row.opcode << " " << row.payload << " " << row.says;
+    asking.insert(row.opcode);
+    modem().set_answer(row.request.opcode, row.says);
     rzcmd_response rsp = run(row.opcode, row.payload);
-    EXPECT_EQ(row.result, rsp.result) << row.what;
-    EXPECT_EQ(row.answer, data_of(rsp)) << row.what;
+    EXPECT_EQ(Requests{row.request}, asked()) << what;
+    EXPECT_EQ(row.result, rsp.result) << what;
+    EXPECT_EQ(row.answer, data_of(rsp)) << what;
+    // What does not fit is there all the same, cut, and without its length.
+    if (row.says.size() == 256) EXPECT_EQ(longest, rsp.data);
+    device().faults.fail("request_to_modem_via_dmi");
+    rsp = run(row.opcode, row.payload);
+    EXPECT_EQ(row.unanswered, rsp.result) << what;
+    EXPECT_EQ(0, rsp.data_len) << what;
+    device().faults.clear();
+    modem().clear_answers();
+    asked();
   }
-  EXPECT_EQ((Requests{{41, ""}, {40, ""}, {13, ""}, {32, ""}}), [&] {
-    Requests all = asked();
-    return Requests(all.end() - 4, all.end());
-  }());
-  modem().set_answer(119, "222");
-  modem().set_answer(121, "333");
-  EXPECT_EQ("222", data_of(run(4413)));
-  EXPECT_EQ("333", data_of(run(4414)));
-  write_tav_impl("impl", 4, data_, &length_);
-  EXPECT_EQ("impl", data_of(run(4068)));
-  EXPECT_NE("", data_of(run(4400)));
-  EXPECT_NE("", data_of(run(4401)));
-
-  modem().set_answer(117, std::string(255, 'i'));
-  EXPECT_EQ(255, run(4294).data_len);
-  modem().set_answer(117, std::string(256, 'i'));
-  rzcmd_response rsp = run(4294);
-  EXPECT_EQ(0, rsp.result);
-  EXPECT_EQ(0, rsp.data_len);
-  EXPECT_EQ(std::string(255, 'i'), std::string(rsp.data));
-  modem().set_answer(40, "0");
-  EXPECT_EQ(1, run(4406).result);
-  EXPECT_EQ(1, logged(ANDROID_LOG_ERROR, "response data: 0"));
-  EXPECT_EQ(-1, tav_reset_production(5));
-
-  device().faults.fail("request_to_modem_via_dmi");
-  for (int opcode : {4033, 4034, 4064, 4068, 4069, 4293, 4294, 4401, 4405, 4406, 4413, 4414}) {
-    rsp = run(opcode);
-    EXPECT_EQ(1, rsp.result) << opcode;
-    EXPECT_EQ(0, rsp.data_len) << opcode;
+  // No other opcode asks, and the table tells the client so.
+  for (const Opcode& row : opcodes()) {
+    if (row.state != State::built) continue;
+    run(row.number, "1");
+    EXPECT_EQ(asking.count(row.number), asked().empty() ? 0u : 1u) << row.name;
+    EXPECT_EQ(asking.count(row.number), (row.effects & kModem) != 0 ? 1u : 0u) << row.name;
   }
-  EXPECT_EQ(0, run(4400).result);  // even when the modem fails
+  EXPECT_EQ(0, logged("[COMMON_INTERFACE] Receive result value from request_to_android"));
+}
+
+TEST_F(ModemItemsTest, ThreadsOpenALostInterfaceOneAfterTheOther) {
+  for (int round = 0; round < 20; ++round) {
+    modem().lose_connection();
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+      threads.emplace_back([] { EXPECT_EQ(0, request_to_system(200, nullptr, 0, nullptr, nullptr, nullptr)); });
+    }
+    for (std::thread& thread : threads) thread.join();
+  }
+  EXPECT_EQ(20, logged("[DMI] request_to_modem : init dmi again."));
 }
 
 }  // namespace

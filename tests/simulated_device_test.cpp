@@ -119,6 +119,16 @@ TEST_F(SimulatedDeviceTest, ItemsAreKeyedByIndexAndLength) {
   device().reboot();
   EXPECT_EQ("abcd", device().items.get(500, 4));
   EXPECT_LT(get_ftm_item(500, -1, buffer), 0);
+  // A disk that becomes full keeps the item as it was.
+  struct rlimit limit;
+  getrlimit(RLIMIT_FSIZE, &limit);
+  const struct rlimit two_bytes = {2, limit.rlim_max};
+  const auto ended = signal(SIGXFSZ, SIG_IGN);
+  setrlimit(RLIMIT_FSIZE, &two_bytes);
+  EXPECT_FALSE(device().items.set(500, "wxyz"));
+  setrlimit(RLIMIT_FSIZE, &limit);
+  signal(SIGXFSZ, ended);
+  EXPECT_EQ("abcd", device().items.get(500, 4));
   // One that is there and cannot be read is not taken for one that was never written.
   std::filesystem::create_directory(root_ + "/sim/items/501-4");
   EXPECT_LT(get_ftm_item(501, 4, buffer), 0);
@@ -241,6 +251,8 @@ TEST_F(SimulatedDeviceTest, LogsAreReadBackAndBounded) {
   EXPECT_LT(__android_log_buf_print(9, ANDROID_LOG_INFO, "x", "nowhere"), 0);
   EXPECT_EQ(1, logged(ANDROID_LOG_ERROR, "first 1"));
   EXPECT_EQ(1, logged("two\nlines"));
+  SLOGI("no\x1b\x7f!");
+  EXPECT_EQ(1, logged("no  !"));
   EXPECT_EQ(1, device().logs.count(LOG_ID_MAIN, ANDROID_LOG_WARN, "Other", "main text"));
   for (int i = 0; i < 40000; ++i) SLOGI("line %d", i);
   EXPECT_EQ(1, logged("line 39999"));

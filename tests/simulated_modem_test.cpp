@@ -96,6 +96,17 @@ TEST_F(ModemTest, GivesDefaultsForWhatWasNeverWrittenAndReadsAPersonsFiles) {
   EXPECT_EQ(std::string(2048, 'i'), ask(102));
 }
 
+TEST_F(ModemTest, ARestartForgetsWhatHoldsUntilThen) {
+  for (const auto& [opcode, payload] : {std::pair(3, ""), {20, "4"}, {25, ""}, {201, "\1"}}) {
+    EXPECT_NE(kFailed, ask(opcode, payload)) << opcode;
+  }
+  EXPECT_EQ("1", ask(214));
+  for (const char* name : {"camped_band", "wcdma_max_power", "flight_mode"}) {
+    EXPECT_FALSE(std::filesystem::exists(root_ + "/sim/modem/" + name)) << name;
+  }
+  EXPECT_EQ("1", ask(4));
+}
+
 TEST_F(ModemTest, JudgesPayloads) {
   const std::tuple<int, std::string, std::string> rows[] = {
       {116, "", "IMEI WRITE FAIL"},

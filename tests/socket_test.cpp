@@ -86,6 +86,11 @@ TEST_F(ServedPhone, CutsEveryReadAtItsNuls) {
   EXPECT_EQ("500 Command not recognized", service_->next());
   service_->send(" tail\0x\0"s);
   EXPECT_EQ((std::vector<std::string>(2, "500 Command not recognized")), service_->next(2));
+  // A read ends just before the NUL of a line of 16382 bytes: the line is dropped, and its NUL ends an empty one.
+  const std::string late(16382 - 10, 'y');
+  service_->line("atcommand " + late);
+  EXPECT_EQ("500 Command not recognized", service_->next());
+  EXPECT_EQ(0, logged(("Command[1] = " + late).substr(0, 4068)));
   // NULs in a row are empty lines. A command without an argument gets an empty one. The lines after these are run.
   service_->send(std::string(3, '\0'));
   EXPECT_EQ((std::vector<std::string>(3, "500 Command not recognized")), service_->next(3));
@@ -117,7 +122,7 @@ TEST_F(ServedPhone, RelaysWhatTheServiceSends) {
       {"atcommand initialize", {"601 AT Command Start", "200 AT Command Start"}},
       {"atcommand adc AT+CIMI", {"605 AT+CIMI", "200 AT+CIMI"}},
       {"atcommand adcxAT", {"605 AT", "200 AT"}},  // one separator, whatever it is
-      {"atcommand adc \t\xc3\xa4 AT \xc3\xa4", {"605 AT \xc3\xa4", "200 AT \xc3\xa4"}},
+      {"atcommand adc \t\x80\xc3\xa4 AT \xc3\xa4", {"605 AT \xc3\xa4", "200 AT \xc3\xa4"}},
       {"atcommand adc", {}},
       {"atcommand adcA", {}},
       {"atcommand adc \x01 \xff", {}},
@@ -213,18 +218,21 @@ TEST_F(ServedPhone, AShortAnswerStandsAsItIsAndAnImpossibleOneIsNone) {
     std::string text;
     int result, length, status;
     std::string data;
+    int opcode = 1013;
   } const rows[] = {
-      {"nothing", "", 0, 0, 0, ""},
+      {"more claimed than came", encoded(&claims, 17), 0, 100, 7, "short" + std::string(95, '\0')},
+      {"nothing, after a longer answer", "", 0, 0, 0, ""},
       {"no digits", "!!!!", 0, 0, 0, ""},
       {"an error alone", encoded(&five, 4), 5, -1, -5, ""},
-      {"more claimed than came", encoded(&claims, 17), 0, 100, 7, "short" + std::string(95, '\0')},
+      {"an error to 1011", encoded(&five, 4), 0, 0, 0, "", 1011},
+      {"an error to 1012", encoded(&five, 4), 0, 0, 0, "", 1012},
       {"a negative length", encoded(&negative, 12), 1, -1, -5, ""},
       {"a length beyond the record", encoded(&too_long, 12), 1, -1, -5, ""},
   };
   for (const auto& row : rows) {
     int result = -5, length = -5, status = -5;
     char out[2048];
-    std::thread asking([&] { result = request_to_system(1013, nullptr, 0, out, &length, &status); });
+    std::thread asking([&] { result = request_to_system(row.opcode, nullptr, 0, out, &length, &status); });
     service_->next(2);
     service_->line("atresponse " + row.text);
     service_->next(2);
@@ -239,6 +247,41 @@ TEST_F(ServedPhone, AShortAnswerStandsAsItIsAndAnImpossibleOneIsNone) {
   const std::string imei = "490154203237518";
   EXPECT_EQ(0, ask(request_text(4293, imei, 2000)).result);
   EXPECT_EQ((sim::ModemRequest{116, imei + std::string(2000 - imei.size(), '\0')}), device().modem.requests().back());
+}
+
+TEST_F(ServedPhone, AnAnswerWithoutAnEndIsCut) {
+  char out[4096 + 8];
+  memset(out, '#', sizeof out);
+  std::thread asking([&] { EXPECT_EQ(0, g_AtSocket->sendRequest("x", out, 10)); });
+  service_->next(2);
+  service_->line("atresponse " + std::string(5000, 'A'));
+  service_->next(2);
+  asking.join();
+  EXPECT_EQ(std::string(4095, 'A') + "\0########"s, std::string(out, sizeof out));
+}
+
+TEST_F(ServedPhone, RequestsToThePlatformTakeTurnsAndGetTheirOwnAnswers) {
+  std::atomic<int> wrong{0};
+  std::vector<std::thread> askers;
+  for (char name : {'a', 'b', 'c', 'd'}) {
+    askers.emplace_back([&wrong, name] {
+      for (int i = 0; i < 25; ++i) {
+        char out[2048];
+        int length = 0;
+        if (request_to_system(1013, &name, 1, out, &length, nullptr) != 0 || length != 1 || *out != name) ++wrong;
+      }
+    });
+  }
+  std::string text;
+  for (int answered = 0; answered < 100 && (text = service_->next())[0] != '(';) {
+    Request request;
+    if (!text.starts_with("605 ") || !decode_request(text.substr(4), &request)) continue;
+    service_->line(response_line({.data = request.payload}));
+    ++answered;
+  }
+  if (text[0] == '(') stop_socket();  // ends those that wait in vain
+  for (std::thread& asker : askers) asker.join();
+  EXPECT_EQ(0, wrong);
 }
 
 // Requests of a host's threads begin and wait at every moment of an end.
@@ -333,6 +376,7 @@ TEST_F(SilentPhone, Wrappers) {
   Mutex mutex;
   EXPECT_TRUE(mutex.tryLock());
   EXPECT_FALSE(mutex.tryLock());
+  EXPECT_EQ(0, device().logs.count(LOG_ID_MAIN, ANDROID_LOG_ERROR, "BrcmNfcJni", "Mutex::tryLock: error=0x10"));
   mutex.unlock();
   CondVar condition;
   bool woken = true;
@@ -351,6 +395,7 @@ TEST_F(SilentPhone, Wrappers) {
 
   std::thread signalled(wait);
   device().clock.await_waiters();
+  device().clock.advance(1'499'000);
   mutex.lock();  // held by the waiter until it waits
   condition.notifyOne();
   mutex.unlock();

@@ -6,6 +6,7 @@
 #include <fstream>
 #include <set>
 
+#include "desk/words.h"
 #include "tests/phone.h"
 #include "text/folder.h"
 #include "text/node.h"
@@ -30,6 +31,17 @@ TEST(TextWriter, KeepsItsBufferTerminatedAndItsNeighboursWhole) {
     EXPECT_EQ("########", std::string(buffer, 8)) << capacity;
     EXPECT_EQ(std::string(32 - capacity, '#'), std::string(buffer + 8 + capacity, 32 - capacity)) << capacity;
   }
+  char five[5];
+  EXPECT_FALSE(TextWriter(five).format("%d", 1234).cut());
+  EXPECT_TRUE(TextWriter(five).format("%d", 12345).cut());
+}
+
+TEST(Words, Utf8EndsWhereItsCodePointsEnd) {
+  for (const char* text : {"\x7f", "\xc2\x80", "\xe0\xa0\x80", "\xed\x9f\xbf", "\xf0\x90\x80\x80", "\xf4\x8f\xbf\xbf"})
+    EXPECT_TRUE(is_utf8(text)) << text;
+  for (const char* text : {"\x80", "\xc1\xbf", "\xc2", "\xe0\x9f\xbf", "\xed\xa0\x80", "\xf0\x8f\xbf\xbf",
+                           "\xf4\x90\x80\x80", "\xf5\x80\x80\x80"})
+    EXPECT_FALSE(is_utf8(text)) << text;
 }
 
 class NodeTest : public Phone {

@@ -274,6 +274,10 @@ TEST_F(VerbTest, RebootAndPowerOffComeAfterTheLastReply) {
   const int boots = device().boots();
   device().reboot();
   EXPECT_EQ(boots + 1, device().boots());
+  device().power.shut();
+  const size_t asked = device().power.history().size();
+  EXPECT_FALSE(device().power.request("reboot"));
+  EXPECT_EQ(asked, device().power.history().size());
 }
 
 class ControlTest : public VerbTest {
