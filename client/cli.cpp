@@ -187,6 +187,15 @@ void move_options(const CLI::App& app, std::vector<std::string>* arguments) {
       return;
     } else if (is_option || !moved.empty()) {
       moved.push_back(*at);
+      // The next argument is the option's value, even when a command has the same name.
+      auto takes_value = [&](const CLI::App* command) {
+        const CLI::Option* option = command->get_option_no_throw(*at);
+        return option != nullptr && option->get_items_expected_max() > 0;
+      };
+      const std::vector<const CLI::App*> commands = commands_of(app);
+      if (is_option && at + 1 != arguments->end() && std::any_of(commands.begin(), commands.end(), takes_value)) {
+        moved.push_back(*++at);
+      }
     } else {
       return;
     }

@@ -1,7 +1,7 @@
 #include "client/output.h"
 
-#include <fmt/chrono.h>
 #include <errno.h>
+#include <fmt/chrono.h>
 #include <fmt/format.h>
 #include <poll.h>
 #include <stdio.h>

@@ -142,7 +142,10 @@ int serve(Options options, const char* log_level) {
     return 1;
   };
   const char* variable = getenv(kSocketVariable);
-  const int handed_over = variable ? atoi(variable) : -1;
+  const int named = variable ? atoi(variable) : -1;
+  // What is opened later could take the place of one that is not open.
+  const int handed_over = fcntl(named, F_GETFD) < 0 ? -1 : named;
+  if (variable && handed_over < 0) return fail(std::string(kSocketVariable) + ": no such descriptor");
   if (options.background) {
     close_inherited(handed_over);
     if ((options.ready = detach()) < 0) return fail(std::string("cannot go to the background: ") + strerror(errno));
@@ -217,7 +220,7 @@ int serve(Options options, const char* log_level) {
   return 1;
 }
 
-// A line's worth of clients needs more descriptors than a shell allows at first.
+// Many clients need more descriptors than a shell allows at first.
 void raise_descriptor_limit() {
   struct rlimit limit;
   if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
@@ -256,7 +259,13 @@ int main(int argc, char** argv) {
     return 64;
   }
   options.log_level = kLogLevels.at(log_level);
-  options.device = std::filesystem::absolute(options.device);
-  if (!options.record.empty()) options.record = std::filesystem::absolute(options.record);
+  for (std::string* path : {&options.device, &options.record}) {
+    std::error_code error;
+    if (!path->empty()) *path = std::filesystem::absolute(*path, error).string();
+    if (error) {
+      fprintf(stderr, "atd: the start folder: %s\n", error.message().c_str());
+      return 1;
+    }
+  }
   return serve(options, log_level.c_str());
 }

@@ -78,7 +78,9 @@ void descend(const std::string& root, const std::string& pattern, size_t at, std
   const size_t end = std::min(pattern.find('/', at), pattern.size());
   const std::string part = pattern.substr(at, end - at);
   while (const struct dirent* entry = readdir(stream)) {
-    if (fnmatch(part.c_str(), entry->d_name, FNM_PERIOD) != 0) continue;
+    // As on a phone, ".*" is neither "." nor "..".
+    const bool is_dots = strcmp(entry->d_name, ".") == 0 || strcmp(entry->d_name, "..") == 0;
+    if (is_dots ? part != entry->d_name : fnmatch(part.c_str(), entry->d_name, FNM_PERIOD) != 0) continue;
     if (end == pattern.size()) names->push_back(folder + entry->d_name);
     else descend(root, pattern, end, folder + entry->d_name, names);
   }

@@ -111,18 +111,20 @@ bool Logs::append_locked(int buffer, const char* lines, size_t size) {
   return false;
 }
 
-void Logs::flush_locked(int buffer) {
+// Moves the fresh lines to the buffer's file; false when they stay where they are.
+bool Logs::flush_locked(int buffer) {
   Buffer& b = buffers_[buffer];
-  if (b.fresh_size == 0) return;
-  append_locked(buffer, b.fresh, b.fresh_size);
+  if (b.fresh_size == 0) return true;
+  if (!append_locked(buffer, b.fresh, b.fresh_size)) return false;
   memset(b.fresh, 0, b.fresh_size);
   b.fresh_size = 0;
+  return true;
 }
 
 // Keeps a line; false when it cannot.
 bool Logs::keep_locked(int buffer, const char* line, size_t size) {
   Buffer& b = buffers_[buffer];
-  if (b.fresh_size + size > kFreshSize) flush_locked(buffer);
+  if (b.fresh_size + size > kFreshSize && !flush_locked(buffer)) return false;
   if (b.fd < 0 && !open_locked(buffer)) return false;
   if (!b.fresh) map_locked(buffer);
   if (!b.fresh) return append_locked(buffer, line, size);

@@ -93,7 +93,7 @@ class Logs {
   void map_locked(int buffer);
   bool append_locked(int buffer, const char* lines, size_t size);
   bool keep_locked(int buffer, const char* line, size_t size);
-  void flush_locked(int buffer);
+  bool flush_locked(int buffer);
   void move_lines();
 
   static constexpr int kBuffers = 5;

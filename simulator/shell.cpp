@@ -86,23 +86,28 @@ std::string Shell::program(const std::string& name, int* status) const {
 
 // What a program of the desktop gets for a word; false with the reason when it would lead out of the phone, or stop the
 // program for ever.
-bool Shell::map(const std::string& word, Paths paths, std::string* mapped, std::string* error) const {
+bool Shell::map(const std::string& word, const Tool* tool, std::string* mapped, std::string* error) const {
+  const Paths paths = tool ? tool->paths : Paths::followed;
   *mapped = word;
   if (paths == Paths::none || word.empty()) return true;
   if (word[0] == '-') {
-    if (word.find('/') == word.npos && word.find("..") == word.npos) return true;
-    *error = "a path in the option " + word;
-    return false;
+    const bool known = tool ? word.find_first_not_of(tool->letters, 1) == word.npos
+                            : word.find('/') == word.npos && word.find("..") == word.npos;
+    if (!known) *error = "the option " + word;
+    return known;
   }
+  struct stat found;
   const bool absolute = word[0] == '/';
   const std::string place =
       resolve(root_, absolute ? word : "/" + word, paths == Paths::itself ? Last::itself : Last::followed);
-  struct stat found;
   if (place.empty()) *error = word + ": " + strerror(errno);
   else if (paths == Paths::followed && is_pipe_or_device(place)) *error = word + " is a pipe or a device node";
   else if (absolute) *mapped = place;
-  // Programs run in the phone's root. A relative word may be anything; it is a path where something is at its start.
-  else if (lstat((root_ + "/" + word.substr(0, word.find('/'))).c_str(), &found) == 0 && place != root_ + "/" + word)
+  // Programs run in the phone's root. A relative word may be anything; it is a path where something is at its start, or
+  // where mkdir -p would put something there and then go up by "..".
+  else if ((word.find("..") != word.npos ||
+            lstat((root_ + "/" + word.substr(0, word.find('/'))).c_str(), &found) == 0) &&
+           place != root_ + "/" + word)
     *mapped = place;
   return error->empty();
 }
@@ -115,12 +120,13 @@ bool Shell::start(const std::string& command, const std::vector<std::string>& wo
     complain(command, *status == kNotFound ? "the phone has no such program" : "this is not a program");
     return false;
   }
-  const Tool* tool = find_tool(words[0].substr(words[0].rfind('/') + 1));
+  // By the program that runs: a link of any name may lead to it.
+  const Tool* tool = find_tool(file.substr(file.rfind('/') + 1));
   std::vector<std::string> arguments = {words[0]};
   if (tool && tool->option) arguments.push_back(tool->option);
   for (size_t i = 1; i < words.size(); ++i) {
     std::string error;
-    if (map(words[i], tool ? tool->paths : Paths::followed, &arguments.emplace_back(), &error)) continue;
+    if (map(words[i], tool, &arguments.emplace_back(), &error)) continue;
     *status = refuse(command, error);
     return false;
   }

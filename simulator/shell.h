@@ -34,7 +34,7 @@ class Shell {
  private:
   void record(const std::string& command);
   std::string program(const std::string& name, int* status) const;
-  bool map(const std::string& word, Paths paths, std::string* mapped, std::string* error) const;
+  bool map(const std::string& word, const Tool* tool, std::string* mapped, std::string* error) const;
   bool start(const std::string& command, const std::vector<std::string>& words, int output, int* status);
 
   std::string root_;

@@ -64,14 +64,17 @@ bool make_phone(const std::string& base, std::string* error) {
     if (!make_folders(base + folder)) return fail(error, base + folder), false;
   }
   for (const char* folder : kPlainFolders) {
-    std::error_code ignored;
-    for (const auto& entry : fs::recursive_directory_iterator(base + folder, ignored)) {
-      const fs::file_type type = entry.symlink_status(ignored).type();
+    std::error_code failed, ignored;
+    // A loop over the range would throw at a folder that cannot be read.
+    fs::recursive_directory_iterator entry(base + folder, failed);
+    for (; !failed && entry != fs::recursive_directory_iterator(); entry.increment(failed)) {
+      const fs::file_type type = entry->symlink_status(ignored).type();
       if (type == fs::file_type::regular || type == fs::file_type::directory || type == fs::file_type::not_found)
         continue;
-      if (type == fs::file_type::socket && entry.path() == base + kControlSocket) continue;
-      return *error = entry.path().string() + ": neither a file nor a folder", false;
+      if (type == fs::file_type::socket && entry->path() == base + kControlSocket) continue;
+      return *error = entry->path().string() + ": neither a file nor a folder", false;
     }
+    if (failed) return *error = base + folder + ": " + failed.message(), false;
   }
   for (const char* folder : kFolders) {
     const std::string path = resolve(base, folder);

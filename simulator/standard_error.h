@@ -7,8 +7,8 @@
 namespace atd::sim {
 
 // Shows one line, with its line end. When too many lines wait for a reader, or they cannot be written, lines are left
-// out, and a line that says how many follows as soon as one can be written. A process that forks and goes on shows
-// nothing before that.
+// out, and a line that says how many follows as soon as one can be written. A process that goes on in
+// a child shows nothing before the fork: the child would be without the thread.
 void show(std::string_view line);
 
 // Waits until everything is written, at most a quarter of a second; the number of lines that are not. The end of the

@@ -102,17 +102,17 @@ exit 0
 )sh";
 
 constexpr Tool kTools[] = {
-    {"cat", Paths::followed, nullptr, nullptr},
-    {"chmod", Paths::followed, nullptr, nullptr},
-    {"cp", Paths::followed, "--remove-destination", nullptr},  // without it, it writes through links
-    {"echo", Paths::none, nullptr, nullptr},
-    {"ls", Paths::followed, nullptr, nullptr},
-    {"mkdir", Paths::followed, nullptr, nullptr},
-    {"rm", Paths::itself, nullptr, nullptr},
-    {"rmdir", Paths::itself, nullptr, nullptr},
-    {"getprop", Paths::none, nullptr, kGetprop},
-    {"setprop", Paths::none, nullptr, kSetprop},
-    {"logcat", Paths::followed, nullptr, kLogcat},
+    {"cat", Paths::followed, "", nullptr, nullptr},
+    {"chmod", Paths::followed, "Rf", nullptr, nullptr},
+    {"cp", Paths::followed, "Rafpr", "--remove-destination", nullptr},  // without it, it writes through links
+    {"echo", Paths::none, "", nullptr, nullptr},
+    {"ls", Paths::followed, "1AFRadhlrst", nullptr, nullptr},
+    {"mkdir", Paths::followed, "p", nullptr, nullptr},
+    {"rm", Paths::itself, "Rfr", nullptr, nullptr},
+    {"rmdir", Paths::itself, "p", nullptr, nullptr},
+    {"getprop", Paths::none, "", nullptr, kGetprop},
+    {"setprop", Paths::none, "", nullptr, kSetprop},
+    {"logcat", Paths::followed, "bcdfv", nullptr, kLogcat},
 };
 
 // The last line of a script begins with this; then comes the sum of the text before it.
@@ -143,11 +143,12 @@ bool is_unedited(const std::string& text) {
 void install_script(const std::string& path, const Tool& tool) {
   const std::string text = marked(tool.script);
   std::string there;
-  if (read_file(path, &there) ? there != text && is_unedited(there) : errno == ENOENT) {
-    if (write_file(path, text) && chmod(path.c_str(), 0755) == 0) return;
-  } else if (!there.empty()) {
-    return;
+  if (read_file(path, &there)) {
+    // One of another mode was left by a kill.
+    if (there == text && access(path.c_str(), X_OK) != 0 && chmod(path.c_str(), 0755) == 0) return;
+    if (there == text || !is_unedited(there)) return;
   }
+  if (write_file(path, text) && chmod(path.c_str(), 0755) == 0) return;
   __android_log_print(ANDROID_LOG_ERROR, "shell", "system/bin/%s: %s", tool.name, strerror(errno));
 }
 

@@ -11,8 +11,9 @@ enum class Paths { none, followed, itself };  // itself: a link is not followed 
 struct Tool {
   const char* name;
   Paths paths;
-  const char* option;  // put before its arguments, or null
-  const char* script;  // null: the desktop's program of that name
+  const char* letters;  // of the options that it may be given; none of these has a value, or follows a link in a walk
+  const char* option;   // put before its arguments, or null
+  const char* script;   // null: the desktop's program of that name
 };
 
 // The tool of a name, or null.

@@ -214,7 +214,7 @@ TEST(ClientPhone, HelpNeedsNoPhone) {
   EXPECT_TRUE(has(items, "  item list ") && has(items, "  item import ") && !has(items, "  log ")) << items;
   const std::string set = atdctl_phone("", {"item", "set", "5", "--help"}).out;
   EXPECT_TRUE(has(set, "  item set INDEX|NAME VALUE  ") && !has(set, "  item get ")) << set;
-  EXPECT_EQ("atdctl 0.2.0\n", atdctl("", {"--version"}).out);
+  EXPECT_EQ("atdctl 0.3.0\n", atdctl("", {"--version"}).out);
 }
 
 TEST(Client, OpsShowsItsSentencesWhereThereIsRoom) {

@@ -103,7 +103,7 @@ void AtSocket::BroadcastInTurn(int code, const char* text) {
 }
 
 void AtSocket::ReleaseCommandLock() {
-  // The lock is free before anyone can look for it again, so no message stays behind.
+  // The handed lock is kept until the command lock is free: a message that comes in between would stay behind.
   ScopedLock lock(handed_lock_);
   while (Handed* message = handed_) {
     BroadcastTwice(message->code, message->text);

@@ -22,7 +22,8 @@ class AtSocket {
   void SetListener(CommandListener* listener) { listener_ = listener; }
 
   // Tells the service that its "initialize" was seen (601 and 200 "AT Command Start"); 0. While a request waits for its
-  // answer, the message goes out when that request ends: the caller may be the thread that is to read the answer.
+  // answer, the message goes out when that request ends: the caller may be the thread that is to read the answer. When
+  // a megabyte waits for that already, or there is no memory, the message is lost and that is logged as an error.
   int Initialize();
 
   // Tells the service that the daemon ends (602 "At Command End", 200 "AT Command End"); 0.

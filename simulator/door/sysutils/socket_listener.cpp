@@ -134,14 +134,16 @@ int SocketListener::start(int backlog) {
   int control[2];
   if (pipe2(control, O_CLOEXEC | O_NONBLOCK) == -1) return -1;
 
+  const bool owned = !mSocketName.empty();
+  SocketClient* const only = mListen ? nullptr : new SocketClient(mSock, owned, mUseCmdNum);
+  // A client that queues holds its write mutex when it takes the clients' lock, so never the other way round.
+  if (only) only->setListener(this);
   pthread_mutex_lock(&mClientsLock);
   std::copy(std::begin(control), std::end(control), mCtrlPipe);
-  if (!mListen) {
-    const bool owned = !mSocketName.empty();
-    mClients.push_back(new SocketClient(mSock, owned, mUseCmdNum));
-    mClients.back()->setListener(this);
+  if (only) {
+    mClients.push_back(only);
     count_client(mSocketName, 1);
-    if (auto* record = record_of(mSocketName)) record->connected(mClients.back());
+    if (auto* record = record_of(mSocketName)) record->connected(only);
     if (owned) mSock = -1;  // the client closes it, when its last user is done
   }
   mClientsChanged = true;

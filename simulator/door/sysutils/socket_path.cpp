@@ -86,9 +86,9 @@ int bind_device_socket(const std::string& name, std::string* path, ino_t* inode)
   int folder = open(device_path(kFolder), O_PATH | O_DIRECTORY | O_CLOEXEC);
   if (folder == -1) return -1;
 
-  *path = device_entry((std::string(kFolder) + "/" + name).c_str());
+  const std::string place(device_entry((std::string(kFolder) + "/" + name).c_str()));
   int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  const int error = fd == -1 ? errno : bind_file(fd, folder, *path, name.c_str());
+  const int error = fd == -1 ? errno : bind_file(fd, folder, place, name.c_str());
   struct stat file = {};
   fstatat(folder, name.c_str(), &file, AT_SYMLINK_NOFOLLOW);
   close(folder);
@@ -96,6 +96,7 @@ int bind_device_socket(const std::string& name, std::string* path, ino_t* inode)
     if (fd != -1) close(fd);
     return fail(error);
   }
+  *path = place;
   *inode = file.st_ino;
   return fd;
 }

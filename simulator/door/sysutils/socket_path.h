@@ -14,8 +14,8 @@ int inherited_socket(const std::string& name, bool listening);
 
 // A new socket bound to "/dev/socket/<name>" with mode 0660, not yet listening; its file's place on the desktop in
 // *path, and the file's inode in *inode. The file of a dead socket is replaced. The caller closes the socket and
-// removes the file. -1 with errno: EINVAL for a name that is not a file name, ENAMETOOLONG, EADDRINUSE when someone
-// listens there or the file is not a socket.
+// removes the file. -1 with errno, and *path and *inode as they were: EINVAL for a name that is not a file name,
+// ENAMETOOLONG, EADDRINUSE when someone listens there or the file is not a socket.
 int bind_device_socket(const std::string& name, std::string* path, ino_t* inode);
 
 }  // namespace atd::sim

@@ -42,8 +42,8 @@ class SocketListener {
   // that is under way.
   int stopListener();
 
-  // Sends one message to every connection, never with a command number. A connection that takes no bytes for a
-  // bounded time is dropped.
+  // Sends one message to every connection, never with a command number, and waits for none, as SocketClient::sendMsg.
+  // A connection for which a megabyte waits already is dropped.
   void sendBroadcast(int code, const char* msg, bool addErrno);
 
   // Calls the command once for each connection present now.
