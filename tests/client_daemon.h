@@ -1,39 +1,21 @@
 // A daemon that says what a test wants, and the client run against it.
 #pragma once
 
-#include <fcntl.h>
-#include <gtest/gtest.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
-#include <filesystem>
 #include <functional>
 #include <mutex>
-#include <string>
 #include <thread>
-#include <utility>
-#include <vector>
 
 #include "client/cli.h"
-#include "desk/message.h"
-#include "desk/framing.h"
-#include "desk/socket_address.h"
-#include "transport/base64.h"
+#include "tests/phone.h"
 
 namespace atd::client {
 
 using Strings = std::vector<std::string>;
 
-inline std::string base64(const std::string& bytes) {
-  std::string text(base64_text_size(bytes.size()), '\0');
-  text.resize(base64_encode(bytes.data(), static_cast<int>(bytes.size()), text.data()));
-  return text;
-}
-
 // An answer with any data_len.
 inline std::string answer(int32_t result, int32_t data_len, const std::string& data, int32_t status = 0) {
   int32_t head[] = {result, data_len, status};
-  return "210 " + base64(std::string(reinterpret_cast<char*>(head), sizeof head) + data) + '\0';
+  return "210 " + to_base64(std::string(reinterpret_cast<char*>(head), sizeof head) + data) + '\0';
 }
 
 inline std::string answer(int32_t result, const std::string& data) {
@@ -85,9 +67,15 @@ class FakeServer {
 // Refuses "ping" as the daemon does, and answers other lines as the test says.
 class FakeDaemon {
  public:
-  explicit FakeDaemon(std::function<std::string(const std::string& line)> script, const std::string& greeting = "")
-      : script_(std::move(script)), greeting_(greeting) {}
+  using Script = std::function<std::string(const std::string& line)>;
+  explicit FakeDaemon(Script script, const std::string& greeting = "", char line_end = '\0',
+                      const std::string& folder = std::string(120, 'd'), const std::string& name = "atd")
+      : script_(std::move(script)),
+        greeting_(greeting),
+        line_end_(line_end),
+        server_(folder, name, [this](int fd) { serve(fd); }) {}
 
+  const std::string& root() const { return server_.root(); }
   const std::string& socket() const { return server_.path(); }
 
   Strings lines() {
@@ -97,12 +85,14 @@ class FakeDaemon {
 
  private:
   void serve(int fd) {
-    Splitter splitter;
+    std::string pending;
     char bytes[16384];
     bool open = FakeServer::say(fd, greeting_);
     for (ssize_t size; open && (size = read(fd, bytes, sizeof bytes)) > 0;) {
-      splitter.add(bytes, size);
-      for (Message line; open && splitter.next(&line);) open = FakeServer::say(fd, reply_to(line.bytes));
+      pending.append(bytes, static_cast<size_t>(size));
+      for (size_t end; open && (end = pending.find(line_end_)) != pending.npos; pending.erase(0, end + 1)) {
+        open = FakeServer::say(fd, reply_to(pending.substr(0, end)));
+      }
     }
   }
 
@@ -113,11 +103,12 @@ class FakeDaemon {
     return script_(line);
   }
 
-  std::function<std::string(const std::string&)> script_;
+  Script script_;
   std::string greeting_;
+  char line_end_;
   std::mutex mutex_;
   Strings lines_;
-  FakeServer server_{std::string(120, 'd'), "atd", [this](int fd) { serve(fd); }};  // ends before what it uses
+  FakeServer server_;  // ends before what it uses
 };
 
 struct Outcome {

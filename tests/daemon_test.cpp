@@ -1,5 +1,5 @@
 // The daemon as a program: its arguments, its signals, its end, and what it does to those who start it.
-#include <gtest/gtest.h>
+#include <fcntl.h>
 #include <pty.h>
 #include <signal.h>
 #include <sys/prctl.h>
@@ -7,24 +7,15 @@
 #include <termios.h>
 
 #include <fstream>
-#include <sstream>
+#include <tuple>
 
 #include "tests/client_daemon.h"
-#include "tests/phone.h"
 
 namespace atd::client {
 namespace {
 
 const std::string kLong(4040, 'x');
 constexpr int kNotAProgramHere = 126;  // an emulated test program cannot start another one
-
-std::string content(const std::string& file) {
-  std::stringstream text;
-  text << std::ifstream(file).rdbuf();
-  return text.str();
-}
-
-bool has(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
 
 // Waits for what another process does; false when it does not within ten seconds.
 bool until(const std::function<bool()>& done) {
@@ -100,8 +91,7 @@ class Daemon : public testing::Test {
   // What the program shows until nobody can show anything any more.
   std::string shown() {
     std::string text;
-    char block[4096];
-    for (ssize_t size; (size = read(out_, block, sizeof block)) > 0;) text.append(block, static_cast<size_t>(size));
+    sim::read_rest(out_, &text);
     return text;
   }
 
@@ -133,11 +123,7 @@ class Daemon : public testing::Test {
       EXPECT_EQ("500 Command not recognized", peer.next());
     }
   }
-  int phone(const Strings& verb) {
-    Strings arguments = {"--device", root_ + "/phone", "phone"};
-    arguments.insert(arguments.end(), verb.begin(), verb.end());
-    return atdctl("", arguments).status;
-  }
+  int phone(const char* verb) { return atdctl("", {"--device", root_ + "/phone", "phone", verb}).status; }
 
   std::string root_;
   pid_t pid_ = 0;
@@ -147,54 +133,47 @@ class Daemon : public testing::Test {
 TEST_F(Daemon, RefusesWhatMakesNoSense) {
   std::ofstream(root_ + "/file") << "";
   std::filesystem::create_directories(root_ + "/blocked/dev/socket/atd");
-  const struct {
-    Strings arguments;
-    int status;
-    std::string shown;
-  } kRows[] = {
-      {{}, 64, "\nUsage: atd --device DIR "},
-      {{"--device"}, 64, "\nUsage: atd --device DIR "},
-      {{"--device", ""}, 64, "a folder is needed\nUsage: atd --device DIR "},
-      {{"--device", "phone", "--log-level", "loud"}, 64, "\nUsage: atd --device DIR "},
-      {{"--device", "phone", "now"}, 64, "\nUsage: atd --device DIR "},
-      {{"--version"}, 0, "atd 0."},
-      {{"--device", "/"}, 1, "atd: /: a simulated phone needs a folder of its own\n"},
-      {{"--device", "file"}, 1, "atd: " + root_ + "/file: "},
-      {{"--device", "file", "--background"}, 1, "atd: " + root_ + "/file: "},
-      {{"--device", "phone", "--record", "no/where"}, 1, "atd: " + root_ + "/no/where: No such file or directory\n"},
-      {{"--device", "blocked", "--log-level", "silent"},
-       1,
-       "E Atd: Unable to start FrameworkListener (Address already in use)\n"},
-  };
-  for (const auto& row : kRows) {
-    start(row.arguments);
-    EXPECT_EQ(row.status, end()) << row.shown;
+  const std::string usage = "\nUsage: atd --device DIR ";
+  const std::tuple<const char*, int, std::string> kRows[] = {
+      {"", 64, usage},
+      {"--device", 64, usage},
+      {"--device phone --log-level loud", 64, usage},
+      {"--device phone now", 64, usage},
+      {"--version", 0, "atd 0."},
+      {"--device /", 1, "atd: /: a simulated phone needs a folder of its own\n"},
+      {"--device file", 1, "atd: " + root_ + "/file: "},
+      {"--device file --background", 1, "atd: " + root_ + "/file: "},
+      {"--device phone --record no/where", 1, "atd: " + root_ + "/no/where: No such file or directory\n"},
+      {"--device blocked --log-level silent", 1,
+       "E Atd: Unable to start FrameworkListener (Address already in use)\n"}};
+  start({"--device", ""});
+  EXPECT_EQ(64, end());
+  EXPECT_TRUE(has(shown(), "a folder is needed" + usage));
+  for (const auto& [arguments, status, message] : kRows) {
+    start(words(arguments));
+    EXPECT_EQ(status, end()) << arguments;
     const std::string text = shown();
-    EXPECT_TRUE(has(text, row.shown)) << row.shown << " in " << text;
+    EXPECT_TRUE(has(text, message)) << arguments << ": " << text;
   }
 }
 
 TEST_F(Daemon, EndsBySignals) {
   for (int boot = 1; int signal : {SIGTERM, SIGINT, SIGHUP}) {
+    std::filesystem::remove(path("sim/modem.conf"));
     start({"--device", "phone"});
-    ASSERT_TRUE(serves(boot++));
+    ASSERT_TRUE(serves(boot));
     EXPECT_EQ(0, end_by(signal)) << signal;
     EXPECT_TRUE(is_clean());
-  }
-}
-
-TEST_F(Daemon, EndsBySignalsWhileItBoots) {
-  for (int signal : {SIGTERM, SIGINT, SIGHUP}) {
-    start_slow_boot({"--device", "phone"});
-    EXPECT_EQ(0, end_by(signal)) << signal;
-    EXPECT_TRUE(is_clean());
-    // A phone in the background ends with the process that waits for it.
-    start_slow_boot({"--device", "phone", "--background"});
-    const pid_t detached = holder();
-    EXPECT_EQ(1, end_by(signal)) << signal;
-    EXPECT_NE(0, kill(detached, 0));
-    EXPECT_TRUE(is_clean());
-    EXPECT_FALSE(has(shown(), " is up"));
+    // While it boots, and a phone in the background with the process that waits for it.
+    for (int status : {0, 1}) {
+      start_slow_boot(words(status == 0 ? "--device phone" : "--device phone --background"));
+      const pid_t daemon = holder();
+      EXPECT_EQ(status, end_by(signal)) << signal;
+      EXPECT_NE(0, kill(daemon, 0));
+      EXPECT_TRUE(is_clean());
+      EXPECT_FALSE(has(shown(), " is up"));
+    }
+    boot += 3;
   }
 }
 
@@ -209,7 +188,7 @@ TEST_F(Daemon, RebootsAndSwitchesItselfOff) {
   EXPECT_EQ(0, end());
   EXPECT_TRUE(serves(2));
   EXPECT_TRUE(until([&] { return has(content(path("dev/log/main")), "item 13 cannot be written"); }));
-  EXPECT_EQ(0, phone({"reboot"}));
+  EXPECT_EQ(0, phone("reboot"));
   EXPECT_TRUE(serves(3));
   EXPECT_EQ(detached, holder());
   EXPECT_TRUE(has(content(root_ + "/record"), "\"connect\""));
@@ -218,7 +197,7 @@ TEST_F(Daemon, RebootsAndSwitchesItselfOff) {
   EXPECT_EQ(1, end());
   EXPECT_EQ("atd: " + root_ + "/phone: process " + std::to_string(detached) + " runs this phone\n", shown());
 
-  EXPECT_EQ(0, phone({"power-off"}));
+  EXPECT_EQ(0, phone("power-off"));
   EXPECT_EQ(0, end(detached));
   EXPECT_TRUE(is_clean());
   EXPECT_EQ("reboot\npower-off\n", content(path("sim/power")));
@@ -262,7 +241,7 @@ TEST_F(Daemon, ServesTheSocketOfItsCaller) {
       Peer peer(root_ + "/socket");
       peer.line("ready?");
       EXPECT_EQ("500 Command not recognized", peer.next());
-      EXPECT_EQ(0, phone({restart}));
+      EXPECT_EQ(0, phone(restart));
       EXPECT_EQ((Strings{"602 At Command End", "200 AT Command End", "(closed)"}), peer.next(3));
     }
     EXPECT_EQ(0, end(detached));
@@ -275,16 +254,12 @@ TEST_F(Daemon, ShowsEveryLineToItsReader) {
   ASSERT_TRUE(serves());
   talk(100);
   kill(pid_, SIGTERM);
-  std::istringstream lines(shown());
-  int next = 0;
-  std::string line, last;
-  for (; std::getline(lines, line); last = line) {
-    const size_t at = line.find("Command[1] = ");
-    if (at == line.npos) continue;
-    EXPECT_TRUE(line.substr(at + 13) == std::to_string(next++) + kLong) << line.substr(at, 100);
+  const std::string text = shown();
+  for (size_t i = 0, at = 0; i < 100; ++i) {
+    at = text.find("Command[1] = " + std::to_string(i) + kLong + "\n", at);
+    ASSERT_NE(text.npos, at) << i;
   }
-  EXPECT_EQ(100, next);
-  EXPECT_TRUE(last.ends_with(" Atd: stop_socket")) << last;
+  EXPECT_TRUE(text.ends_with(" Atd: stop_socket\n"));
   EXPECT_EQ(0, end());
 }
 
@@ -300,7 +275,7 @@ TEST_F(Daemon, DoesNotWaitForAReader) {
     start({"--device", "phone", "--log-level", "verbose"}, out);
     ASSERT_TRUE(serves(boot++));
     talk(300);
-    EXPECT_EQ(0, phone({"reboot"}));
+    EXPECT_EQ(0, phone("reboot"));
     ASSERT_TRUE(serves(boot++));
     if (out == stopped) EXPECT_EQ(0, end_by(SIGTERM));
   }
@@ -312,8 +287,7 @@ TEST_F(Daemon, DoesNotWaitForAReader) {
   const std::string text = shown().substr(fill);
   EXPECT_EQ(0, end());
   const size_t number_end = text.find_first_not_of("0123456789", 5);
-  EXPECT_TRUE(text.starts_with("atd: ") && text.substr(number_end).starts_with(" lines not shown\n"))
-      << text.substr(0, 300);
+  EXPECT_TRUE(text.starts_with("atd: ") && text.substr(number_end).starts_with(" lines not shown\n"));
   EXPECT_TRUE(text.ends_with(" Atd: stop_socket\n")) << text.substr(text.size() - 300);
   close(terminal);
   close(stopped);

@@ -10,13 +10,16 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <iterator>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "desk/message.h"
 #include "desk/framing.h"
 #include "desk/socket_address.h"
+#include "simulator/files.h"
 #include "simulator/simulated_device.h"
 #include "transport/base64.h"
 #include "platform/records.h"
@@ -86,10 +89,36 @@ class Peer {
     return result;
   }
 
- private:
+ protected:
   int fd_;
+
+ private:
   Splitter splitter_;
 };
+
+inline bool has(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
+
+// The words of a text, which blanks divide.
+inline std::vector<std::string> words(const std::string& text) {
+  std::istringstream stream(text);
+  return {std::istream_iterator<std::string>(stream), {}};
+}
+
+// What a file holds, "" when it cannot be read.
+inline std::string content(const std::string& file) {
+  std::string text;
+  sim::read_file(file, &text);
+  return text;
+}
+
+// What a command of the desktop prints.
+inline std::string output_of(const std::string& command) {
+  std::string text;
+  FILE* pipe = popen(command.c_str(), "re");
+  for (int c; (c = getc(pipe)) != EOF;) text += static_cast<char>(c);
+  pclose(pipe);
+  return text;
+}
 
 inline std::string encoded(const void* bytes, size_t length) {
   return to_base64({static_cast<const char*>(bytes), length});

@@ -1,18 +1,15 @@
 // A phone's folder that somebody else has made, the shell commands in it, and the phone's tools as a person runs them.
 #include <fcntl.h>
 #include <signal.h>
-#include <stdio.h>
 #include <sys/stat.h>
 
 #include <fstream>
-#include <map>
 
 #include "atd.h"
 #include "platform/ftm_item.h"
 #include "platform/log.h"
 #include "platform/os.h"
 #include "platform/properties.h"
-#include "simulator/files.h"
 #include "tests/phone.h"
 
 namespace fs = std::filesystem;
@@ -44,29 +41,19 @@ class PhoneFolder : public Phone {
     return path;
   }
 
-  std::string content(const std::string& path) {
-    std::string text;
-    sim::read_file(path, &text);
-    return text;
+  // Puts a link into the phone at a name, to the outside's folder when the name ends in "/", or else to its file; or a
+  // pipe where no start of the link is given. Gives the planted path.
+  std::string plant(std::string name, const std::string& start) {
+    const bool folder = name.ends_with('/');
+    if (folder) name.pop_back();
+    const std::string path = place(name);
+    if (start.empty()) EXPECT_EQ(0, mkfifo(path.c_str(), 0600));
+    else fs::create_symlink(start + (folder ? "/folder" : "/file"), path);
+    return path;
   }
 
-  // What lies outside, with its content.
-  std::map<std::string, std::string> around() {
-    std::map<std::string, std::string> result;
-    for (const auto& entry : fs::recursive_directory_iterator(outside_)) {
-      result[entry.path()] = entry.is_regular_file() ? content(entry.path()) : "";
-    }
-    return result;
-  }
-
-  // What a program of the desktop prints.
-  std::string output_of(const std::string& command) {
-    std::string text;
-    FILE* pipe = popen(command.c_str(), "re");
-    for (int c; (c = getc(pipe)) != EOF;) text += static_cast<char>(c);
-    pclose(pipe);
-    return text;
-  }
+  // What lies outside, with its modes and its content.
+  std::string around() { return output_of("find " + outside_ + " -ls -type f -exec cat {} +"); }
 
   void use_library() {
     char buffer[2048];
@@ -93,55 +80,22 @@ class PhoneFolder : public Phone {
 };
 
 // What the phone keeps for itself. A name that ends in "/" is a folder.
-constexpr const char* kOwn[] = {
-    "sim/",
-    "sim/items/",
-    "sim/items/9-20",
-    "sim/modem/",
-    "sim/modem/flight_mode",
-    "sim/efs/",
-    "sim/efs/nv/",
-    "sim/efs/nv/item",
-    "sim/lock",
-    "sim/boots",
-    "sim/power",
-    "sim/input.conf",
-    "sim/modem.conf",
-    "data/",
-    "data/property/",
-    "data/property/persist.sys.x",
-    "dev/log/",
-    "dev/log/main",
-    "dev/log/system",
-    "dev/log/system.1",
-    "dev/__properties__/",
-    "dev/__properties__/sys.x",
-    "dev/input/",
-    "dev/input/event2",
-    "dev/socket/",
-    "dev/socket/atd",
-    "system/",
-    "system/build.prop",
-    "system/bin/",
-    "system/bin/getprop",
-    "system/bin/rm",
-};
+constexpr char kOwn[] =
+    "sim/ sim/items/ sim/items/9-20 sim/modem/ sim/modem/flight_mode sim/efs/ sim/efs/nv/ sim/efs/nv/item "
+    "sim/lock sim/boots sim/power sim/input.conf sim/modem.conf data/ data/property/ data/property/persist.sys.x "
+    "dev/log/ dev/log/main dev/log/system dev/log/system.1 dev/__properties__/ dev/__properties__/sys.x "
+    "dev/input/ dev/input/event2 dev/socket/ dev/socket/atd system/ system/build.prop system/bin/ "
+    "system/bin/getprop system/bin/rm";
 
 // What the library and its commands use.
-constexpr const char* kOthers[] = {
-    "data/factory/", "data/tree/sub/", "data/tree/file", "data/tree/prop", "cache/", "storage/", "sys/", "mpt/",
-};
+constexpr char kOthers[] = "data/factory/ data/tree/sub/ data/tree/file data/tree/prop cache/ storage/ sys/ mpt/";
 
 TEST_F(PhoneFolder, TheOwnFilesAreNoLinksAndNoPipes) {
   const auto before = around();
-  for (std::string name : kOwn) {
-    const bool folder = name.ends_with('/');
-    if (folder) name.pop_back();
-    for (const bool pipe : {false, true}) {
+  for (const std::string& name : words(kOwn)) {
+    for (const std::string& start : {outside_, ""s}) {
       fs::remove_all(root_);
-      const std::string planted = place(name);
-      if (pipe) ASSERT_EQ(0, mkfifo(planted.c_str(), 0600));
-      else fs::create_symlink(outside_ + (folder ? "/folder" : "/file"), planted);
+      const std::string planted = plant(name, start);
       const std::string error = open_phone();
       if (device_) use_library();
       else EXPECT_EQ(0u, error.find(planted + ": ")) << error;
@@ -155,11 +109,7 @@ TEST_F(PhoneFolder, NoLinkLeadsTheLibraryOutside) {
   const auto before = around();
   for (const std::string& start : {outside_, "../../../../../../.." + outside_}) {
     fs::remove_all(root_);
-    for (std::string name : kOthers) {
-      const bool folder = name.ends_with('/');
-      if (folder) name.pop_back();
-      fs::create_symlink(start + (folder ? "/folder" : "/file"), place(name));
-    }
+    for (const std::string& name : words(kOthers)) plant(name, start);
     ASSERT_EQ("", open_phone());
     use_library();
     fs::create_directory(device().path("/data/plain"));
@@ -182,27 +132,23 @@ TEST_F(PhoneFolder, NoLinkOrPipeLeadsAToolOutside) {
   device_.reset();
   struct {
     const char *name, *tools[2];
-  } const rows[] = {
-      {"data/property/persist.sys.x", {"setprop persist.sys.x ours", "getprop persist.sys.x"}},
-      {"data/property", {"setprop persist.sys.x ours", "getprop persist.sys.x"}},
-      {"dev/__properties__/sys.x", {"setprop sys.x ours", "getprop"}},
-      {"dev/log/main", {"logcat -d", "logcat -c"}},
-      {"dev/log/main.1", {"logcat -d", "logcat -c"}},
-      {"dev/log", {"logcat -d", "logcat -c"}},
-  };
+  } const rows[] = {{"data/property/persist.sys.x", {"setprop persist.sys.x ours", "getprop persist.sys.x"}},
+                    {"data/property", {"setprop persist.sys.x ours", "getprop persist.sys.x"}},
+                    {"dev/__properties__/sys.x", {"setprop sys.x ours", "getprop"}},
+                    {"dev/log/main", {"logcat -d", "logcat -c"}},
+                    {"dev/log/main.1", {"logcat -d", "logcat -c"}},
+                    {"dev/log", {"logcat -d", "logcat -c"}}};
   for (const auto& row : rows) {
-    const std::string planted = place(row.name);
-    for (const char* target : {"/file", "/folder", ""}) {
-      fs::remove_all(planted);
-      if (*target) fs::create_symlink(outside_ + target, planted);
-      else ASSERT_EQ(0, mkfifo(planted.c_str(), 0600));
+    for (const auto& [end, start] : {std::pair{"", outside_}, {"/", outside_}, {"", ""s}}) {
+      fs::remove_all(place(row.name));
+      const std::string planted = plant(row.name + std::string(end), start);
       for (const char* tool : row.tools) {
         const std::string out = output_of("timeout 10 " + root_ + "/system/bin/" + tool + " 2>&1; echo $?");
-        EXPECT_TRUE(out.find("theirs") == out.npos && !out.ends_with("124\n")) << row.name << ", " << tool << out;
+        EXPECT_TRUE(!has(out, "theirs") && !out.ends_with("124\n")) << row.name << ", " << tool << out;
       }
       EXPECT_EQ(before, around()) << row.name;
+      fs::remove_all(planted);
     }
-    fs::remove_all(planted);
   }
 }
 
@@ -216,59 +162,64 @@ TEST_F(PhoneFolder, CommandsAreWordsQuotesPatternsAndOneOutput) {
     const char* command;
     int status;
     const char* out;
-  } const rows[] = {
-      {"echo one  'two  $x;' \"th'r'ee\"e > /data/out", 0, "one two  $x; th'r'eee\n"},
-      {"echo /data/logger/* /data/none* '/data/*'>/data/out", 0,
-       "/data/logger/a b /data/logger/c /data/logger/deep /data/logger/link /data/none* /data/*\n"},
-      {"echo data/l?gg[a-f]r/[!a]* /data/*/\".\"h*", 0, nullptr},
-      {"/system/bin/getprop ro.model.name > '/data/o'ut", 0, "SIM-1\n"},
-      {"cat /../data/logger/'a b' > /data/../../../data/out", 0, "x"},
-      {"> /data/out", 0, ""},
-      {"", 0, nullptr},
-      {"rm /data/logger/*", 1 << 8, nullptr},  // a folder is left
-      {"rm /data/none/*", 1 << 8, nullptr},
-      {"gcc --version", 127 << 8, nullptr},
-      {"sh -c ls", 127 << 8, nullptr},
-      {"/data/out", 126 << 8, nullptr},
-      {"echo x > /data/no/folder", 1 << 8, nullptr},
-      {"cat \\/etc/passwd", 2 << 8, nullptr},
-      {"X=; cat $X/etc/passwd", 2 << 8, nullptr},
-      {"X= cat", 2 << 8, nullptr},
-      {"cat \"$X/etc/passwd\"", 2 << 8, nullptr},
-      {"echo `ls`", 2 << 8, nullptr},
-      {"ls | cat", 2 << 8, nullptr},
-      {"ls && ls", 2 << 8, nullptr},
-      {"ls\nls", 2 << 8, nullptr},
-      {"cat < /data/out", 2 << 8, nullptr},
-      {"ls 2> /data/out", 2 << 8, nullptr},
-      {"ls >> /data/out", 2 << 8, nullptr},
-      {"ls > /data/out > /data/out2", 2 << 8, nullptr},
-      {"ls >", 2 << 8, nullptr},
-      {"ls > /data/o*", 2 << 8, nullptr},
-      {"ls ~/x", 2 << 8, nullptr},
-      {"ls /{data,etc}", 2 << 8, nullptr},
-      {"ls # all", 2 << 8, nullptr},
-      {"ls 'open", 2 << 8, nullptr},
-      {"cp --target-directory=/etc /data/out", 2 << 8, nullptr},
-      {"cp -t.. /data/out", 2 << 8, nullptr},
-  };
+  } const rows[] = {{"echo one  'two  $x;' \"th'r'ee\"e > /data/out", 0, "one two  $x; th'r'eee\n"},
+                    {"echo /data/logger/* /data/none* '/data/*'>/data/out", 0,
+                     "/data/logger/a b /data/logger/c /data/logger/deep /data/logger/link /data/none* /data/*\n"},
+                    {"echo data/l?gg[a-f]r/[!a]* > /data/out", 0, "data/logger/c data/logger/deep data/logger/link\n"},
+                    {"echo /data/logger/.* > /data/out", 0, "/data/logger/.hidden\n"},
+                    {"/system/bin/getprop ro.model.name > '/data/o'ut", 0, "SIM-1\n"},
+                    {"cat /../data/logger/'a b' > /data/../../../data/out", 0, "x"},
+                    {"> /data/out", 0, ""},
+                    {"", 0, ""},
+                    {"rm /data/logger/*", 1, ""},  // a folder is left
+                    {"rm /data/none/*", 1, ""},
+                    {"gcc --version", 127, ""},
+                    {"/data/out", 126, ""},
+                    {"echo x > /data/no/folder", 1, ""}};
   for (const auto& row : rows) {
-    const auto errors = device().logs.lines(LOG_ID_MAIN).size();
-    EXPECT_EQ(row.status, os_system(row.command)) << row.command;
+    EXPECT_EQ(row.status << 8, os_system(row.command)) << row.command;
     EXPECT_EQ(row.command, device().shell.history().back());
-    if (row.out) EXPECT_EQ(row.out, content(device().path("/data/out"))) << row.command;
-    if (row.status > 1 << 8) EXPECT_LT(errors, device().logs.lines(LOG_ID_MAIN).size()) << row.command;
+    EXPECT_EQ(row.out, content(device().path("/data/out"))) << row.command;
+  }
+  for (const char* refused : {"cat \\/etc/passwd",
+                              "X=; cat $X/etc/passwd",
+                              "X= cat",
+                              "cat \"$X/etc/passwd\"",
+                              "echo `ls`",
+                              "ls | cat",
+                              "ls && ls",
+                              "ls\nls",
+                              "cat < /data/out",
+                              "ls 2> /data/out",
+                              "ls >> /data/out",
+                              "ls > /data/out > /data/out2",
+                              "ls >",
+                              "ls > /data/o*",
+                              "ls /{data,etc}",
+                              "ls # all",
+                              "ls 'open",
+                              "cp --target-directory=/etc /data/out",
+                              "cp -tout /data/out",
+                              "cp -rL /data/logger /data/copy",
+                              "ls ~/x"}) {
+    const auto errors = device().logs.lines(LOG_ID_MAIN).size();
+    EXPECT_EQ(2 << 8, os_system(refused)) << refused;
+    EXPECT_LT(errors, device().logs.lines(LOG_ID_MAIN).size()) << refused;
   }
   EXPECT_EQ(1, device().logs.count(LOG_ID_MAIN, ANDROID_LOG_ERROR, "shell", "ls ~/x: refused: a home folder (~)"));
+  // What runs decides which words are paths, whatever its name here is.
+  fs::create_symlink("/bin/rm", root_ + "/data/echo");
+  EXPECT_EQ(0, os_system(("/data/echo -f " + outside_ + "/file").c_str()));
+  EXPECT_EQ(0, os_system("mkdir -p no/../../atd-escaped"));
+  EXPECT_TRUE(fs::exists(root_ + "/atd-escaped"));
   // The pattern took the files and the link itself, and left what a shell leaves.
   EXPECT_FALSE(fs::exists(device().path("/data/logger/c")) || fs::is_symlink(root_ + "/data/logger/link"));
   EXPECT_TRUE(fs::exists(device().path("/data/logger/.hidden")));
   EXPECT_EQ("theirs", content(outside_ + "/file"));
 
-  const char* const list[] = {"ls", "/data/logger", "../data", nullptr};
+  const char *const list[] = {"ls", "/data/logger", "../data", nullptr}, *const missing[] = {"sh", nullptr};
   EXPECT_EQ(0, os_run(list));
   EXPECT_EQ("ls /data/logger ../data", device().shell.history().back());
-  const char* const missing[] = {"sh", nullptr};
   EXPECT_EQ(-1, os_run(missing));
 }
 
@@ -284,7 +235,7 @@ TEST_F(PhoneFolder, ToolsFindThePhoneThatTheyLieIn) {
   tools = "cd /; '" + tools + "/system/bin/";
   EXPECT_EQ("", output_of(tools + "setprop' persist.sys.x 'a b'"));
   EXPECT_EQ("a b\n", output_of(tools + "getprop' persist.sys.x"));
-  EXPECT_NE(std::string::npos, output_of(tools + "logcat' -d -b main,system").find(" I Atd: seen by logcat\n"));
+  EXPECT_TRUE(has(output_of(tools + "logcat' -d -b main,system"), " I Atd: seen by logcat\n"));
 }
 
 TEST_F(PhoneFolder, ToolsAreRenewedUnlessAPersonEditedThem) {
@@ -308,18 +259,14 @@ TEST_F(PhoneFolder, LogFilesHoldLinesOnlyWhileThePhoneRuns) {
   SLOGI("one");
   const std::string file = root_ + "/dev/log/system";
   EXPECT_TRUE(output_of(root_ + "/system/bin/logcat -d").ends_with(" I Atd: one\n"));  // at once
-  device().logs.lines(LOG_ID_SYSTEM);                                                  // what it gives is in the file
-  EXPECT_TRUE(content(file).ends_with(" I Atd: one\n"));
   FILE* pipe = popen(("echo $$; exec " + root_ + "/system/bin/logcat -b system").c_str(), "re");
   char line[256] = "";
   const pid_t logcat = atoi(fgets(line, sizeof line, pipe));
   auto sees = [&](const std::string& text) {
-    while (fgets(line, sizeof line, pipe)) {
-      if (std::string(line).ends_with(text)) return true;
+    while (fgets(line, sizeof line, pipe) && !has(line, text)) {
     }
-    return false;
+    return has(line, text);
   };
-  EXPECT_TRUE(sees(" I Atd: one\n"));
   SLOGI("two");
   EXPECT_TRUE(sees(" I Atd: two\n"));
   for (int i = 0; !fs::exists(file + ".1"); ++i) SLOGI("line %d", i);
@@ -327,7 +274,7 @@ TEST_F(PhoneFolder, LogFilesHoldLinesOnlyWhileThePhoneRuns) {
   EXPECT_TRUE(sees(" I Atd: after the file was full\n"));
   EXPECT_EQ("", output_of(root_ + "/system/bin/logcat -c"));
   SLOGI("after the buffer was cleared");
-  device().logs.lines(LOG_ID_SYSTEM);
+  device().logs.lines(LOG_ID_SYSTEM);  // what it gives is in the file
   EXPECT_TRUE(content(file).ends_with(" I Atd: after the buffer was cleared\n"));
   EXPECT_TRUE(sees(" I Atd: after the buffer was cleared\n"));
   kill(logcat, SIGTERM);
