@@ -44,9 +44,6 @@ void check(bool good) {
 using Exchange = int (*)(const char*, int, char*, int*);
 constexpr Exchange kExchanges[] = {
     write_tav_idde,
-    read_tav_impl,
-    read_tav_pid,
-    write_tav_pid,
     [](const char* data, int size, char* out, int* length) { return write_tav_imei(116, data, size, out, length); },
     [](const char* data, int size, char* out, int* length) {
       return get_tav_data_from_modem(9, data, size, out, length);
@@ -54,7 +51,6 @@ constexpr Exchange kExchanges[] = {
     [](const char*, int, char* out, int*) { return read_pid(out); },
     [](const char* data, int, char*, int*) { return write_pid(data); },
     [](const char*, int, char*, int*) { return imei_check_on_boot(); },
-    [](const char*, int, char*, int*) { return meid_check_on_boot(); },
     [](const char* data, int, char*, int*) { return campreq(atoi(data)); },
     [](const char* data, int, char* out, int*) {
       std::string argument = data;
@@ -62,7 +58,6 @@ constexpr Exchange kExchanges[] = {
       return campreq(arguments, 2, out);
     },
     [](const char* data, int, char*, int*) { return tav_reset_production(atoi(data)); },
-    [](const char*, int, char*, int*) { return system_efs_sync(); },
     [](const char* data, int size, char*, int*) { return send_modem_data(data, size); },
     [](const char* data, int, char*, int*) { return efs_open(data, 0, 0); },
     [](const char* data, int, char*, int*) { return efs_unlink(data); },

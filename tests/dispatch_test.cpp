@@ -1,7 +1,5 @@
 // The opcode table: every number, every payload, every failure of the calls below it.
 #include <random>
-#include <set>
-
 #include <tuple>
 
 #include "atd.h"
@@ -19,10 +17,7 @@ class DispatchTest : public Phone {
  protected:
   // Runs one request on a record that nobody has cleared, with canaries around it.
   rzcmd_response run(int opcode, const std::string& payload = {}, int length = -1) {
-    rzcmd_request req = {};
-    req.opcode = opcode;
-    req.data_len = length == -1 ? static_cast<int>(payload.size()) : length;
-    payload.copy(req.data, sizeof req.data);
+    rzcmd_request req = request_of(opcode, payload, length);
     struct {
       char before[64];
       rzcmd_response rsp;
@@ -72,6 +67,10 @@ TEST_F(DispatchTest, EveryOpcodeWithEveryPayload) {
     check(opcode, run(opcode, "1", INT32_MIN));
   }
   for (const std::string& what : device().power.history()) EXPECT_TRUE(what.starts_with("refused ")) << what;
+  rzcmd_response rsp;
+  respond_text(&rsp, std::string(2048, 'x').c_str(), 1);
+  EXPECT_EQ(2047, rsp.data_len);
+  EXPECT_EQ(std::string(2047, 'x'), rsp.data);
 }
 
 TEST_F(DispatchTest, EveryOpcodeWithEachCallBelowItFailing) {
@@ -90,20 +89,9 @@ TEST_F(DispatchTest, EveryOpcodeWithEachCallBelowItFailing) {
   }
 }
 
-TEST(Response, ATextIsCutAndTerminated) {
-  rzcmd_response rsp;
-  memset(&rsp, 0xA5, sizeof rsp);
-  respond_text(&rsp, std::string(2048, 'x').c_str(), 1);
-  EXPECT_EQ(1, rsp.result);
-  EXPECT_EQ(2047, rsp.data_len);
-  EXPECT_EQ(std::string(2047, 'x'), rsp.data);
-}
-
-TEST_F(DispatchTest, NamesAreUniqueAndFindTheirRow) {
-  std::set<std::string> names;
+TEST_F(DispatchTest, EveryNameFindsItsRow) {
   for (const Opcode& row : opcodes()) {
-    EXPECT_TRUE(names.insert(row.name).second) << row.name;
-    EXPECT_EQ(&row, find_opcode(row.name));
+    EXPECT_EQ(&row, find_opcode(row.name)) << "another row has the name " << row.name;
     EXPECT_EQ(&row, find_opcode(row.number));
   }
   EXPECT_EQ(nullptr, find_opcode("nothing"));
@@ -124,7 +112,6 @@ struct Case {
 
 const Case kCases[] = {
     {"serial number", 4010, "", 9, "ABCDEF123456", 0, "ABCDEF123456", "ABCDEF123456"},
-    {"short serial number", 4010, "", 9, "AB\0\0\0\0\0\0\0\0\0\0"s, 0, "AB", "AB\0\0\0\0\0\0\0\0\0\0"s},
     {"no serial number", 4010, "", 9, std::string(12, '\0'), 0, "0", std::string(12, '\0')},
     {"msn", 4015, "", 18, "0123456789ABCDEF", 0, "0123456789ABCDEF", "0123456789ABCDEF"},
     {"manufacture date", 4016, "", 19, "20260131\0\0\0\0\0\0\0\0"s, 0, "20260131", "20260131\0\0\0\0\0\0\0\0"s},
@@ -145,12 +132,8 @@ const Case kCases[] = {
     {"wine IME without a value", 3201, "", 75, "\x02", 0, "", "\0"s},
     {"charger skip asked, set", 4003, "2", 10, "\x05", 1, "", "\x05"},
     {"charger skip asked, not set", 4003, "2", 10, "\0"s, 0, "", "\0"s},
-    {"charger skip set", 4003, "257", 10, "\0"s, 0, "", "\x01"},
-    {"charger skip without a number", 4003, "", 10, "\x01", 1, "", "\x01"},
     {"charger skip with half a number", 4003, "2x", 10, "\0"s, 1, "", "\0"s},
-    {"charger skip with spaces and a line end", 4003, "  +3 \r\n", 10, "\0"s, 0, "", "\x03"},
-    {"charger skip asked with a line end", 4003, "2\n", 10, "\x05", 1, "", "\x05"},
-    {"charger skip with two numbers", 4003, "2 3", 10, "\0"s, 1, "", "\0"s},
+    {"charger skip with spaces and a line end", 4003, "  +259 \r\n", 10, "\0"s, 0, "", "\x03"},
     {"charger skip with the line end first", 4003, "\n2", 10, "\x05", 1, "", "\x05"},
     {"charger skip with a lonely sign", 4003, "- 1", 10, "\0"s, 1, "", "\0"s},
     {"charger skip with 32 bits", 4003, "-2147483648", 10, "\x05", 0, "", "\0"s},

@@ -1,5 +1,6 @@
 #include <fstream>
 #include <map>
+#include <tuple>
 
 #include "atd.h"
 #include "factory/item_registry.h"
@@ -34,13 +35,7 @@ TEST_F(FactoryItemsTest, TheRegistryHasEveryItemAtItsLength) {
   EXPECT_EQ(254, get_int_ftm_by_index(252));
 }
 
-struct Flag {
-  unsigned index;
-  int (*get)();
-  int (*set)(int);
-};
-
-const Flag kFlags[] = {
+const std::tuple<unsigned, int (*)(), int (*)(int)> kFlags[] = {
     {2, get_factory_status, set_factory_status},
     {3, get_qem, set_qem},
     {10, get_charger_skip, set_charger_skip},
@@ -63,30 +58,30 @@ const Flag kFlags[] = {
 };
 
 TEST_F(FactoryItemsTest, FlagsKeepTheLowByte) {
-  for (const Flag& row : kFlags) {
-    SCOPED_TRACE(row.index);
-    if (row.set) EXPECT_EQ(0, row.set(0x1FF));
-    else device().items.set(row.index, "\xFF");
-    EXPECT_EQ("\xFF", device().items.get(row.index, 1));
-    if (row.get) EXPECT_EQ(255, row.get());
-    device().faults.fail("get_ftm_item " + std::to_string(row.index));
-    device().faults.fail("set_ftm_item " + std::to_string(row.index));
-    if (row.get) EXPECT_EQ(-1, row.get());
-    if (row.set) EXPECT_EQ(-1, row.set(1));
+  for (const auto& [index, get, set] : kFlags) {
+    SCOPED_TRACE(index);
+    if (set) EXPECT_EQ(0, set(0x1FF));
+    else device().items.set(index, "\xFF");
+    EXPECT_EQ("\xFF", device().items.get(index, 1));
+    if (get) EXPECT_EQ(255, get());
+    device().faults.fail("get_ftm_item " + std::to_string(index));
+    device().faults.fail("set_ftm_item " + std::to_string(index));
+    if (get) EXPECT_EQ(-1, get());
+    if (set) EXPECT_EQ(-1, set(1));
     device().faults.clear();
   }
+  EXPECT_EQ(255, qem_get_status) << "kept on success only";
+  device().items.set(3, "\x05");
+  EXPECT_EQ(5, get_qem());
+  EXPECT_EQ(5, qem_get_status);
+  EXPECT_EQ(0, set_qem(1));
+  EXPECT_EQ(1, qem_get_status);
   EXPECT_EQ(1, logged("set_workfrstmodeon_status:[511] "));
   EXPECT_EQ(1, logged("set_lcd_break_status:[511] "));
 }
 
-struct Buffer {
-  unsigned index;
-  int (*get)(char*);
-  int (*set)(const char*);
-  bool clears;
-};
-
-const Buffer kBuffers[] = {
+// The last column says whether an item is cleared before it is written.
+const std::tuple<unsigned, int (*)(char*), int (*)(const char*), bool> kBuffers[] = {
     {4, get_pid, set_pid, false},
     {11, get_lcd_cal_data, set_lcd_cal_data, false},
     {12, get_dload_factory_reset_flag_ftm_item, set_dload_factory_reset_flag_ftm_item, false},
@@ -111,29 +106,32 @@ const Buffer kBuffers[] = {
 };
 
 TEST_F(FactoryItemsTest, BuffersHaveTheirLength) {
-  for (const Buffer& row : kBuffers) {
-    SCOPED_TRACE(row.index);
-    const int length = kLengths.at(row.index);
+  for (const auto& [index, get, set, clears] : kBuffers) {
+    SCOPED_TRACE(index);
+    const int length = kLengths.at(index);
     std::string value(static_cast<size_t>(length), 'v'), read(static_cast<size_t>(length) + 1, '#');
     int calls = device().faults.calls();
-    if (row.set) EXPECT_EQ(0, row.set(value.data()));
-    else device().items.set(row.index, value);
-    if (row.set) EXPECT_EQ(row.clears ? 2 : 1, device().faults.calls() - calls);
-    EXPECT_EQ(0, row.get(read.data()));
+    if (set) EXPECT_EQ(0, set(value.data()));
+    else device().items.set(index, value);
+    if (set) EXPECT_EQ(clears ? 2 : 1, device().faults.calls() - calls);
+    EXPECT_EQ(0, get(read.data()));
     EXPECT_EQ(value + "#", read);
-    if (!row.set) continue;
+    if (!set) continue;
     // Of an item that is cleared first, nothing more is written when that fails, and zeros stay when the rest fails.
     device().faults.fail_nth(1);
-    EXPECT_EQ(-1, row.set(std::string(value.size(), 'w').data()));
-    EXPECT_EQ(value, device().items.get(row.index, length));
+    EXPECT_EQ(-1, set(std::string(value.size(), 'w').data()));
+    EXPECT_EQ(value, device().items.get(index, length));
     device().faults.fail_nth(2);
-    EXPECT_EQ(row.clears ? -1 : 0, row.set(value.data()));
-    if (row.clears) EXPECT_EQ(std::string(value.size(), '\0'), device().items.get(row.index, length));
+    EXPECT_EQ(clears ? -1 : 0, set(value.data()));
+    if (clears) EXPECT_EQ(std::string(value.size(), '\0'), device().items.get(index, length));
     device().faults.clear();
     device().faults.fail("get_ftm_item");
-    EXPECT_EQ(-1, row.get(read.data()));
+    EXPECT_EQ(-1, get(read.data()));
     device().faults.clear();
   }
+  EXPECT_EQ(1, logged("Set ftm Error! Item : 12"));
+  EXPECT_EQ(1, logged(ANDROID_LOG_ERROR, "Fail to get_diag_enable_status_to_misc"));
+  EXPECT_EQ(1, logged(ANDROID_LOG_ERROR, "Fail to set_diag_enable_status_to_misc"));
   EXPECT_EQ(200u, device().clock.slept());  // only the automatic-test set waits, 100 us each time
 }
 
@@ -158,20 +156,16 @@ TEST_F(FactoryItemsTest, FactoryStatusThreeRemovesTheAgreements) {
 TEST_F(FactoryItemsTest, TraceKeepsEveryStatusUntilItIsFull) {
   for (int value : {0, 1, 12, 3}) EXPECT_EQ(0, set_frst_trace(value));
   EXPECT_EQ(1, logged("trace value : 0>1>1>2>3>"));
-  struct {
-    size_t length;
-    int value;
-    std::string text;
-  } const rows[] = {
+  const std::tuple<size_t, int, std::string> rows[] = {
       {2046, 5, std::string(2046, '1') + "5"},
       {2046, 45, std::string(2046, '1') + "4"},
       {2047, 6, "6"},
       {2048, 6, "6"},
   };
-  for (const auto& row : rows) {
-    device().items.set_text(79, 2048, std::string(row.length, '1'));
-    EXPECT_EQ(0, set_frst_trace(row.value));
-    EXPECT_EQ(row.text, device().items.get(79, 2048).c_str()) << row.length;
+  for (const auto& [length, value, text] : rows) {
+    device().items.set_text(79, 2048, std::string(length, '1'));
+    EXPECT_EQ(0, set_frst_trace(value));
+    EXPECT_EQ(text, device().items.get(79, 2048).c_str()) << length;
   }
   EXPECT_EQ(2, logged("Full RZFTM_FRST_TRACE, initialize this item"));
   device().faults.fail("get_ftm_item 79");
@@ -181,20 +175,6 @@ TEST_F(FactoryItemsTest, TraceKeepsEveryStatusUntilItIsFull) {
   EXPECT_EQ(-1, set_frst_trace(8));
   EXPECT_EQ(1, logged("Set ftm Error! Item : RZFTM_FRST_TRACE"));
   EXPECT_EQ(0, set_factory_status(4));  // the trace's failure stays its own
-}
-
-TEST_F(FactoryItemsTest, QemIsCachedOnSuccessOnly) {
-  EXPECT_EQ(0, set_qem(1));
-  EXPECT_EQ(1, qem_get_status);
-  device().faults.fail("set_ftm_item 3");
-  device().faults.fail("get_ftm_item 3");
-  EXPECT_EQ(-1, set_qem(0));
-  EXPECT_EQ(-1, get_qem());
-  EXPECT_EQ(1, qem_get_status);
-  device().faults.clear();
-  device().items.set(3, "\x05");
-  EXPECT_EQ(5, get_qem());
-  EXPECT_EQ(5, qem_get_status);
 }
 
 TEST_F(FactoryItemsTest, DigitsAndTheirLogLines) {
@@ -215,48 +195,32 @@ TEST_F(FactoryItemsTest, DigitsAndTheirLogLines) {
   device().items.set(3586, std::string(10, 'u'));
   EXPECT_EQ(0, get_os_upgrade_flag_ftm_item(text));
   EXPECT_STREQ("uuuuuuuuu", text);
-}
 
-TEST_F(FactoryItemsTest, FailuresThatAreLogged) {
-  char buffer[2048] = {};
-  device().faults.fail("set_ftm_item");
-  device().faults.fail("get_ftm_item");
-  device().faults.fail("init_ftm_item");
+  for (const char* call : {"set_ftm_item", "get_ftm_item", "init_ftm_item"}) device().faults.fail(call);
   EXPECT_EQ(-1, init_factory_item(0));
-  EXPECT_EQ(-1, set_dload_factory_reset_flag_ftm_item(buffer));
-  EXPECT_EQ(-1, get_diag_enable_status_from_misc(buffer));
-  EXPECT_EQ(-1, set_diag_enable_status_to_misc(buffer));
-  EXPECT_EQ(-1, set_os_upgrade_flag_ftm_item(buffer));
-  EXPECT_EQ(-1, get_devicetestp_result());
-  EXPECT_EQ(-1, get_string_ftm_by_index(79, buffer));
-  EXPECT_EQ(-1, get_int_ftm_by_index(2));
   EXPECT_EQ(1, logged(ANDROID_LOG_ERROR, "Failed to init ftm item"));
-  EXPECT_EQ(1, logged("Set ftm Error! Item : 12"));
-  EXPECT_EQ(1, logged(ANDROID_LOG_ERROR, "Fail to get_diag_enable_status_to_misc"));
-  EXPECT_EQ(1, logged(ANDROID_LOG_ERROR, "Fail to set_diag_enable_status_to_misc"));
+  EXPECT_EQ(-1, set_os_upgrade_flag_ftm_item(text));
   EXPECT_EQ(1, logged(ANDROID_LOG_ERROR, "Set ftm fail"));
+  EXPECT_EQ(-1, get_devicetestp_result());
+  EXPECT_EQ(-1, get_string_ftm_by_index(79, text));
+  EXPECT_EQ(-1, get_int_ftm_by_index(2));
 }
 
 TEST_F(FactoryItemsTest, APersonMayEditTheFiles) {
-  const struct {
-    std::string content, value;
-    int warnings;
-  } rows[] = {{"SN0123456789\n", "SN0123456789", 0},
-              {"SN012345678\n", "SN012345678\n", 0},
-              {"SN01\n", "SN01" + std::string(8, '\0'), 1},
-              {"", std::string(12, '\0'), 1},
-              {"SN0123456789\n\n", "SN0123456789", 1},
-              {"SN0123456789.", "SN0123456789", 1},
-              {"\n", std::string(12, '\0'), 1},
-              {"SN0123456789", "SN0123456789", 0},
-              {"\n", std::string(12, '\0'), 1}};
+  const std::tuple<std::string, std::string, int> rows[] = {{"SN0123456789\n", "SN0123456789", 0},
+                                                            {"SN012345678\n", "SN012345678\n", 0},
+                                                            {"SN01\n", "SN01" + std::string(8, '\0'), 1},
+                                                            {"", std::string(12, '\0'), 1},
+                                                            {"SN0123456789.", "SN0123456789", 1},
+                                                            {"SN0123456789", "SN0123456789", 0},
+                                                            {"\n", std::string(12, '\0'), 1}};
   auto warnings = [&] { return static_cast<int>(device().logs.lines(LOG_ID_MAIN).size()); };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.content);
-    std::ofstream(root_ + "/sim/items/9-12") << row.content;
+  for (const auto& [content, value, expected] : rows) {
+    SCOPED_TRACE(content);
+    std::ofstream(root_ + "/sim/items/9-12") << content;
     const int before = warnings();
-    for (int i = 0; i < 3; ++i) EXPECT_EQ(row.value, device().items.get(9, 12));
-    EXPECT_EQ(row.warnings, warnings() - before);
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(value, device().items.get(9, 12));
+    EXPECT_EQ(expected, warnings() - before);
   }
   EXPECT_EQ(1, device().logs.count(LOG_ID_MAIN, ANDROID_LOG_WARN, "ftm",
                                    "sim/items/9-12 has 5 bytes instead of 12: it is padded with NULs"));

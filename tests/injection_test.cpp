@@ -1,13 +1,17 @@
-// Keys and touches: written to the input devices, or asked of the platform.
+// Keys and touches: written to the input devices of the simulated phone, or asked of the platform.
+#include <fcntl.h>
+
 #include <functional>
 #include <thread>
-
 #include <tuple>
 
 #include "atd.h"
+#include "platform/os.h"
 #include "simulator/files.h"
 #include "tests/phone.h"
 #include "transport/at_socket.h"
+
+using namespace std::string_literals;
 
 // The write that is cut short, counted from now; 0 is none.
 static int g_short_write = 0;
@@ -19,6 +23,19 @@ extern "C" ssize_t __wrap_write(int fd, const void* bytes, size_t size) {
 
 namespace atd {
 namespace {
+
+const std::vector<std::string> kPress = {"3 53 10", "3 54 20", "3 48 12", "3 58 68", "3 57 0", "0 0 0"};
+const std::vector<std::string> kRelease = {"3 57 -1", "0 0 0"};
+
+// The events of a touch; each 'p' is a press, each 'r' a release.
+std::vector<std::string> touches(const std::string& reports) {
+  std::vector<std::string> result;
+  for (char report : reports) {
+    const auto& part = report == 'p' ? kPress : kRelease;
+    result.insert(result.end(), part.begin(), part.end());
+  }
+  return result;
+}
 
 class InjectionTest : public Phone {
  protected:
@@ -39,36 +56,20 @@ class InjectionTest : public Phone {
     return ctsa_send_event(const_cast<char*>(mode), const_cast<char*>(x), const_cast<char*>(y), nullptr);
   }
 
-  static ptrdiff_t descriptors() {
-    auto folder = std::filesystem::directory_iterator("/proc/self/fd");
-    return std::distance(begin(folder), end(folder));
-  }
-
   size_t seen_[7] = {};
 };
 
 TEST_F(InjectionTest, TouchModes) {
-  const std::vector<std::string> press = {"3 53 10", "3 54 20", "3 48 12", "3 58 68", "3 57 0", "0 0 0"};
-  const std::vector<std::string> release = {"3 57 -1", "0 0 0"};
   const std::tuple<const char*, const char*> rows[] = {{"0", "r"}, {"1", "p"}, {"2", "pr"}, {"3", "prpr"},
                                                        {"4", "p"}, {"5", "r"}, {"x", "r"}};
   for (const auto& [mode, reports] : rows) {
-    std::vector<std::string> wanted;
-    for (const char* report = reports; *report; ++report) {
-      const auto& part = *report == 'p' ? press : release;
-      wanted.insert(wanted.end(), part.begin(), part.end());
-    }
     EXPECT_EQ(0, touch(mode)) << mode;
-    EXPECT_EQ(wanted, written(1)) << mode;
+    EXPECT_EQ(touches(reports), written(1)) << mode;
   }
   EXPECT_EQ(7, logged("We need this device to send event : event1"));
   EXPECT_EQ(-1, touch("6"));
   EXPECT_EQ(1, logged(ANDROID_LOG_ERROR, "Not Supported"));
   EXPECT_TRUE(written(1).empty());
-
-  const auto before = descriptors();
-  for (int i = 0; i < 20; ++i) touch(i % 2 ? "2" : "6");
-  EXPECT_EQ(before, descriptors());
 
   device().faults.fail("ioctl");
   EXPECT_EQ(-1, touch("2"));
@@ -89,7 +90,9 @@ TEST_F(InjectionTest, SeveralThreadsTakeTurns) {
     threads.emplace_back([&] {
       for (int i = 0; i < 50; ++i) {
         EXPECT_EQ(0, touch("2"));
+        EXPECT_EQ(-1, touch("6"));
         send_key_native(116, 1);
+        send_key_native(500, 1);
         EXPECT_EQ(24, keypad_change_keycode(150));
         ckpd_mapping();
       }
@@ -97,22 +100,18 @@ TEST_F(InjectionTest, SeveralThreadsTakeTurns) {
   }
   for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(before, descriptors());
-  const std::vector<std::string> tap = {"3 53 10", "3 54 20", "3 48 12", "3 58 68",
-                                        "3 57 0",  "0 0 0",   "3 57 -1", "0 0 0"};
-  const auto all = written(1);
-  ASSERT_EQ(200 * tap.size(), all.size());
-  for (size_t i = 0; i < all.size(); ++i) ASSERT_EQ(tap[i % tap.size()], all[i]) << i;
+  std::string taps;
+  for (int i = 0; i < 200; ++i) taps += "pr";
+  EXPECT_EQ(touches(taps), written(1));
   EXPECT_EQ(400u, written(0).size());
 }
 
 TEST_F(InjectionTest, AShortWriteStopsNothingThatFollows) {
-  const std::vector<std::string> tap = {"3 53 10", "3 54 20", "3 48 12", "3 58 68",
-                                        "3 57 0",  "0 0 0",   "3 57 -1", "0 0 0"};
   for (int nth = 1; nth <= 8; ++nth) {
     g_short_write = nth;
     // Only the end of a report counts.
     EXPECT_EQ(nth == 6 || nth == 8 ? -1 : 0, touch("2")) << nth;
-    auto rest = tap;
+    auto rest = touches("pr");
     rest.erase(rest.begin() + nth - 1);
     EXPECT_EQ(rest, written(1)) << nth;
     EXPECT_EQ(nth, logged(ANDROID_LOG_ERROR, "Write Failed.")) << nth;
@@ -126,18 +125,49 @@ TEST_F(InjectionTest, AShortWriteStopsNothingThatFollows) {
   }
 }
 
-TEST_F(InjectionTest, TheLastDeviceAndItsLastKey) {
-  ASSERT_TRUE(sim::write_file(root_ + "/sim/input.conf", "event6 key 767\nevent6 axis 53\nevent7 key 700\n"));
+TEST_F(InjectionTest, DevicesFollowTheirFile) {
+  ASSERT_TRUE(sim::write_file(root_ + "/sim/input.conf",
+                              "event6 key 766-767 0x10\nevent6 axis 53\nevent7 key 700\n"
+                              "event32 key 1\nevent0 wheel 1\nevent0 key 768\nevent0 axis 5-4\n"
+                              "event0 axis 2-\nevent0 axis KEY_POWER\n"));
+  EXPECT_EQ(0, send_key_native(766, 1));
   EXPECT_EQ(0, send_key_native(767, 1));
   EXPECT_EQ(0, touch("5"));
-  EXPECT_EQ((std::vector<std::string>{"1 767 1", "0 0 0", "3 57 -1", "0 0 0"}), written(6));
+  EXPECT_EQ((std::vector<std::string>{"1 766 1", "0 0 0", "1 767 1", "0 0 0", "3 57 -1", "0 0 0"}), written(6));
   EXPECT_EQ(0, send_key_native(700, 1));
-  EXPECT_EQ(1, logged(ANDROID_LOG_ERROR, "Can't find fd!"));
+  EXPECT_EQ(0, send_key_native(116, 1));
+  EXPECT_EQ(2, logged(ANDROID_LOG_ERROR, "Can't find fd!"));
+  auto codes = [](const std::string& what, const char* last, const char* name) {
+    return " is not a code of " + what + ": write a number from 0 to " + last +
+           ", a range such as 2-11, or a name such as " + name;
+  };
+  const std::string axis = codes("an axis", "63", "ABS_MT_POSITION_X"), key = codes("a key", "767", "KEY_POWER");
+  for (const std::string& text : {"1: '0x10'" + key, "4: 'event32' is not a device: write event0 to event31"s,
+                                  "5: 'wheel' after the device: write name, key or axis"s, "6: '768'" + key,
+                                  "7: '5-4'" + axis, "8: '2-'" + axis, "9: 'KEY_POWER'" + axis}) {
+    EXPECT_EQ(1, device().logs.count(LOG_ID_MAIN, ANDROID_LOG_ERROR, "input", "sim/input.conf:" + text)) << text;
+  }
+}
+
+TEST_F(InjectionTest, EventsAreShownAndEndWithTheBoot) {
+  const int fd = open(device_path("/dev/input/event1"), O_WRONLY | O_APPEND | O_CLOEXEC);
+  const InputEvent odd = {1, 2, 0xffff, 0xfffe, INT32_MIN};
+  EXPECT_EQ(0, touch("0"));
+  EXPECT_EQ(16, __real_write(fd, &odd, sizeof odd));
+  EXPECT_EQ(7, __real_write(fd, "a part\n", 7));
+  close(fd);
+  EXPECT_EQ(
+      "type 3 (EV_ABS), code 57 (ABS_MT_TRACKING_ID), value -1\n"
+      "-------------- SYN_REPORT ------------\n"
+      "type 65535 (?), code 65534 (?), value -2147483648\n",
+      device().input.decode(1));
+  device().reboot();
+  EXPECT_EQ("", device().input.decode(1));
+  EXPECT_EQ("", device().input.decode(9)) << "a device that does not exist";
 }
 
 TEST_F(InjectionTest, NativeKeysGoToTheDeviceThatHasThem) {
   EXPECT_EQ(0, send_key_native(116, 1));  // power
-  const auto before = descriptors();
   EXPECT_EQ((std::vector<std::string>{"1 116 1", "0 0 0"}), written(0));
   EXPECT_EQ(0, send_key_native(2, 0));  // digit 1
   EXPECT_EQ((std::vector<std::string>{"1 2 0", "0 0 0"}), written(2));
@@ -149,7 +179,6 @@ TEST_F(InjectionTest, NativeKeysGoToTheDeviceThatHasThem) {
   }
   EXPECT_EQ(5, logged(ANDROID_LOG_ERROR, "Can't find fd!"));
   EXPECT_EQ(6, logged("Closed input0"));
-  EXPECT_EQ(before, descriptors());
 }
 
 // The codes that have a key number, each as "code=number ".
@@ -210,11 +239,8 @@ TEST_F(PlatformKeys, EveryCharacterHasItsKey) {
 }
 
 TEST_F(PlatformKeys, PressesAndReleases) {
-  struct {
-    std::function<int()> send;
-    std::vector<std::tuple<int, int, int>> requests;  // opcode, key number, the answer's result
-    int result;
-  } const rows[] = {
+  // Each request is opcode, key number and the answer's result.
+  const std::tuple<std::function<int()>, std::vector<std::tuple<int, int, int>>, int> rows[] = {
       {[] { return SendKey('\5'); }, {{1202, 5, 7}}, 7},
       {[] { return SendKey('\5', 5); }, {{1203, 5, 0}, {1204, 5, 0}}, 0},
       {[] { return SendKey('\5', 0); }, {{1203, 5, 0}, {1204, 5, 6}}, 6},
@@ -223,11 +249,12 @@ TEST_F(PlatformKeys, PressesAndReleases) {
       {[] { return SendKey(0, '\6'); }, {{1203, 6, 7}}, 7},
   };
   for (const auto& row : rows) {
+    const auto& [send, requests, expected] = row;
     int result = -1;
-    std::thread sender([&] { result = row.send(); });
-    for (const auto& [opcode, key, answered] : row.requests) EXPECT_EQ(std::pair(opcode, key), answer(answered));
+    std::thread sender([&result, &send = send] { result = send(); });
+    for (const auto& [opcode, key, answered] : requests) EXPECT_EQ(std::pair(opcode, key), answer(answered));
     sender.join();
-    EXPECT_EQ(row.result, result) << "row " << &row - rows;
+    EXPECT_EQ(expected, result) << "row " << &row - rows;
   }
   EXPECT_EQ(500'000u, device().clock.slept());
 }

@@ -48,6 +48,11 @@ class Phone : public testing::Test {
   int logged(int priority, const std::string& text) { return device().logs.count(priority, text); }
   int logged(const std::string& text) { return logged(ANDROID_LOG_INFO, text); }
 
+  // How many files this program has open.
+  static ptrdiff_t descriptors() {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), std::filesystem::directory_iterator());
+  }
+
   std::string root_;
   std::unique_ptr<sim::SimulatedDevice> device_;
 };
@@ -124,14 +129,19 @@ inline std::string encoded(const void* bytes, size_t length) {
   return to_base64({static_cast<const char*>(bytes), length});
 }
 
-// The base64 text of a request with its payload; `length` of -1 says the payload's own in data_len.
-inline std::string request_text(int opcode, const std::string& payload = {}, int length = -1) {
+// A request with its payload; `length` of -1 says the payload's own in data_len.
+inline rzcmd_request request_of(int opcode, const std::string& payload, int length = -1) {
   rzcmd_request req = {};
   req.opcode = opcode;
   req.data_len = length == -1 ? static_cast<int>(payload.size()) : length;
   payload.copy(req.data, sizeof req.data);
-  const size_t size = kRequestHeaderSize + std::min(payload.size(), sizeof req.data);
-  return encoded(&req, size);
+  return req;
+}
+
+// Its base64 text.
+inline std::string request_text(int opcode, const std::string& payload = {}, int length = -1) {
+  const rzcmd_request req = request_of(opcode, payload, length);
+  return encoded(&req, kRequestHeaderSize + std::min(payload.size(), sizeof req.data));
 }
 
 // The record in a 210 message; an impossible one when it is something else.

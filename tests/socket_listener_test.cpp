@@ -3,6 +3,7 @@
 #include <sysutils/SocketListener.h>
 
 #include <thread>
+#include <tuple>
 
 #include "simulator/door/sysutils/socket_path.h"
 #include "tests/phone.h"
@@ -52,32 +53,26 @@ class SocketService : public Phone {
     ssize_t got = recv(pair_[1], bytes.data(), bytes.size(), size ? MSG_WAITALL : 0);
     return bytes.substr(0, static_cast<size_t>(std::max<ssize_t>(0, got)));
   }
-  static ptrdiff_t descriptors() {
-    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), std::filesystem::directory_iterator());
-  }
-
   int pair_[2];
   std::string bound_;
   ino_t inode_;
 };
 
 TEST_F(SocketService, MessagesOnTheWire) {
-  struct {
-    int code, error, number;  // 0: none
-    const char *text, *wire;
-  } const rows[] = {
+  // Code, error and number; 0 is none.
+  const std::tuple<int, int, int, const char*, std::string> rows[] = {
       {200, 0, 0, "AT Command Start", "200 AT Command Start"},
       {605, ENOENT, 0, "AT+X", "605 AT+X (No such file or directory)"},
       {200, 0, 7, "OK", "200 7 OK"},
       {-1, EPERM, -2, "", "-1 -2  (Operation not permitted)"},
   };
-  for (const auto& row : rows) {
-    SocketClient client(pair_[0], false, row.number != 0);
+  for (const auto& [code, error, number, text, wire] : rows) {
+    SocketClient client(pair_[0], false, number != 0);
     EXPECT_EQ(getpid(), client.getPid());
-    client.setCmdNum(row.number);
-    errno = row.error;
-    EXPECT_EQ(0, client.sendMsg(row.code, row.text, row.error != 0));
-    EXPECT_EQ(std::string(row.wire) + '\0', received());
+    client.setCmdNum(number);
+    errno = error;
+    EXPECT_EQ(0, client.sendMsg(code, text, error != 0));
+    EXPECT_EQ(wire + '\0', received());
   }
 }
 
@@ -153,25 +148,21 @@ TEST_F(SocketService, StartsStopsAndBindsItsFile) {
 TEST_F(SocketService, TakesTheSocketThatInitHandsOver) {
   int fd = bound_socket();
   const std::string number = std::to_string(fd);
-  const std::pair<std::string, int> rows[] = {{"", EINVAL},
-                                              {"x", EINVAL},
-                                              {"-1", EINVAL},
-                                              {"-0", EINVAL},
-                                              {number + "x", EINVAL},
-                                              {" " + number, EINVAL},
-                                              {"+" + number, EINVAL},
-                                              {"4294967299", EINVAL},
-                                              {"1000000", EBADF},
-                                              {std::to_string(pair_[0]), EINVAL},
-                                              {number, 0}};  // bound and not listening yet
+  const std::pair<std::vector<std::string>, int> rows[] = {
+      {{"", "x", "-1", "-0", number + "x", " " + number, "+" + number, "4294967299", std::to_string(pair_[0])}, EINVAL},
+      {{"1000000"}, EBADF},
+      {{number}, 0},  // bound and not listening yet
+  };
   Service holder("held", true);
   __android_log_print(ANDROID_LOG_INFO, "test", "opens the buffer that failures are logged to");
   const auto before = descriptors();
-  for (const auto& [value, error] : rows) {
-    EXPECT_EQ(before, descriptors());
-    EXPECT_EQ(0, fcntl(fd, F_SETFD, 0));
-    setenv("ANDROID_SOCKET_held", value.c_str(), 1);
-    EXPECT_EQ(error, holder.start()) << "'" << value << "'";
+  for (const auto& [values, error] : rows) {
+    for (const std::string& value : values) {
+      EXPECT_EQ(before, descriptors());
+      EXPECT_EQ(0, fcntl(fd, F_SETFD, 0));
+      setenv("ANDROID_SOCKET_held", value.c_str(), 1);
+      EXPECT_EQ(error, holder.start()) << "'" << value << "'";
+    }
   }
   unsetenv("ANDROID_SOCKET_held");
   EXPECT_EQ(FD_CLOEXEC, fcntl(fd, F_GETFD));

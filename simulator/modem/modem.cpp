@@ -67,14 +67,7 @@ void Modem::set_answer(int opcode, const std::string& data, int status) {
 
 void Modem::set_raw_answer(int opcode, const rzcmd_response& response) {
   std::lock_guard guard(lock_);
-  prepared_[opcode].always = response;
-}
-
-void Modem::set_answers(int opcode, const std::vector<std::string>& data) {
-  std::lock_guard guard(lock_);
-  std::deque<rzcmd_response>& next = prepared_[opcode].next;
-  next.clear();
-  for (const std::string& one : data) next.push_back(filled(one, 0));
+  prepared_[opcode] = response;
 }
 
 void Modem::clear_answers() {
@@ -85,11 +78,7 @@ void Modem::clear_answers() {
 std::optional<rzcmd_response> Modem::prepared_locked(int opcode) {
   const auto found = prepared_.find(opcode);
   if (found == prepared_.end()) return std::nullopt;
-  Prepared& prepared = found->second;
-  if (prepared.next.empty()) return prepared.always;
-  rzcmd_response response = prepared.next.front();
-  prepared.next.pop_front();
-  return response;
+  return found->second;
 }
 
 std::vector<ModemRequest> Modem::requests() const {

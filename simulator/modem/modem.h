@@ -51,13 +51,10 @@ class Modem {
   // the first 2048, and a length that promises all of it.
   void set_answer(int opcode, const std::string& data, int status = 0);
 
-  // The same for the next requests of an opcode, one answer each; then everything is as before.
-  void set_answers(int opcode, const std::vector<std::string>& data);
-
   // Answers an opcode with this very record from now on; whatever it says, the request counts as sent and answered.
   void set_raw_answer(int opcode, const rzcmd_response& response);
 
-  // Takes back what the three above have set.
+  // Takes back what the two above have set.
   void clear_answers();
 
   // The last 10000 requests that were handed over, oldest first, answered or not.
@@ -71,11 +68,6 @@ class Modem {
   int request(const rzcmd_request& request, rzcmd_response* response);
 
  private:
-  struct Prepared {
-    std::deque<rzcmd_response> next;
-    std::optional<rzcmd_response> always;
-  };
-
   void disconnect_locked();
   void restart_locked();
   std::optional<rzcmd_response> prepared_locked(int opcode);
@@ -91,7 +83,7 @@ class Modem {
   int fail_in_ = 0;      // requests until one fails, counting it
   int fail_inits_ = 0;
   int delay_ms_ = 0;
-  std::map<int, Prepared> prepared_;
+  std::map<int, rzcmd_response> prepared_;
   std::deque<ModemRequest> requests_;
 };
 
