@@ -265,6 +265,9 @@ TEST_F(ControlTest, AnswersOrRefusesWhateverComes) {
   Caller caller(root_);
   caller.say({"property", "x"});
   EXPECT_EQ("\xfe\xff\n", caller.next().out);
+  Caller program(root_);
+  program.say({"property", "x"}, true);
+  EXPECT_TRUE(has(program.next().out, R"("value":{"hex":"feff"})"));
 }
 
 TEST_F(ControlTest, FollowsTheLogUntilItHangsUp) {

@@ -6,6 +6,20 @@
 
 namespace atd::sim {
 
+namespace {
+
+// The same with {"hex": ...} for texts that are not UTF-8, which JSON cannot hold.
+Json as_utf8(Json json) {
+  if (json.is_structured()) {
+    for (Json& part : json) part = as_utf8(part);
+  } else if (json.is_string() && !is_utf8(json.get_ref<const std::string&>())) {
+    json = Json{{"hex", to_hex(json.get_ref<const std::string&>())}};
+  }
+  return json;
+}
+
+}  // namespace
+
 const std::string& VerbCall::operator[](size_t i) const {
   static const std::string none;
   return i < arguments_.size() ? arguments_[i] : none;
@@ -26,7 +40,7 @@ bool VerbCall::number(size_t i, const char* what, long long lowest, long long hi
 
 bool VerbCall::answer(const std::string& text, const Json& json) {
   ControlReply reply;
-  reply.out = json_ ? json.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n" : text;
+  reply.out = json_ ? as_utf8(json).dump() + "\n" : text;
   return send_(reply);
 }
 
