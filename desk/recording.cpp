@@ -4,15 +4,12 @@
 
 #include <algorithm>
 #include <iterator>
-#include <nlohmann/json.hpp>
 
-#include "desk/words.h"
+#include "desk/json_bytes.h"
 
 namespace atd {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 // What an event of no bytes and no message is called.
 struct KindName {
@@ -22,23 +19,6 @@ struct KindName {
 
 constexpr KindName kKinds[] = {
     {Event::Kind::connect, "connect"}, {Event::Kind::disconnect, "disconnect"}, {Event::Kind::missed, "missed"}};
-
-// The text as it is, or {"hex": ...} where it is not UTF-8.
-Json text_or_hex(const std::string& text) { return is_utf8(text) ? Json(text) : Json{{"hex", to_hex(text)}}; }
-
-bool read_bytes(const Json& json, std::string* bytes) {
-  bytes->clear();
-  if (json.is_string()) {
-    *bytes = json.get<std::string>();
-    return true;
-  }
-  if (!json.is_object() || !json.contains("hex") || !json["hex"].is_string()) return false;
-  const std::string& text = json["hex"].get_ref<const std::string&>();
-  std::string_view rest = text;
-  while (take_hex_pair(&rest, bytes)) {
-  }
-  return rest.empty();
-}
 
 bool read_time(const Json& json, struct timespec* time) {
   if (!json.is_string()) return false;
@@ -72,9 +52,9 @@ std::string event_line(const Event& event) {
   json["client"] = event.client == 0 ? Json() : Json(event.client);
   if (event.kind == Event::Kind::message) {
     json["code"] = event.message.code == 0 ? Json() : Json(event.message.code);
-    json["text"] = text_or_hex(event.message.text);
+    json["text"] = to_json(event.message.text);
   } else if (event.kind == Event::Kind::input) {
-    json["bytes"] = text_or_hex(event.bytes);
+    json["bytes"] = to_json(event.bytes);
   }
   for (const KindName& row : kKinds) {
     if (row.kind == event.kind) json["event"] = row.name;
@@ -94,11 +74,11 @@ std::string parse_event(const std::string& line, Event* event) {
   if (!inward) {
     event->kind = Event::Kind::message;
     if (!read_number(field("code"), 0, &event->message.code)) return "\"code\" is not a number";
-    return read_bytes(field("text"), &event->message.text) ? "" : "\"text\" is neither a text nor {\"hex\": ...}";
+    return from_json(field("text"), &event->message.text) ? "" : "\"text\" is neither a text nor {\"hex\": ...}";
   }
   if (json.contains("bytes")) {
     event->kind = Event::Kind::input;
-    return read_bytes(json["bytes"], &event->bytes) ? "" : "\"bytes\" is neither a text nor {\"hex\": ...}";
+    return from_json(json["bytes"], &event->bytes) ? "" : "\"bytes\" is neither a text nor {\"hex\": ...}";
   }
   for (const KindName& row : kKinds) {
     if (field("event") != row.name) continue;

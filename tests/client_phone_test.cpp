@@ -41,14 +41,14 @@ Outcome atdctl_phone(const std::string& folder, Strings arguments, const std::st
 
 TEST(ClientPhone, WhatFollowsAVerbBelongsToIt) {
   const std::pair<Strings, const char*> kRows[] = {
-      {words("log -f --level error"), "{'json':false,'words':['log','-f','--level','error']}"},
-      {words("--json item get 5"), "{'json':true,'words':['item','get','5']}"},
-      {words("item --json get 5"), "{'json':true,'words':['item','get','5']}"},
-      {words("--timeout 9 clock advance -5"), "{'json':false,'words':['clock','advance','-5']}"},
-      {words("request 7 -- --json -- --help"), "{'json':false,'words':['request','7','--json','--','--help']}"},
-      {{"request", "7", "--timeout", "", "[a]"}, "{'json':false,'words':['request','7','--timeout','','[a]']}"},
-      {{"item", "set", "5", "\xff"}, "{'json':false,'words':['item','set','5',{'hex':'ff'}]}"},
-      {{"item", "import", "-"}, "{'input':'from\\n- stdin','json':false,'words':['item','import','-']}"}};
+      {words("log -f --level error"), "{'words':['log','-f','--level','error'],'json':false}"},
+      {words("--json item get 5"), "{'words':['item','get','5'],'json':true}"},
+      {words("item --json get 5"), "{'words':['item','get','5'],'json':true}"},
+      {words("--timeout 9 clock advance -5"), "{'words':['clock','advance','-5'],'json':false}"},
+      {words("request 7 -- --json -- --help"), "{'words':['request','7','--json','--','--help'],'json':false}"},
+      {{"request", "7", "--timeout", "", "[a]"}, "{'words':['request','7','--timeout','','[a]'],'json':false}"},
+      {{"item", "set", "5", "\xff"}, "{'words':['item','set','5',{'hex':'ff'}],'json':false}"},
+      {{"item", "import", "-"}, "{'words':['item','import','-'],'json':false,'input':'from\\n- stdin'}"}};
   for (const auto& [arguments, request] : kRows) {
     FakePhone phone(kDone);
     Outcome outcome = atdctl_phone(phone.root(), arguments, "from\n- stdin");

@@ -2,18 +2,19 @@
 
 #include <algorithm>
 
+#include "desk/json_bytes.h"
 #include "desk/words.h"
 
 namespace atd::sim {
 
 namespace {
 
-// The same with {"hex": ...} for texts that are not UTF-8, which JSON cannot hold.
+// The same with the texts that are not UTF-8 in hex.
 Json as_utf8(Json json) {
   if (json.is_structured()) {
     for (Json& part : json) part = as_utf8(part);
-  } else if (json.is_string() && !is_utf8(json.get_ref<const std::string&>())) {
-    json = Json{{"hex", to_hex(json.get_ref<const std::string&>())}};
+  } else if (json.is_string()) {
+    json = to_json(json.get_ref<const std::string&>());
   }
   return json;
 }
