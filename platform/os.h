@@ -32,6 +32,10 @@ int os_clock_gettime(clockid_t clock, struct timespec* now);
 int os_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex, clockid_t clock,
                       const struct timespec* deadline);
 
+// Waits until a descriptor can be read, its end included, for at most that long; 1, 0 when the time is over, or -1 with
+// errno.
+int os_wait_readable(int fd, uint64_t microseconds);
+
 // Unmounts `target` with the flags of umount2; 0, or -1 with errno.
 int os_umount2(const char* target, int flags);
 

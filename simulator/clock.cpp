@@ -1,7 +1,10 @@
 #include "simulator/clock.h"
 
 #include <errno.h>
+#include <poll.h>
+#include <sys/eventfd.h>
 #include <time.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
@@ -58,8 +61,9 @@ void Clock::wake_overdue() {
     bool overdue = false;
     const uint64_t now = now_locked(CLOCK_MONOTONIC);
     for (const TimedWait& wait : timed_waits_) {
-      if (wait.end > now) continue;
-      pthread_cond_broadcast(wait.condition);
+      if (wait.end > now && !(released_ && !wait.condition)) continue;
+      if (wait.condition) pthread_cond_broadcast(wait.condition);
+      else eventfd_write(wait.event, 1);
       overdue = true;
     }
     if (overdue) changed_.wait_for(guard, std::chrono::milliseconds(1));
@@ -75,6 +79,7 @@ void Clock::hold_sleeps() {
 void Clock::release() {
   std::lock_guard guard(lock_);
   released_ = true;
+  if (!timed_waits_.empty()) start_waker_locked();
   changed_.notify_all();
 }
 
@@ -132,7 +137,7 @@ int Clock::timed_wait(pthread_cond_t* condition, pthread_mutex_t* mutex, clockid
     // What is left until the deadline may be negative.
     const int64_t left = static_cast<int64_t>(microseconds(*deadline)) - static_cast<int64_t>(now_locked(clock));
     const uint64_t end = now_locked(CLOCK_MONOTONIC) + static_cast<uint64_t>(left);
-    wait = timed_waits_.insert(timed_waits_.end(), {condition, end});
+    wait = timed_waits_.insert(timed_waits_.end(), {condition, -1, end});
     timed = !virtual_;
     // A deadline from before the clock was put ahead may lie before the desktop's clock began.
     if (timed) real_deadline = to_timespec(std::max(microseconds(*deadline), ahead_.load()) - ahead_);
@@ -148,6 +153,34 @@ int Clock::timed_wait(pthread_cond_t* condition, pthread_mutex_t* mutex, clockid
   timed_waits_.erase(wait);
   --waiters_;
   return result;
+}
+
+int Clock::wait_readable(int fd, uint64_t us) {
+  const int over = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+  if (over < 0) return -1;
+  std::unique_lock guard(lock_);
+  const auto wait = timed_waits_.insert(timed_waits_.end(), {nullptr, over, now_locked(CLOCK_MONOTONIC) + us});
+  if (virtual_) start_waker_locked();
+  ++waiters_;
+  changed_.notify_all();
+  struct pollfd ready[] = {{fd, POLLIN, 0}, {over, POLLIN, 0}};
+  int result = 0, error = 0;
+  // What comes after the deadline is late, even if nobody has looked before.
+  for (uint64_t now; !released_ && (now = now_locked(CLOCK_MONOTONIC)) < wait->end;) {
+    const struct timespec left = to_timespec(wait->end - now);
+    const bool timed = !virtual_;
+    guard.unlock();
+    result = ppoll(ready, 2, timed ? &left : nullptr, nullptr);
+    error = errno;
+    guard.lock();
+    if (result < 0 || (ready[0].revents != 0 && now_locked(CLOCK_MONOTONIC) < wait->end)) break;
+    result = 0;
+  }
+  timed_waits_.erase(wait);
+  --waiters_;
+  close(over);
+  errno = error;
+  return result > 0 ? 1 : result;
 }
 
 }  // namespace atd::sim

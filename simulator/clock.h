@@ -44,11 +44,13 @@ class Clock {
   int get(clockid_t clock, struct timespec* now);
   void sleep(uint64_t microseconds);
   int timed_wait(pthread_cond_t* condition, pthread_mutex_t* mutex, clockid_t clock, const struct timespec* deadline);
+  int wait_readable(int fd, uint64_t microseconds);
 
  private:
-  // A timed wait, and the time on the monotonic clock that ends it.
+  // A timed wait, what wakes it, and the time on the monotonic clock that ends it.
   struct TimedWait {
-    pthread_cond_t* condition;
+    pthread_cond_t* condition;  // null: an event wakes it
+    int event;
     uint64_t end;
   };
 

@@ -27,6 +27,7 @@ const std::vector<CallName>& call_names() {
       {Call::system, "system", "COMMAND"},
       {Call::run, "run", "PROGRAM"},
       {Call::clock_gettime, "clock_gettime", ""},
+      {Call::wait_readable, "wait_readable", ""},
       {Call::umount2, "umount2", "FOLDER"},
       {Call::statfs, "statfs", "PATH"},
       {Call::start_thread, "start_thread", ""},

@@ -31,6 +31,7 @@ enum class Call {
   system,
   run,
   clock_gettime,
+  wait_readable,
   umount2,
   statfs,
   start_thread,

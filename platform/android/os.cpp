@@ -2,6 +2,7 @@
 
 #include <cutils/sockets.h>
 #include <errno.h>
+#include <poll.h>
 #include <stdlib.h>
 #include <sys/ioctl.h>
 #include <sys/mount.h>
@@ -26,6 +27,13 @@ int os_clock_gettime(clockid_t clock, struct timespec* now) { return clock_getti
 int os_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex, clockid_t, const struct timespec* deadline) {
   // The condition itself knows its clock, by its attributes.
   return pthread_cond_timedwait(condition, mutex, deadline);
+}
+
+int os_wait_readable(int fd, uint64_t microseconds) {
+  struct pollfd ready = {fd, POLLIN, 0};
+  const struct timespec time = {static_cast<time_t>(microseconds / 1000000),
+                                static_cast<long>(microseconds % 1000000 * 1000)};
+  return ppoll(&ready, 1, &time, nullptr);
 }
 
 int os_umount2(const char* target, int flags) { return umount2(target, flags); }

@@ -70,6 +70,11 @@ int os_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex, clockid
   return SimulatedDevice::current().clock.timed_wait(condition, mutex, clock, deadline);
 }
 
+int os_wait_readable(int fd, uint64_t microseconds) {
+  if (refuse(Call::wait_readable, {}, EINTR)) return -1;
+  return SimulatedDevice::current().clock.wait_readable(fd, microseconds);
+}
+
 int os_umount2(const char* target, int flags) {
   if (refuse(Call::umount2, target, EBUSY)) return -1;
   SimulatedDevice::current().shell.note("umount2 " + std::string(target) + " " + std::to_string(flags));
