@@ -25,5 +25,12 @@
 #include "factory/camping.h"            // camping on a band
 #include "factory/efs.h"                // the modem's file system
 #include "system/power.h"               // restart
+#include "devicetest/test_set.h"        // the set of the automatic test
+#include "devicetest/test_order.h"      // its order
+#include "devicetest/test_results.h"    // results and verdict
+#include "devicetest/fingerprint.h"     // tests of the fingerprint sensor
+#include "devicetest/touch_version.h"   // the touch firmware's version
+#include "devicetest/file_transfer.h"   // files for a host, in pieces
+#include "devicetest/misc_partition.h"  // bytes in a partition
 #include "reset/production_reset.h"     // production resets
 #include "dispatch/diag_tty.h"          // the diagnostic tty's switch

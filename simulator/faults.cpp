@@ -33,6 +33,9 @@ const std::vector<CallName>& call_names() {
       {Call::start_thread, "start_thread", ""},
       {Call::connect, "connect", "SOCKET"},
       {Call::sendmsg, "sendmsg", ""},
+      {Call::fingerprint, "fingerprint", "FUNCTION"},
+      {Call::unified_sysfs_read, "unified_sysfs_read", "NODE"},
+      {Call::unified_sysfs_write, "unified_sysfs_write", "NODE"},
   };
   return names;
 }

@@ -37,6 +37,9 @@ enum class Call {
   start_thread,
   connect,
   sendmsg,
+  fingerprint,
+  unified_sysfs_read,
+  unified_sysfs_write,
 };
 
 struct CallName {

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <deque>
+#include <map>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -25,6 +26,9 @@ class Shell {
   // is killed.
   int run(const std::vector<std::string>& arguments);
 
+  // Makes a program do nothing but end with this exit status, -1 for running again.
+  void set_exit(const std::string& program, int status);
+
   // Records what is done to the whole phone without a program, such as "sync".
   void note(const std::string& what) { record(what); }
 
@@ -40,6 +44,7 @@ class Shell {
   std::string root_;
   mutable std::mutex lock_;
   std::deque<std::string> history_;
+  std::map<std::string, int> exits_;  // of the programs that do not run
 };
 
 }  // namespace atd::sim

@@ -35,7 +35,15 @@ constexpr const char* kPlainFolders[] = {"/sim", "/data/property"};
 
 // The library's. A link of the phone may lead there.
 constexpr const char* kFolders[] = {
-    "/data/factory", "/dev/block/bootdevice/by-name", "/sys", "/proc", "/cache/recovery", "/storage", "/system/etc",
+    "/data/factory",
+    "/dev/block/bootdevice/by-name",
+    "/sys",
+    "/proc",
+    "/cache/recovery",
+    "/storage",
+    "/system/etc",
+    "/persist-rz/wdctime",
+    "/sys/devices/virtual/input/tav_touch",
 };
 
 constexpr const char* kBuildProperties =
@@ -47,6 +55,29 @@ constexpr const char* kBuildProperties =
     "ro.build.version.release=8.0.0\n";
 
 void fail(std::string* error, const std::string& what) { *error = what + ": " + strerror(errno); }
+
+// Files that a phone has from its factory on, with their sizes in bytes where they are partitions.
+struct FactoryFile {
+  const char* path;
+  const char* text;
+  off_t size;
+};
+constexpr FactoryFile kFactoryFiles[] = {
+    {"/dev/block/bootdevice/by-name/misc", "", 1 << 20},
+    {"/sys/devices/virtual/input/tav_touch/testmode_ver", "TAV_TOUCH_1.0\n", 0},
+};
+
+// Makes the files that a phone has from its factory on where they are missing; false with errno.
+bool make_files(const std::string& base) {
+  for (const FactoryFile& file : kFactoryFiles) {
+    const std::string path = resolve(base, file.path);
+    if (path.empty()) return false;
+    if (access(path.c_str(), F_OK) == 0) continue;
+    if (!write_file(path, file.text)) return false;
+    if (file.size > 0 && truncate(path.c_str(), file.size) != 0) return false;
+  }
+  return true;
+}
 
 // Makes the phone's folders; false with the reason when one cannot be made, or somebody has planted a link or a pipe
 // in the phone's own.
@@ -80,7 +111,7 @@ bool make_phone(const std::string& base, std::string* error) {
     const std::string path = resolve(base, folder);
     if (path.empty() || !make_folders(path)) return fail(error, base + folder), false;
   }
-  return true;
+  return make_files(base) || (fail(error, base), false);
 }
 
 }  // namespace
@@ -136,6 +167,7 @@ SimulatedDevice::SimulatedDevice(std::string root, int lock)
       items(root_, syncs_writes),
       modem(root_, syncs_writes, clock, faults),
       input(root_),
+      fingerprint(root_),
       power(root_),
       shell(root_) {
   SimulatedDevice* none = nullptr;

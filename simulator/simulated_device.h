@@ -11,6 +11,7 @@
 #include "simulator/factory_items.h"
 #include "simulator/faults.h"
 #include "simulator/files.h"
+#include "simulator/fingerprint.h"
 #include "simulator/host.h"
 #include "simulator/input/input.h"
 #include "simulator/logs.h"
@@ -73,6 +74,7 @@ class SimulatedDevice {
   FactoryItems items;
   Modem modem;
   Input input;
+  Fingerprint fingerprint;
   Power power;
   Shell shell;
   Sockets sockets;

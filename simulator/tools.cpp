@@ -101,7 +101,29 @@ done
 exit 0
 )sh";
 
+constexpr const char* kPm = R"sh(#!/bin/sh
+# pm install [-r] PACKAGE: puts a package into data/app.
+root=$(readlink -f "$0"); root=${root%/system/bin/*}
+for package; do :; done
+case $1 in
+  install) ;;
+  *) echo "pm: unknown command '$1'; known: install" >&2; exit 1 ;;
+esac
+[ -f "$package" ] || { echo "pm: no package $package" >&2; exit 1; }
+[ "$(readlink -f "$root/data")" = "$root/data" ] || { echo "pm: no folder $root/data" >&2; exit 1; }
+mkdir -p "$root/data/app" && cp --remove-destination "$package" "$root/data/app/" && echo Success
+)sh";
+
+constexpr const char* kAm = R"sh(#!/bin/sh
+# am start -n COMPONENT: says what it would start.
+case $1 in
+  start) shift; echo "Starting: Intent { $* }" ;;
+  *) echo "am: unknown command '$1'; known: start" >&2; exit 1 ;;
+esac
+)sh";
+
 constexpr Tool kTools[] = {
+    {"am", Paths::none, "", nullptr, kAm},
     {"cat", Paths::followed, "", nullptr, nullptr},
     {"chmod", Paths::followed, "Rf", nullptr, nullptr},
     {"cp", Paths::followed, "Rafpr", "--remove-destination", nullptr},  // without it, it writes through links
@@ -110,6 +132,7 @@ constexpr Tool kTools[] = {
     {"mkdir", Paths::followed, "p", nullptr, nullptr},
     {"rm", Paths::itself, "Rfr", nullptr, nullptr},
     {"rmdir", Paths::itself, "p", nullptr, nullptr},
+    {"pm", Paths::followed, "r", nullptr, kPm},
     {"getprop", Paths::none, "", nullptr, kGetprop},
     {"setprop", Paths::none, "", nullptr, kSetprop},
     {"logcat", Paths::followed, "bcdfv", nullptr, kLogcat},

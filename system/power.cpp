@@ -19,21 +19,43 @@ namespace {
 // Long enough to answer the request that asked for the restart.
 constexpr uint64_t kRebootDelayUs = 1000000;
 
-// Whether a restart waits for its moment: those asked for meanwhile are the same one.
-bool g_restart_pending = false;
-pthread_mutex_t g_restart_lock = PTHREAD_MUTEX_INITIALIZER;
+// How the phone's run ends.
+struct Ending {
+  unsigned command;
+  const char* reason;
+  const char* start_line;
+  const char* end_line;
+  bool pending;  // waits for its moment: what is asked for meanwhile is the same one
+};
+Ending g_restart = {ANDROID_RB_RESTART, nullptr, "start restart\n", "end restart\n", false};
+Ending g_aat = {ANDROID_RB_RESTART2, "aat_write", "start dload\n", "end reboot\n", false};
+pthread_mutex_t g_pending_lock = PTHREAD_MUTEX_INITIALIZER;
 
-void* restart(void*) {
-  SLOGI("start restart\n");
+void* carry_out(void* argument) {
+  Ending& ending = *static_cast<Ending*>(argument);
+  SLOGI("%s", ending.start_line);
+  if (ending.reason) os_sync();
   os_sleep_us(kRebootDelayUs);
   {
-    // A restart may be refused, so one that is asked for from here on is another one.
-    ScopedLock lock(g_restart_lock);
-    g_restart_pending = false;
+    // It may be refused, so one that is asked for from here on is another one.
+    ScopedLock lock(g_pending_lock);
+    ending.pending = false;
   }
-  android_reboot(ANDROID_RB_RESTART, 0, nullptr);
-  SLOGI("end restart\n");
+  android_reboot(ending.command, 0, ending.reason);
+  SLOGI("%s", ending.end_line);
   return nullptr;
+}
+
+// Ends the phone's run one second from now, on a thread of its own; 0, or -1 when there is no thread.
+int start(Ending& ending) {
+  ScopedLock lock(g_pending_lock);
+  if (ending.pending) return 0;
+  if (const int error = os_start_thread(carry_out, &ending)) {
+    SLOGE("Unable to create frst thread : %s\n", strerror(error));
+    return -1;
+  }
+  ending.pending = true;
+  return 0;
 }
 
 }  // namespace
@@ -60,16 +82,20 @@ int system_restart() {
   SLOGI("system_efs_sync DONE\n");
   os_sync();
   SLOGI("sync DONE\n");
-  {
-    ScopedLock lock(g_restart_lock);
-    int error = g_restart_pending ? 0 : os_start_thread(restart, nullptr);
-    if (error != 0) {
-      SLOGE("Unable to create frst thread : %s\n", strerror(error));
-      return -1;
-    }
-    g_restart_pending = true;
-  }
+  if (start(g_restart) != 0) return -1;
   SLOGI("end system_restart\n");
+  return 0;
+}
+
+int system_aat() {
+  // The name is that of the download mode, as stations know it.
+  SLOGI("start system_dload\n");
+  if (system_efs_sync() != 0) {
+    SLOGE("EFS SYNC ERROR\n");
+    return -1;
+  }
+  if (start(g_aat) != 0) return -1;
+  SLOGI("end system_aat_write\n");
   return 0;
 }
 

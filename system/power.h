@@ -8,6 +8,10 @@
 // or there is no thread.
 int system_restart();
 
+// Writes the modem's file system out and restarts the phone into the automatic test, one second later, as
+// system_restart does. Returns 0, or -1 when the modem's file system could not be written or there is no thread.
+int system_aat();
+
 // Writes the modem's file system out; 0, or -1.
 int system_efs_sync();
 

@@ -363,6 +363,7 @@ TEST_F(ModemItemsTest, OpcodesAskAndAnswer) {
     std::string answer;
     int unanswered;
   } const rows[] = {
+      {4004, "1", {200, ""}, "\0"s, 0, "", 0},
       {4009, "", {200, ""}, "\0"s, 0, "", 1},
       {4020, "", {200, ""}, "\xFF", 0, "", 0},
       {4033, "", {13, ""}, "mode 0", 0, "mode 0", 1},
@@ -373,6 +374,7 @@ TEST_F(ModemItemsTest, OpcodesAskAndAnswer) {
       {4064, "49015420A", {116, "49015420A"}, "IMEI WRITE FAIL", 1, "", 1},
       {4068, "", {102, ""}, "impl\0x"s, 0, "impl\0x"s, 1},
       {4069, "", {109, ""}, "fusg\0x"s, 0, "fusg\0x"s, 1},
+      {4180, "", {200, ""}, "\0"s, 0, "", 1},
       {4293, "4\0!"s, {116, "4\0!"s}, "IMEI WRITE FAIL", 0, "IMEI WRITE FAIL", 1},
       {4294, "", {117, ""}, longest, 0, longest, 1},
       {4294, "", {117, ""}, longest + "i", 0, "", 1},
@@ -387,6 +389,7 @@ TEST_F(ModemItemsTest, OpcodesAskAndAnswer) {
       {4414, "", {121, ""}, "333", 0, "333", 1},
       {4414, "", {121, ""}, "", 1, "", 1},
   };
+  std::filesystem::create_directory(root_ + "/cache/minios");
   std::set<int> asking;
   for (const auto& row : rows) {
     const auto what = testing::Message() << row.opcode << " " << row.payload << " " << row.says;

@@ -13,6 +13,8 @@ std::span<const Verb> property_rows();
 std::span<const Verb> item_rows();
 std::span<const Verb> input_rows();
 std::span<const Verb> modem_rows();
+std::span<const Verb> fingerprint_rows();
+std::span<const Verb> program_rows();
 std::span<const Verb> fault_rows();
 
 }  // namespace atd::sim

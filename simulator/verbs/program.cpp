@@ -1,0 +1,38 @@
+// The phone's programs.
+#include "simulator/simulated_device.h"
+#include "simulator/verbs/verb_call.h"
+#include "simulator/verbs/verbs.h"
+
+namespace atd::sim {
+
+namespace {
+
+void set_exit(SimulatedDevice& device, VerbCall& call) {
+  int status = -1;
+  if (call.count() == 1 || call.number(1, "the exit status", 0, 255, &status)) {
+    device.shell.set_exit(call[0], status);
+  }
+}
+
+void history(SimulatedDevice& device, VerbCall& call) {
+  std::string text;
+  Json json = Json::array();
+  for (const std::string& command : device.shell.history()) {
+    text += command + "\n";
+    json.push_back(command);
+  }
+  call.answer(text, json);
+}
+
+constexpr Verb kVerbs[] = {
+    {"program exit", "NAME [STATUS]",
+     "Makes a program do nothing but end with this exit status (\"program exit pm 1\"); without one it runs again.",
+     set_exit},
+    {"program history", "", "Shows the commands that the daemon has run, oldest first.", history},
+};
+
+}  // namespace
+
+std::span<const Verb> program_rows() { return kVerbs; }
+
+}  // namespace atd::sim
