@@ -3,9 +3,10 @@
 // A host opens the factory items (init_factory_item) and the modem interface (init_modem_interface), then serves the
 // socket (init_socket). From then on requests of the platform run on the socket's own thread, one at a time. The host
 // calls the other functions on threads of its own, on several at once: requests to the modem and the platform, openings
-// of the modem interface and touches take turns by themselves. Three things do not. One transfer of the modem's bulk
+// of the modem interface and touches take turns by themselves. Four things do not. One transfer of the modem's bulk
 // data runs at a time. The functions of the modem's file system run on one thread at a time, with no other request to
-// the modem meanwhile. get_qem and set_qem, which write qem_get_status, run on one thread at a time. stop_socket ends
+// the modem meanwhile. get_qem and set_qem, which write qem_get_status, run on one thread at a time. So do the
+// functions of the automatic test and of the file transfer. stop_socket ends
 // what waits and tells the clients.
 //
 // Texts are terminated. A buffer is the caller's and holds at least the bytes that its contract names.

@@ -41,7 +41,10 @@ void answer_sensor_test(int (*test)(FpTestResult* result), rzcmd_response* rsp) 
 void answer_midauto_crc(int index, rzcmd_response* rsp) {
   constexpr int kLength = 10;
   char list[item<253>.length];
-  if (get_midauto_crc_list(list) != 0) return respond(rsp, RZCMD_FAIL);
+  if (get_midauto_crc_list(list) != 0) {
+    SLOGE("handle_get_midauto_crc: cannot read the list");
+    return respond(rsp, RZCMD_FAIL);
+  }
   char text[kLength + 1] = {};
   memcpy(text, list + index * kLength, kLength);
   respond_text(rsp, text);
@@ -62,7 +65,10 @@ void handle_devicetest_start(const char* data, rzcmd_response* rsp) {
     SLOGE("handle_devicetest_start: \"%s\" is not 1", data);
     return respond(rsp, RZCMD_FAIL);
   }
-  if (set_qem(1) != 0) return respond(rsp, RZCMD_FAIL);
+  if (set_qem(1) != 0) {
+    SLOGE("handle_devicetest_start: cannot set the factory boot flag");
+    return respond(rsp, RZCMD_FAIL);
+  }
   const int status = get_factory_status();
   if (status != 0 && status != 5 && status != 6) {
     const int error = set_factory_status(6);
@@ -79,17 +85,17 @@ void handle_devicetest_start(const char* data, rzcmd_response* rsp) {
 }
 
 void handle_aatset_write(const char* data, rzcmd_response* rsp) {
+  SLOGI("service_handler: AAT SET WRITE = %s\n", data);
   const Payload128 set(data);
-  SLOGI("service_handler: AAT SET WRITE = %s\n", set.text);
   SLOGI("AAT SET WRITE : %s", set.text);
-  respond(rsp, set.text[0] && write_aatset(set.text) == 0 ? RZCMD_OK : RZCMD_FAIL);
+  respond(rsp, write_aatset(set.text));
 }
 
 void handle_aat_orderset_write(const char* data, rzcmd_response* rsp) {
+  SLOGI("service_handler: AAT ORDERSET WRITE = %s\n", data);
   const Payload128 order(data);
-  SLOGI("service_handler: AAT ORDERSET WRITE = %s\n", order.text);
   SLOGI("NEW AATORDER: %s\n", order.text);
-  respond(rsp, order.text[0] && write_aatorder(order.text) == 0 ? RZCMD_OK : RZCMD_FAIL);
+  respond(rsp, write_aatorder(order.text));
 }
 
 void handle_aat_write_start(const char*, rzcmd_response* rsp) {
@@ -107,18 +113,24 @@ void handle_get_saat_result(rzcmd_response* rsp) {
 }
 
 void handle_set_saat_result(const char* data, rzcmd_response* rsp) {
-  respond(rsp, set_saatresult(Payload128(data).text) == 0 ? RZCMD_OK : RZCMD_FAIL);
+  const bool stored = set_saatresult(Payload128(data).text) == 0;
+  if (!stored) SLOGE("handle_set_saat_result: cannot store the result");
+  respond(rsp, stored ? RZCMD_OK : RZCMD_FAIL);
 }
 
 void handle_get_midauto_result(rzcmd_response* rsp) {
   char result[item<251>.length + 1] = {};
-  if (get_midauto_result(result) != 0) return respond(rsp, RZCMD_FAIL);
+  if (get_midauto_result(result) != 0) {
+    SLOGE("handle_get_midauto_result: cannot read the result");
+    return respond(rsp, RZCMD_FAIL);
+  }
   respond_text(rsp, result);
 }
 
 void handle_set_midauto_result(const char* data, rzcmd_response* rsp) {
   const Payload128 result(data);
   const int status = set_midauto_result(result.text);
+  if (status != 0) SLOGE("handle_set_midauto_result: cannot store the result");
   midauto_status_set("4");
   respond_text(rsp, result.text, status);
 }

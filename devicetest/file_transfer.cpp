@@ -3,7 +3,6 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
-#include <sys/stat.h>
 
 #include "platform/log.h"
 #include "platform/os.h"
@@ -32,10 +31,11 @@ void drop_image() {
 int get_file_command(int type, const char* path, file_cmd_reply* reply) {
   SLOGI("get_file_command (type): %d\n", type);
   reply->type = static_cast<uint32_t>(type);
+  reply->size = 0;
+  reply->length = 0;
   switch (type) {
     case kOpen:
       reply->size = get_file_length(path);
-      reply->length = 0;
       SLOGI("get_file_command : data size is %u.\n", reply->size);
       return reply->size == 0 ? -1 : 0;
     case kRead:
@@ -57,7 +57,7 @@ uint32_t get_file_length(const char* path) {
     SLOGE("get_file_length : fp is NULL!\n");
     return 0;
   }
-  // A size beyond 32 bits is seen as such on the phone, too.
+  // 64 bits, also on the phone.
   fseeko(file, 0, SEEK_END);
   const long long size = ftello(file);
   rewind(file);
@@ -102,7 +102,7 @@ int save_file(const char* path, const void* buf, unsigned n) {
     SLOGE("save_file : fp is NULL!\n");
     return -1;
   }
-  // The write is not checked, and its failure has no answer.
+  // A short write is logged, but the answer is the same.
   if (fwrite(buf, 1, n, file) != n) SLOGE("save_file : %s is cut", path);
   fclose(file);
   return 0;

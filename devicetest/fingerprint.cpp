@@ -7,7 +7,7 @@ namespace {
 struct SensorTest {
   int (*run)(FpTestResult* result);
   const char* name;
-  const char* verdict;  // the word for the result; one of them is spelt as stations know it
+  const char* verdict;  // the log's word for the result; "Rsult" is what stations look for
 };
 
 constexpr SensorTest kSpi = {FpFactoryTest::SPITest, "SPI", "Rsult"};

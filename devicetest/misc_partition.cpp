@@ -2,6 +2,8 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <stddef.h>
+#include <stdint.h>
 #include <unistd.h>
 
 #include "platform/os.h"
@@ -29,7 +31,7 @@ int write_synced(int fd, int64_t offset, size_t length, const void* buffer) {
 
 }  // namespace
 
-int device_write(const char* path, int64_t offset, size_t length, const void* buffer) {
+int device_write(const char* path, long long offset, unsigned length, const void* buffer) {
   const int fd = open(atd::device_path(path), O_WRONLY | O_CLOEXEC);
   if (fd < 0) return -errno;
   const int error = write_synced(fd, offset, length, buffer);

@@ -106,7 +106,8 @@ int write_aatorder(const char* newOrder) {
     const Token& group = groups.at[old.find(tokens.at[i])];
     out.bytes(group.text, group.length);
   }
-  if (set_aatset(rearranged) != 0) {
+  // Empty groups of a set that has fewer than the order can make it too long.
+  if (out.cut() || set_aatset(rearranged) != 0) {
     SLOGE("AATSET_TEST_FULL write Changed SET data fail [%s]\n", rearranged);
     return 1;
   }

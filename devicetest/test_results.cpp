@@ -17,19 +17,19 @@ constexpr size_t kResultSize = 31;
 constexpr int kNoResult = -2;
 
 // Where the misc partition has a byte for each test, in bytes from its start.
-constexpr int64_t kSubdividedResults = 0x2F800 + 2;
-constexpr int64_t kIntegratedResults = 0x30800 + 2;
+constexpr long long kSubdividedResults = 0x2F800 + 2;
+constexpr long long kIntegratedResults = 0x30800 + 2;
 
 bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
-int write_result_byte(const char* function, int64_t results, unsigned index, int result) {
+int write_result_byte(const char* function, long long results, unsigned index, int result) {
   const char byte = result == 1 ? '1' : result == 0 ? '0' : '2';
   const int error = device_write(kMiscPartition, results + index, sizeof byte, &byte);
   if (error < 0) {
-    SLOGE("[%s] saveResult_qr save error! at %d : %d", function, static_cast<int>(index) + 2, error);
+    SLOGE("[%s] saveResult_qr save error! at %d : %d", function, static_cast<int>(index + 2), error);
     return -1;
   }
-  SLOGI("[%s] saveResult_qr save at %d : %d", function, static_cast<int>(index) + 2, result);
+  SLOGI("[%s] saveResult_qr save at %d : %d", function, static_cast<int>(index + 2), result);
   return 0;
 }
 
@@ -41,26 +41,29 @@ bool read_or_log(const FactoryItem& item, char (&text)[size], const char* failur
   return false;
 }
 
-// Finds the result that counts under this set; 0, or what the verdict is without it.
-int find_result(const char* set, char (&result)[kResultSize + 1], bool* passed) {
+// Reads the result that counts under this set. False when there is none; then *verdict is what to answer.
+bool find_result(const char* set, char (&result)[kResultSize + 1], int* verdict) {
+  *verdict = -1;
   if (strchr(set, '0') && strchr(set, '1')) {
-    if (!read_or_log(item<7>, result, "fail to get partial result")) return -1;
-    if (result[0] == '\0' || result[1] == '\0') return kNoResult;
+    if (!read_or_log(item<7>, result, "fail to get partial result")) return false;
+    *verdict = kNoResult;
+    if (result[0] == '\0' || result[1] == '\0') return false;
     SLOGI("get_devicetest_result, partial result[31] = %s\n", result);
-    return 0;
+    return true;
   }
   char menu[kResultSize + 1];
-  if (!read_or_log(item<29>, menu, "fail to get AFT Menu result")) return -1;
-  *passed = menu[0] == '0';
-  if (*passed) {
+  if (!read_or_log(item<29>, menu, "fail to get AFT Menu result")) return false;
+  if (menu[0] == '0') {
     SLOGI("get_devicetest_result1, AFT Menu result[31] = %s\n", menu);
     SLOGI("get_devicetest_result2, AFT Menu result[31] = %s\n", menu);
-    return 0;
+    *verdict = 0;
+    return false;
   }
-  if (!read_or_log(item<5>, result, "fail to get full result")) return -1;
-  if (result[0] == '\0') return kNoResult;
+  if (!read_or_log(item<5>, result, "fail to get full result")) return false;
+  *verdict = kNoResult;
+  if (result[0] == '\0' && menu[0] == '\0') return false;
   SLOGI("get_devicetest_result, full result[31] = %s\n", result);
-  return 0;
+  return true;
 }
 
 }  // namespace
@@ -96,13 +99,11 @@ void aat_result_write(const char* data, char* out) {
 int get_devicetest_result() {
   char set[kStoredTextSize], result[kResultSize + 1];
   if (!read_or_log(item<17>, set, "fail to get aatset")) return -1;
-  bool passed = false;
-  const int missing = find_result(set, result, &passed);
-  if (missing != 0 || passed) return missing;
-  const int verdict = result[0] - '0';
+  int verdict;
+  if (!find_result(set, result, &verdict)) return verdict;
   if (!strchr(set, '4')) {
     SLOGI("manual mode complete check only UI test\n");
-    return is_digit(result[0]) ? verdict : kNoResult;
+    return is_digit(result[0]) ? result[0] - '0' : kNoResult;
   }
 
   SLOGI("manual mode complete check with self_d test\n");
@@ -116,7 +117,7 @@ int get_devicetest_result() {
     SLOGI("H2.0 tested");
     diagnosis = self_de[0];
   }
-  return is_digit(result[0]) && is_digit(diagnosis) ? diagnosis - '0' + verdict : kNoResult;
+  return is_digit(result[0]) && is_digit(diagnosis) ? diagnosis - '0' + (result[0] - '0') : kNoResult;
 }
 
 int set_devicetest_result_init() {

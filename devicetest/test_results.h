@@ -3,8 +3,8 @@
 
 #pragma GCC visibility push(default)
 
-// The result string of item 5, as the header of `data` says: "1" copies it to `out` (32 bytes), "2" stores the text
-// after the header and says so in `out`. Any other header leaves `out` alone.
+// Reads or stores the result string of item 5. `data` begins with a header: "1" copies the stored string to `out` (32
+// bytes); "2" stores the text after the header and says so in `out`; any other one leaves `out` alone.
 void aat_result_init(const char* data, char* out);
 
 // Copies the result string to `out` (32 bytes), the empty text when it cannot be read.
@@ -14,15 +14,16 @@ void aat_result_read(char* out);
 // when that fails.
 void aat_result_write(const char* data, char* out);
 
-// The verdict of the device test: the first digit of the result and, where the set has a "4", that of the
-// self-diagnosis added. -1 when an item cannot be read, -2 when there is no result yet.
+// The verdict of the device test: the first digit of the result that counts and, where the set has a "4", that of the
+// self-diagnosis added; 0 when the factory test menu has passed. -1 when an item cannot be read, -2 when one of the two
+// has no digit yet.
 int get_devicetest_result();
 
 // Clears the items 7, 29 and 5 in this order; 0, or -1 at the first that cannot be written.
 int set_devicetest_result_init();
 
 // Write the result of a test, '1', '0' or '2' for any other, into the misc partition: as the test's own result, and as
-// its entry in the integrated self-diagnosis result. 0, or -1 when it cannot be written; it is on the medium then.
+// its entry in the integrated self-diagnosis result. 0 when it is on the medium, or -1.
 int aat_subdivided_result_write(unsigned index, int result);
 int aat_subdivided_result_write_to_integrated_result(unsigned index, int result);
 

@@ -55,7 +55,10 @@ bool is_change_allowed(const char* old_set, const char* new_set, bool* any_on) {
 // The value of a result's first character: 0, 1, or 2 for any other; -1 when the item cannot be read.
 int check_first_character(const FactoryItem& item) {
   char result[2];
-  if (read_stored(item, result) != 0) return -1;
+  if (read_stored(item, result) != 0) {
+    SLOGE("cannot read the %s", item.name);
+    return -1;
+  }
   if (result[0] == '0') return 0;
   return result[0] == '1' ? 1 : 2;
 }
@@ -76,7 +79,7 @@ int read_aatset(char* dest) {
   }
   if (set[0] == '\0') {
     append(dest, AAT_SET_DEFAULT);
-    SLOGI("AATSET_TEST_READ, read default aatset: [%s]\n", dest);
+    SLOGI("AATSET_TEST_READ, read default aatset: [%s]\n", AAT_SET_DEFAULT);
     return 0;
   }
   if (!strchr(set, ',')) {
@@ -103,7 +106,7 @@ int write_aatset(const char* newSet) {
     SLOGE("AATSET_TEST_WRITE bad parameter\n");
     return 1;
   }
-  // The item is written whole, whatever follows the text at the caller's.
+  // The item takes 128 bytes, more than the caller may have.
   char set[kStoredTextSize] = {};
   memcpy(set, newSet, strlen(newSet));
   if (set_aatset(set) != 0) {
@@ -141,7 +144,7 @@ int aat_full() {
   const Tokens groups(defaults), tokens(order);
   char set[kStoredTextSize] = {};
   TextWriter out(set);
-  // Every one of the places has its comma, also those past the last item.
+  // All 64 places count: those past the last item add their commas.
   for (int i = 0; i < kTokensMax; ++i) {
     const int number = i < tokens.count ? to_number(tokens.at[i]) : 0;
     if (number >= 1 && number <= groups.count) out.bytes(groups.at[number - 1].text, groups.at[number - 1].length);
@@ -160,6 +163,7 @@ int get_aatset_by_xml(char* dest) {
   system_property_get("ro.model.name", model);
   SLOGI("get_aatset_by_xml, model : %s", model);
   memcpy(dest, AAT_SET_DEFAULT, sizeof AAT_SET_DEFAULT);
+  // The built-in set has no NFC test either; another one may.
   if (get_nfc_feature_from_property() == -10) dest[get_test_item_offset(kNfcTest)] = '2';
   return 0;
 }
@@ -196,13 +200,19 @@ int resetTestResult() {
   char set[kStoredTextSize];
   if (read_stored(item<17>, set) != 0 || !strchr(set, '0') || !strchr(set, '1')) return 0;
   char result[item<7>.length + 1] = {};
-  if (read_item(item<7>, result) < 0) return -1;
+  if (read_item(item<7>, result) < 0) {
+    SLOGE("resetTestResult: cannot read item 7");
+    return -1;
+  }
   result[0] = '1';
   for (size_t i = 2; i < strlen(result); ++i) {
     if (result[i] == '0' || result[i] == '1') result[i] = '7';
   }
-  if (write_item(item<7>, result) < 0) return -1;
-  return read_item(item<7>, result) < 0 ? -1 : 0;
+  if (write_item(item<7>, result) < 0 || read_item(item<7>, result) < 0) {
+    SLOGE("resetTestResult: cannot write item 7");
+    return -1;
+  }
+  return 0;
 }
 
 int check_selfd_result() { return check_first_character(item<45>); }

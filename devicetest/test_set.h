@@ -12,8 +12,8 @@
 int read_aatset(char* dest);
 
 // Stores a set. It must have the groups' lengths of the stored one, digits from 0 to 7, "2" just where that one has it,
-// and a sub-test that is switched on. A set that changes marks the results to be run again, unless it is the partial
-// set that was stored last. 0, or 1 with nothing stored.
+// and a sub-test that is switched on. A change to a set with "0" and "1" marks the results to be run again, unless it
+// is the partial set that was kept last. 0, or 1 with nothing stored.
 int write_aatset(const char* newSet);
 
 // Stores the default groups in the stored order, followed by the commas of the empty places up to 64; 0, or 1 when the
@@ -23,7 +23,7 @@ int aat_full();
 // The device's default set, in `dest` (128 bytes); 0.
 int get_aatset_by_xml(char* dest);
 
-// The place of a test item's group in the default set, in characters; its length and one more for an unknown item.
+// The place of a test item's group in the default set, in characters; 96, behind the last one, for an unknown item.
 int get_test_item_offset(int item);
 
 // Keeps a partial set in item 44; 1 when it was written, else 0.

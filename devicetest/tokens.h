@@ -9,7 +9,7 @@ namespace atd {
 inline constexpr int kTokensMax = 64;
 
 struct Token {
-  const char* text = nullptr;  // in the list, not terminated
+  const char* text = "";  // in the list, not terminated
   size_t length = 0;
 
   bool operator==(const Token& other) const;

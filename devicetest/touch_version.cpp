@@ -1,31 +1,36 @@
 #include "devicetest/touch_version.h"
 
 #include <limits.h>
+#include <stdio.h>
 #include <string.h>
 
 #include "platform/log.h"
-#include "text/node.h"
+#include "platform/os.h"
 
 namespace {
 
-constexpr char kVersionNode[] = "/sys/devices/virtual/input/tav_touch/testmode_ver";
+// Reads the node's text as it stands, line end included; false with the empty text when it cannot be read.
+bool read_version(const char* caller, char* text, size_t size) {
+  FILE* node = fopen(atd::device_path("/sys/devices/virtual/input/tav_touch/testmode_ver"), "re");
+  const size_t length = node ? fread(text, 1, size - 1, node) : 0;
+  text[length] = '\0';
+  if (!node) SLOGE("%s : cannot read the touch version", caller);
+  else fclose(node);
+  return node != nullptr;
+}
 
 }  // namespace
 
 int get_touch_version(char* out, int* len) {
-  const int length = atd::read_node(kVersionNode, out, 70);
-  if (length < 0) SLOGE("get_touch_version : cannot read %s", kVersionNode);
-  *len = length < 0 ? 0 : length;
+  read_version(__func__, out, 70);
+  *len = static_cast<int>(strlen(out));
   return 0;
 }
 
 int touch_version_compare(const char* expected) {
   char version[20];
   const size_t length = strlen(expected);
-  if (atd::read_node(kVersionNode, version, sizeof version) < 0) {
-    SLOGE("touch_version_compare : cannot read %s", kVersionNode);
-    return 1;
-  }
+  if (!read_version(__func__, version, sizeof version)) return 1;
   return length > 0 && strncmp(version, expected, length - 1) == 0 ? 0 : 1;
 }
 

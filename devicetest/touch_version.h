@@ -3,8 +3,8 @@
 
 #pragma GCC visibility push(default)
 
-// Copies the version, at most 69 characters, to `out` (70 bytes) and its length to *len, the empty text where there is
-// none; 0.
+// Copies the node's text, at most 69 characters and with its line end, to `out` (70 bytes) and its length to *len, the
+// empty text when it cannot be read; 0.
 int get_touch_version(char* out, int* len);
 
 // 0 when the version begins with the expected one, whose last character is a request's line end and does not count; 1

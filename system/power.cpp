@@ -88,7 +88,7 @@ int system_restart() {
 }
 
 int system_aat() {
-  // The name is that of the download mode, as stations know it.
+  // Stations look for this name.
   SLOGI("start system_dload\n");
   if (system_efs_sync() != 0) {
     SLOGE("EFS SYNC ERROR\n");

@@ -2,6 +2,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <map>
 #include <random>
 #include <tuple>
 
@@ -18,6 +19,20 @@ const std::string kDefault =
     "1,1211,2,11,1,21,2,21,1,1,222,1,131,331122,22,2,2212,2,1,11222,2,2111,11,1,2,2,12,1,3,2,2,2,2,2";
 const std::string kCatalogue =
     "1,2,3,4,5,6,7,8,9,10,11,12,13,14,15,16,17,18,19,20,21,22,23,24,25,26,27,28,29,30,31,32,33,34";
+
+int g_fsyncs;
+
+}  // namespace
+}  // namespace atd
+
+extern "C" int __real_fsync(int fd);
+extern "C" int __wrap_fsync(int fd) {
+  ++atd::g_fsyncs;
+  return __real_fsync(fd);
+}
+
+namespace atd {
+namespace {
 
 class DeviceTest : public Phone {
  protected:
@@ -44,7 +59,7 @@ std::string joined(const std::vector<std::string>& tokens) {
 TEST_F(DeviceTest, AnOrderAndBackGivesTheOldSetAndARefusedWriteChangesNothing) {
   std::mt19937 random(3101);
   const auto any = [&](size_t end) { return static_cast<size_t>(random() % end); };
-  for (int round = 0; round < 300; ++round) {
+  for (int round = 0; round < 150; ++round) {
     std::vector<std::string> numbers, groups;
     for (size_t n = 2 + any(34); numbers.size() < n;) {
       numbers.push_back(std::to_string(numbers.size() + 1));
@@ -61,6 +76,7 @@ TEST_F(DeviceTest, AnOrderAndBackGivesTheOldSetAndARefusedWriteChangesNothing) {
     ASSERT_EQ(0, run(4091, joined(numbers)).result) << order;
     ASSERT_EQ(0, run(4091, order).result);
     ASSERT_EQ(set, text(17));
+    ASSERT_EQ(order + std::string(128 - order.size(), '\0'), device().items.get(25, 128));
 
     // A write of random digits and commas is taken with every "2" where it was, or changes none of the three items.
     set_text(44, "1,0");
@@ -78,6 +94,8 @@ TEST_F(DeviceTest, AnOrderAndBackGivesTheOldSetAndARefusedWriteChangesNothing) {
 }
 
 TEST_F(DeviceTest, RefusedSetsAndOrdersSayWhy) {
+  std::string ones;
+  while (ones.size() < 126) ones += "1,";
   const std::string no_digit = "bad_parameter, have not any 1 or 3 or 4 or 6!", bad = "AATSET_TEST_WRITE bad parameter";
   const std::string wrong_order = "AATSET_TEST_ORDER_WRITE new order data is incorrect ";
   const std::string bad_order = "AATORDER_TEST_WRITE bad parameter";
@@ -88,6 +106,7 @@ TEST_F(DeviceTest, RefusedSetsAndOrdersSayWhy) {
       {4090, "12,1", "18,1", {"bad_parameter, invalid input!", bad}},
       {4090, "12,1", "21,1", {"bad_parameter, not allowed changed!", no_digit, bad}},
       {4090, "12,1", "52,7", {no_digit, bad}},
+      {4090, ones + "1", ones + "8", {"bad_parameter, invalid input!", bad}},
       {4090, "12,1", "", {}},
       {4090, std::string(128, '1'), std::string(128, '1'), {no_digit, bad}},
       {4091, "1,2,3", "1,2,2", {"AATSET_TEST_ORDER_WRITE duplicated order data is error ", wrong_order, bad_order}},
@@ -101,9 +120,18 @@ TEST_F(DeviceTest, RefusedSetsAndOrdersSayWhy) {
     set_text(17, opcode == 4090 ? stored : "1,12,3");
     set_text(25, stored);
     EXPECT_EQ(1, run(opcode, written).result) << written;
+    EXPECT_EQ(std::pair(opcode == 4090 ? stored : "1,12,3", stored), std::pair(text(17), text(25))) << written;
     for (const std::string& line : lines) EXPECT_EQ(1, logged(ANDROID_LOG_ERROR, line)) << written << ": " << line;
   }
-  EXPECT_EQ("1,12,3", text(17));
+
+  // A set with fewer groups than the order gets empty ones, but is not cut.
+  set_text(25, "1,2,3");
+  set_text(17, "1,22");
+  EXPECT_EQ(0, run(4091, "3,2,1").result);
+  EXPECT_EQ(",22,1", text(17));
+  set_text(17, std::string(127, '1'));
+  EXPECT_EQ(1, run(4091, "3,1,2").result);
+  EXPECT_EQ(std::string(127, '1'), text(17));
 }
 
 TEST_F(DeviceTest, APartialSetMarksTheResultsToRunAgainUnlessItIsTheLastOne) {
@@ -131,9 +159,11 @@ TEST_F(DeviceTest, TheDefaultSetInTheStoredOrder) {
   for (const auto& [item, offset] : std::vector<std::pair<int, int>>{{1, 0}, {14, 36}, {17, 48}, {34, 94}, {35, 96}}) {
     EXPECT_EQ(offset, get_test_item_offset(item));
   }
-  get_aatset_by_xml(set);
-  EXPECT_EQ('2', set[48]);
-  device().properties.set("tav.nfc.vendor", "abc");
+  for (const auto& [vendor, feature] :
+       std::map<std::string, int>{{"", -10}, {"none", -10}, {"exceptional", -10}, {"abc", 1}}) {
+    device().properties.set("tav.nfc.vendor", vendor);
+    EXPECT_EQ(feature, get_nfc_feature_from_property()) << vendor;
+  }
 
   set_text(17, kDefault);
   set_text(25, "14,2,3,4,5,6,7,8,9,10,11,12,13,1,15,16,17,18,19,20,21,22,23,24,25,26,27,28,29,30,31,32,34,33");
@@ -156,12 +186,12 @@ TEST_F(DeviceTest, TheSelfDiagnosisIsResetWhereTheSetConcernsIt) {
                                                             {"13", "14", 0}, {"14", "13", 0}, {"10", "11", 0},
                                                             {"4", "", 0},    {"1", "14", 1}};
   for (const auto& [before, after, expected] : rows) {
-    set_text(45, "2", 64);
-    EXPECT_EQ(expected, reset_selfd_result(before.c_str(), after.c_str())) << before << " " << after;
-    set_text(45, "1", 64);
-    set_text(97, "0", 256);
-    EXPECT_EQ(0, reset_selfd_result(before.c_str(), after.c_str()));
-    set_text(97, "x", 256);
+    for (const auto& [first, second, done] :
+         {std::tuple("2", "x", false), {"1", "x", false}, {"2", "0", false}, {"1", "0", true}}) {
+      set_text(45, first, 64);
+      set_text(97, second, 256);
+      EXPECT_EQ(done ? 0 : expected, reset_selfd_result(before.c_str(), after.c_str())) << before << " " << after;
+    }
   }
 }
 
@@ -171,18 +201,12 @@ TEST_F(DeviceTest, Verdicts) {
     int verdict;
   };
   const Row rows[] = {
-      {"", "", "", "", "", "", -2},
-      {"11,12", "11", "", "", "", "", 1},
-      {"11,12", "11", "", "0", "", "", 0},
-      {"11,12", "", "", "1", "", "", -2},
-      {"11,02", "01", "21", "0", "", "", 2},  // partial: the menu does not count
-      {"11,02", "01", "2", "", "", "", -2},   // one character is no result yet
-      {"33,02", "11", "21", "", "", "", 1},   // a "0" without a "1" is not partial here
-      {"14,12", "11", "", "", "1", "", 2},
-      {"14,12", "11", "", "", "1", "0", 1},  // the second stage counts where it
-                                             // ran
-      {"14,12", "11", "", "", "1", "2", 2},
-      {"14,12", "11", "", "", "", "", -2},
+      {"", "", "", "", "", "", -2},         {"11,12", "11", "", "", "", "", 1},    {"11,12", "11", "", "0", "", "", 0},
+      {"11,12", "", "", "1", "", "", -2},   {"11,02", "01", "21", "0", "", "", 2},  // partial: the menu does not count
+      {"11,02", "01", "2", "", "", "", -2},                                         // one character is no result yet
+      {"33,02", "11", "21", "", "", "", 1},  // a "0" without a "1" is not partial here
+      {"14,12", "11", "", "", "1", "", 2},  {"14,12", "11", "", "", "1", "0", 1},  // the second stage counts
+      {"14,12", "11", "", "", "1", "2", 2}, {"14,12", "11", "", "", "", "", -2},
   };
   for (const Row& row : rows) {
     set_text(17, row.set);
@@ -198,8 +222,16 @@ TEST_F(DeviceTest, Verdicts) {
     device().faults.fail("get_ftm_item "s + item, 1);
     EXPECT_EQ(-1, get_devicetest_result()) << item;
   }
+  set_text(17, "10,2");
+  device().faults.fail("get_ftm_item 7", 1);
+  EXPECT_EQ(-1, get_devicetest_result());
+  const auto results = [&] { return text(7, 31) + "|" + text(29, 31) + "|" + text(5, 31); };
+  for (int item : {7, 29, 5}) set_text(item, "1", 31);
+  device().faults.fail("set_ftm_item 29", 1);
+  EXPECT_EQ(-1, set_devicetest_result_init());
+  EXPECT_EQ("|1|1", results());
   EXPECT_EQ(0, set_devicetest_result_init());
-  EXPECT_EQ(""s, text(5, 31) + text(7, 31) + text(29, 31));
+  EXPECT_EQ("||", results());
 }
 
 TEST_F(DeviceTest, ResultsByRequest) {
@@ -217,7 +249,10 @@ TEST_F(DeviceTest, ResultsByRequest) {
       {4408, "mid", 0, "mid"},
       {4407, "", 0, "mid"},
       {4411, "", 0, "0x00000003"},
+      {4409, "", 0, "0x00000001"},
+      {4410, "", 0, "0x00000002"},
       {4412, "", 0, ""},
+      {4213, "", 0, "7"},
       {4211, "", 0, "0"},
       {4212, "", 0, "-3"},
       {4232, "1", 2, ""},
@@ -225,6 +260,7 @@ TEST_F(DeviceTest, ResultsByRequest) {
       {4004, "1", 4, ""},
   };
   ASSERT_TRUE(device().fingerprint.set("zone", {0, -3}));
+  ASSERT_TRUE(device().fingerprint.set("checkerboard", {1, 7}));
   for (const auto& [opcode, payload, result, answer] : rows) {
     const rzcmd_response rsp = run(opcode, payload);
     EXPECT_EQ(result, rsp.result) << opcode << " " << payload;
@@ -249,6 +285,7 @@ TEST_F(DeviceTest, StartingTheDeviceTest) {
   mkdir((root_ + "/cache/minios").c_str(), 0755);
   for (const auto& [before, after] : {std::pair(0, 0), {5, 5}, {6, 6}, {2, 6}}) {
     set_factory_status(before);
+    set_qem(0);
     EXPECT_EQ(0, run(4004, "1").result);
     EXPECT_EQ(std::tuple(after, 1), std::tuple(get_factory_status(), get_qem()));
   }
@@ -269,7 +306,9 @@ TEST_F(DeviceTest, BytesInTheMiscPartition) {
   ASSERT_TRUE(sim::write_file(misc, std::string(198670, 'm')));
   std::string expected = content(misc);
   expected[194562] = '1', expected[194567] = '2', expected[198658 + 3] = '0';
+  g_fsyncs = 0;
   EXPECT_EQ(0, aat_subdivided_result_write(0, 1));
+  EXPECT_EQ(1, g_fsyncs);
   EXPECT_EQ(0, aat_subdivided_result_write(5, -7));
   EXPECT_EQ(0, aat_subdivided_result_write_to_integrated_result(3, 0));
   EXPECT_EQ(1, logged("[aat_subdivided_result_write_to_integrated_result] saveResult_qr save at 5 : 0"));
@@ -317,9 +356,12 @@ TEST_F(DeviceTest, TouchVersionAndReconditionStatus) {
   ASSERT_TRUE(sim::write_file(node, std::string(80, 'v')));
   EXPECT_EQ(0, get_touch_version(version, &length));
   EXPECT_EQ(std::string(69, 'v'), std::string(version));
+  EXPECT_EQ(1, touch_version_compare(std::string(25, 'v').c_str()));
   ASSERT_TRUE(sim::write_file(node, "1.07\n"));
-  for (const auto& [expected, result] : std::vector<std::pair<std::string, int>>{
-           {"1.07\n", 0}, {"1.0\n", 0}, {"1.08\n", 1}, {"", 1}, {std::string(40, '1'), 1}}) {
+  get_touch_version(version, &length);
+  EXPECT_EQ("1.07\n", std::string(version, static_cast<size_t>(length)));
+  for (const auto& [expected, result] :
+       std::vector<std::pair<std::string, int>>{{"1.07\n", 0}, {"1.0\n", 0}, {"1.08\n", 1}, {"", 1}, {"1.07\nX", 0}}) {
     EXPECT_EQ(result, touch_version_compare(expected.c_str())) << expected;
   }
   EXPECT_EQ(17, touch_atoi("17x"));
