@@ -21,6 +21,7 @@
 
 #include "atd.h"
 #include "daemon/boot.h"
+#include "daemon/calls.h"
 #include "simulator/control.h"
 #include "simulator/simulated_device.h"
 #include "simulator/standard_error.h"
@@ -176,7 +177,8 @@ int serve(Options options, const char* log_level) {
                   .request_to_system = request_to_system,
                   .ckpd_send_event = ckpd_send_event,
                   .send_key_native = send_key_native,
-                  .ctsa_send_event = ctsa_send_event};
+                  .ctsa_send_event = ctsa_send_event,
+                  .functions = atd::library_functions()};
   auto control = atd::sim::Control::bind(*device, &error);
   if (!control) return fail(error);
   // Whatever level is asked for, the reason why the daemon cannot start is shown.

@@ -108,7 +108,7 @@ void request(SimulatedDevice& device, VerbCall& call) {
       device.host.request_to_system(opcode, data.data(), static_cast<int>(data.size()), out, &length, &status);
   const std::string answer(out, static_cast<size_t>(bounded_length(length)));
   if (result != 0) return call.fail(kFailed, "the request failed: error " + std::to_string(result));
-  call.answer((is_utf8(answer) ? answer : "hex:" + to_hex(answer)) + "\n",
+  call.answer(shown(answer) + "\n",
               {{"opcode", opcode}, {"result", result}, {"result_status", status}, {"hex", to_hex(answer)}});
 }
 
