@@ -3,16 +3,15 @@
 // A host opens the factory items (init_factory_item) and the modem interface (init_modem_interface), then serves the
 // socket (init_socket). From then on requests of the platform run on the socket's own thread, one at a time. The host
 // calls the other functions on threads of its own, on several at once: requests to the modem and the platform, openings
-// of the modem interface and touches take turns by themselves. Four things do not. One transfer of the modem's bulk
-// data runs at a time. The functions of the modem's file system run on one thread at a time, with no other request to
-// the modem meanwhile. get_qem and set_qem, which write qem_get_status, run on one thread at a time. So do the
-// functions of the automatic test and of the file transfer. stop_socket ends
-// what waits and tells the clients.
+// of the modem interface and touches take turns by themselves. The rest does not. One transfer of the modem's bulk data
+// runs at a time. The functions of the modem's file system run on one thread at a time, with no other request to the
+// modem meanwhile. On one thread at a time run the functions of the SD card, those of the automatic test and its file
+// transfer, and get_qem and set_qem, which write qem_get_status. stop_socket ends what waits and tells the clients.
 //
 // Texts are terminated. A buffer is the caller's and holds at least the bytes that its contract names.
 #pragma once
 
-#define ATD_VERSION "0.3.0"
+#define ATD_VERSION "0.4.0"
 
 #include "transport/socket.h"           // serving the socket
 #include "transport/synchronisation.h"  // Mutex, CondVar
@@ -25,6 +24,14 @@
 #include "factory/modem_channel.h"      // the modem's bulk data and numbered items
 #include "factory/camping.h"            // camping on a band
 #include "factory/efs.h"                // the modem's file system
+#include "storage/card.h"               // the SD card's id, place and presence
+#include "storage/volume.h"             // mounting and formatting the SD card
+#include "storage/default_contents.h"   // the list of the SD card's default contents
+#include "storage/card_contents.h"      // checking and restoring the default contents
+#include "storage/card_test.h"          // testing the SD card
+#include "storage/capacity.h"           // sizes of the SD card, the internal storage and the RAM
+#include "storage/file_system.h"        // the size of a file system
+#include "storage/scsi.h"               // what the UFS device says about itself
 #include "system/power.h"               // restart
 #include "devicetest/test_set.h"        // the set of the automatic test
 #include "devicetest/test_order.h"      // its order
@@ -32,6 +39,7 @@
 #include "devicetest/fingerprint.h"     // tests of the fingerprint sensor
 #include "devicetest/touch_version.h"   // the touch firmware's version
 #include "devicetest/file_transfer.h"   // files for a host, in pieces
+#include "devicetest/mid_tool.h"        // the MID test tool
 #include "devicetest/misc_partition.h"  // bytes in a partition
 #include "reset/production_reset.h"     // production resets
 #include "dispatch/diag_tty.h"          // the diagnostic tty's switch

@@ -96,7 +96,7 @@ template <typename R, typename... A>
 HostFunction row(const char* name, R (*function)(A...), const char* arguments, const char* summary,
                  Success success = Success::zero) {
   const auto run = [=](const std::vector<std::string>& given) {
-    Words words{given};
+    [[maybe_unused]] Words words{given};
     std::tuple<Argument<A>...> holders{Argument<A>(words)...};
     HostOutcome outcome;
     std::apply(
@@ -148,7 +148,8 @@ std::vector<HostFunction> library_functions() {
       FUNCTION(mmc_storage_isufs, "", "Tells whether the internal storage is UFS: 1, else 0.", Success::any),
       FUNCTION(mmc_emmccapacity, "", "Tells the size of the internal eMMC in MiB."),
       FUNCTION(mmc_ufscapacity, "", "Tells the size of the internal UFS in MiB."),
-      FUNCTION(recursive_dir_check, "PATH", "Tells the bytes of a file, or of all files below a folder.", Success::value),
+      FUNCTION(recursive_dir_check, "PATH", "Tells the bytes of a file, or of all files below a folder.",
+               Success::value),
       FUNCTION(get_fs_size, "DEVICE", "Tells the size of the file system on a block device, 0 for none.", Success::any),
       FUNCTION(ram_memory_size, "", "Tells the size of the RAM in MiB.", Success::any),
       FUNCTION(do_scsi_command_read, "FIELD", "Logs the UFS device's \"vendor\" or firmware \"level\"."),

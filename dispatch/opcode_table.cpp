@@ -9,6 +9,7 @@
 #include "factory/item_handlers.h"
 #include "factory/modem_handlers.h"
 #include "reset/reset_handlers.h"
+#include "storage/storage_handlers.h"
 #include "system/power_handlers.h"
 
 namespace atd {
@@ -173,8 +174,8 @@ constexpr Opcode kOpcodes[] = {
      "Answers the MEID."},
     {4401, "read_pesn",                 P::none,     A::text,   M,     S::built,       handle_read_pesn,
      "Answers the pseudo ESN."},
-    {4402, "get_ram_size",              P::none,     A::text,   0,     S::not_built,   nullptr,
-     "Answers the size of the RAM."},
+    {4402, "get_ram_size",              P::none,     A::text,   0,     S::built,       handle_get_ram_size,
+     "Answers the size of the RAM in MB."},
     {4403, "not_supported",             P::none,     A::result, 0,     S::unsupported, nullptr,
      "Answers \"not supported\" on every phone."},
     {4404, "get_sku",                   P::none,     A::text,   0,     S::not_built,   nullptr,

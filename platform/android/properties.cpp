@@ -9,6 +9,8 @@ int system_property_get(const char* name, char* value) {
   return length > 0 ? length : 0;
 }
 
+bool system_property_is_set(const char* name) { return __system_property_find(name) != nullptr; }
+
 int system_property_set(const char* name, const char* value) {
   return __system_property_set(name, value) == 0 ? 0 : -1;
 }

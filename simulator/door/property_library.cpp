@@ -2,6 +2,8 @@
 
 #include <string.h>
 
+#include <algorithm>
+
 #include "simulator/simulated_device.h"
 
 using atd::sim::Call;
@@ -12,6 +14,11 @@ int system_property_get(const char* name, char* value) {
   std::string text = device.faults.hits(Call::property_get, name) ? "" : device.properties.get(name);
   memcpy(value, text.c_str(), text.size() + 1);
   return static_cast<int>(text.size());
+}
+
+bool system_property_is_set(const char* name) {
+  const std::vector<std::string> names = SimulatedDevice::current().properties.names();
+  return std::find(names.begin(), names.end(), name) != names.end();
 }
 
 int system_property_set(const char* name, const char* value) {

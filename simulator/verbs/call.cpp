@@ -29,14 +29,13 @@ void run(SimulatedDevice& device, VerbCall& call) {
   for (const HostFunction& function : device.host.functions) names.push_back(function.name);
   const auto found = std::find(names.begin(), names.end(), call[0]);
   if (found == names.end()) {
-    return call.fail(kUsage, "no function is named \"" + call[0] + "\"; nearest: " + listed(nearest(call[0], names, 3)) +
-                                 "; \"call\" shows all");
+    return call.fail(kUsage, "no function is named \"" + call[0] +
+                                 "\"; nearest: " + listed(nearest(call[0], names, 3)) + "; \"call\" shows all");
   }
   const HostFunction& function = device.host.functions[static_cast<size_t>(found - names.begin())];
   for (size_t i = 1; i < call.count(); ++i) arguments.push_back(call[i]);
-  const auto wanted = function.arguments.empty()
-                          ? 0
-                          : 1 + std::count(function.arguments.begin(), function.arguments.end(), ' ');
+  const auto wanted =
+      function.arguments.empty() ? 0 : 1 + std::count(function.arguments.begin(), function.arguments.end(), ' ');
   if (arguments.size() != static_cast<size_t>(wanted)) {
     return call.fail(kUsage, "write: call " + function.name + (wanted ? " " : "") + function.arguments);
   }

@@ -10,6 +10,10 @@ extern "C" {
 // Reads a property into value (PROP_VALUE_MAX bytes); its length, 0 when it is not set.
 int __system_property_get(const char* name, char* value);
 
+// A property's record, or null when it is not set.
+struct prop_info;
+const prop_info* __system_property_find(const char* name);
+
 // Sets a property; 0, or -1.
 int __system_property_set(const char* name, const char* value);
 
