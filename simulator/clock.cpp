@@ -96,6 +96,15 @@ void Clock::await_waiters(int count) {
   changed_.wait(guard, [&] { return waiters_ >= count; });
 }
 
+void Clock::await_reader() {
+  std::unique_lock guard(lock_);
+  if (!virtual_) return;
+  changed_.wait_for(guard, std::chrono::seconds(1), [&] {
+    return released_ || std::any_of(timed_waits_.begin(), timed_waits_.end(),
+                                    [](const TimedWait& wait) { return wait.condition == nullptr; });
+  });
+}
+
 uint64_t Clock::slept() const {
   std::lock_guard guard(lock_);
   return slept_;

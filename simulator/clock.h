@@ -37,6 +37,10 @@ class Clock {
   // Returns once `count` threads are in a timed wait or a held sleep.
   void await_waiters(int count = 1);
 
+  // On a virtual clock, returns once somebody waits for a descriptor, at the latest after a second of the desktop's.
+  // What then sleeps is late for that reader, who would else begin to wait at the end of the sleep.
+  void await_reader();
+
   // The total of all sleeps so far, in microseconds.
   uint64_t slept() const;
 

@@ -36,6 +36,7 @@ const std::vector<CallName>& call_names() {
       {Call::fingerprint, "fingerprint", "FUNCTION"},
       {Call::unified_sysfs_read, "unified_sysfs_read", "NODE"},
       {Call::unified_sysfs_write, "unified_sysfs_write", "NODE"},
+      {Call::volume, "volume", "COMMAND"},
   };
   return names;
 }
@@ -117,6 +118,8 @@ bool Faults::hits(Call call, const std::string& object) {
     faults_.remove_if([](const Fault& fault) { return fault.times == 0; });
     armed_ = !faults_.empty();
   }
+  // Who asked the volume daemon is another thread, which has yet to begin its wait for the answer.
+  if (late_ms > 0 && call == Call::volume) clock_.await_reader();
   if (late_ms > 0) clock_.sleep(static_cast<uint64_t>(late_ms) * 1000);
   return fails;
 }

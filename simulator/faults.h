@@ -40,6 +40,7 @@ enum class Call {
   fingerprint,
   unified_sysfs_read,
   unified_sysfs_write,
+  volume,
 };
 
 struct CallName {

@@ -4,6 +4,7 @@
 #include <cutils/properties.h>
 #include <errno.h>
 #include <string.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -67,6 +68,10 @@ bool Properties::set_at_boot(const std::string& name, const std::string& value) 
   __android_log_print(ANDROID_LOG_ERROR, "property", "%s cannot be written: %s", name.c_str(), strerror(error));
   errno = error;
   return false;
+}
+
+void Properties::remove(const std::string& name) {
+  if (acceptable(name)) unlink(file(name).c_str());
 }
 
 void Properties::boot() {

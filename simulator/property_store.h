@@ -27,6 +27,9 @@ class Properties {
   // Sets any property, read-only ones too: what the boot loader and init do.
   bool set_at_boot(const std::string& name, const std::string& value);
 
+  // Forgets a property that init or a daemon has set.
+  void remove(const std::string& name);
+
   // Forgets what a reboot forgets and reads "/system/build.prop" again.
   void boot();
 

@@ -17,6 +17,7 @@
 #include "desk/control.h"
 #include "desk/words.h"
 #include "simulator/files.h"
+#include "simulator/nodes.h"
 
 namespace atd::sim {
 
@@ -29,7 +30,7 @@ std::atomic<SimulatedDevice*> g_current;
 // The phone's own. No link leads there, and those of kPlainFolders hold files and folders alone.
 constexpr const char* kOwnFolders[] = {
     "/sim/items", "/sim/modem", "/sim/efs",    "/data/property", "/dev/__properties__",
-    "/dev/input", "/dev/log",   "/dev/socket", "/system/bin",
+    "/dev/input", "/dev/log",   "/dev/socket", "/system/bin",    "/sim/cards",
 };
 constexpr const char* kPlainFolders[] = {"/sim", "/data/property"};
 
@@ -43,7 +44,6 @@ constexpr const char* kFolders[] = {
     "/storage",
     "/system/etc",
     "/persist-rz/wdctime",
-    "/sys/devices/virtual/input/tav_touch",
 };
 
 constexpr const char* kBuildProperties =
@@ -55,29 +55,6 @@ constexpr const char* kBuildProperties =
     "ro.build.version.release=8.0.0\n";
 
 void fail(std::string* error, const std::string& what) { *error = what + ": " + strerror(errno); }
-
-// Files that a phone has from its factory on, with their sizes in bytes where they are partitions.
-struct FactoryFile {
-  const char* path;
-  const char* text;
-  off_t size;
-};
-constexpr FactoryFile kFactoryFiles[] = {
-    {"/dev/block/bootdevice/by-name/misc", "", 1 << 20},
-    {"/sys/devices/virtual/input/tav_touch/testmode_ver", "TAV_TOUCH_1.0\n", 0},
-};
-
-// Makes the files that a phone has from its factory on where they are missing; false with errno.
-bool make_files(const std::string& base) {
-  for (const FactoryFile& file : kFactoryFiles) {
-    const std::string path = resolve(base, file.path);
-    if (path.empty()) return false;
-    if (access(path.c_str(), F_OK) == 0) continue;
-    if (!write_file(path, file.text)) return false;
-    if (file.size > 0 && truncate(path.c_str(), file.size) != 0) return false;
-  }
-  return true;
-}
 
 // Makes the phone's folders; false with the reason when one cannot be made, or somebody has planted a link or a pipe
 // in the phone's own.
@@ -111,7 +88,8 @@ bool make_phone(const std::string& base, std::string* error) {
     const std::string path = resolve(base, folder);
     if (path.empty() || !make_folders(path)) return fail(error, base + folder), false;
   }
-  return make_files(base) || (fail(error, base), false);
+  std::string culprit;
+  return make_nodes(base, &culprit) || (fail(error, culprit), false);
 }
 
 }  // namespace
@@ -169,7 +147,10 @@ SimulatedDevice::SimulatedDevice(std::string root, int lock)
       input(root_),
       fingerprint(root_),
       power(root_),
-      shell(root_) {
+      scsi(root_),
+      shell(root_),
+      card(root_, properties, [this](const std::string& text) { volume_daemon.broadcast(text); }),
+      volume_daemon(root_, card, clock, faults) {
   SimulatedDevice* none = nullptr;
   if (!g_current.compare_exchange_strong(none, this)) {
     fprintf(stderr, "a simulated phone is open already\n");
@@ -179,12 +160,14 @@ SimulatedDevice::SimulatedDevice(std::string root, int lock)
     remove_leftovers(root_ + folder);
   }
   reboot();
+  volume_daemon.start();
   install_tools(root_);
 }
 
 SimulatedDevice::~SimulatedDevice() {
   power.shut();
   clock.release();
+  volume_daemon.stop();
   threads.await_none();
   g_current = nullptr;
   // The file names who runs the phone.
@@ -217,6 +200,8 @@ void SimulatedDevice::reboot() {
   properties.boot();
   modem.boot();
   input.boot();
+  volume_daemon.hang_up();
+  card.boot();
 }
 
 std::string SimulatedDevice::path(const std::string& device_path, Last last) const {

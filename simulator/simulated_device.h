@@ -7,6 +7,8 @@
 #include <memory>
 #include <string>
 
+#include "simulator/card/card.h"
+#include "simulator/card/volume_daemon.h"
 #include "simulator/clock.h"
 #include "simulator/factory_items.h"
 #include "simulator/faults.h"
@@ -18,6 +20,7 @@
 #include "simulator/modem/modem.h"
 #include "simulator/power.h"
 #include "simulator/property_store.h"
+#include "simulator/scsi.h"
 #include "simulator/shell.h"
 #include "simulator/sockets.h"
 #include "simulator/threads.h"
@@ -76,10 +79,14 @@ class SimulatedDevice {
   Input input;
   Fingerprint fingerprint;
   Power power;
+  Scsi scsi;
   Shell shell;
   Sockets sockets;
   Threads threads;
   Host host;
+  Card card;
+  // The last: its thread uses the others.
+  VolumeDaemon volume_daemon;
 };
 
 }  // namespace atd::sim

@@ -24,7 +24,9 @@ struct timespec;
 namespace atd {
 namespace {
 
-constexpr const char* kFolders[] = {"/tmp", "/dev/null", "/dev/shm", "/dev/urandom", "/proc/self"};
+constexpr const char* kFolders[] = {"/tmp", "/dev/null", "/dev/shm", "/dev/urandom", "/proc/self",
+                                    // Where the simulated card sends calls that are to fail.
+                                    "/dev/full", "/sys/kernel"};
 
 bool is_below(std::string_view path, std::string_view folder) {
   if (folder.ends_with('/')) folder.remove_suffix(1);

@@ -29,8 +29,9 @@ namespace atd {
 class Phone : public testing::Test {
  protected:
   Phone() {
-    char folder[] = "/tmp/atd-test-XXXXXX";
-    root_ = mkdtemp(folder);
+    // In memory where the machine has a folder for that.
+    char memory[] = "/dev/shm/atd-test-XXXXXX", disk[] = "/tmp/atd-test-XXXXXX";
+    root_ = made_ = mkdtemp(memory) ? memory : mkdtemp(disk);
     std::string error;
     device_ = sim::SimulatedDevice::open(root_, &error);
     if (!device_) ADD_FAILURE() << error;
@@ -40,7 +41,7 @@ class Phone : public testing::Test {
 
   ~Phone() override {
     device_.reset();
-    std::filesystem::remove_all(root_);
+    std::filesystem::remove_all(made_);
   }
 
   sim::SimulatedDevice& device() { return *device_; }
@@ -53,6 +54,7 @@ class Phone : public testing::Test {
     return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), std::filesystem::directory_iterator());
   }
 
+  std::string made_;  // the folder that this test has
   std::string root_;
   std::unique_ptr<sim::SimulatedDevice> device_;
 };

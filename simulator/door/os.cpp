@@ -29,7 +29,12 @@ bool refuse(Call call, const std::string& object, int error) {
 
 DevicePath place(const char* path, Last last) {
   DevicePath result;
-  std::string text = path[0] == '/' ? SimulatedDevice::current().path(path, last) : path;
+  std::string text = path;
+  if (path[0] == '/') {
+    text = SimulatedDevice::current().path(path, last);
+    const std::string other = SimulatedDevice::current().card.stand_in(text, last);
+    if (!other.empty()) text = other;
+  }
   if (text.size() >= sizeof result.text) text.clear();
   memcpy(result.text, text.c_str(), text.size() + 1);
   return result;
@@ -45,6 +50,7 @@ int os_ioctl(int fd, ioctl_request_t request, void* argument) {
   if (refuse(Call::ioctl, std::to_string(request), EIO)) return -1;
   int result;
   if (SimulatedDevice::current().input.ioctl(fd, request, argument, &result)) return result;
+  if (SimulatedDevice::current().scsi.ioctl(fd, request, argument, &result)) return result;
   return ioctl(fd, request, argument);
 }
 
@@ -84,7 +90,11 @@ int os_umount2(const char* target, int flags) {
 void os_sync() { SimulatedDevice::current().shell.note("sync"); }
 
 int os_statfs(const char* path, struct statfs* result) {
-  return refuse(Call::statfs, path, EIO) ? -1 : statfs(device_path(path), result);
+  if (refuse(Call::statfs, path, EIO)) return -1;
+  const DevicePath place = device_path(path);
+  if (statfs(place, result) != 0) return -1;
+  SimulatedDevice::current().card.measure(static_cast<const char*>(place), result);
+  return 0;
 }
 
 int os_start_thread(void* (*body)(void*), void* argument) {

@@ -16,6 +16,7 @@ std::span<const Verb> modem_rows();
 std::span<const Verb> fingerprint_rows();
 std::span<const Verb> program_rows();
 std::span<const Verb> call_rows();
+std::span<const Verb> card_rows();
 std::span<const Verb> fault_rows();
 
 }  // namespace atd::sim
