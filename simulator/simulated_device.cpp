@@ -36,14 +36,8 @@ constexpr const char* kPlainFolders[] = {"/sim", "/data/property"};
 
 // The library's. A link of the phone may lead there.
 constexpr const char* kFolders[] = {
-    "/data/factory",
-    "/dev/block/bootdevice/by-name",
-    "/sys",
-    "/proc",
-    "/cache/recovery",
-    "/storage",
-    "/system/etc",
-    "/persist-rz/wdctime",
+    "/data/factory", "/dev/block/bootdevice/by-name", "/sys", "/proc", "/cache/recovery", "/storage",
+    "/system/etc",   "/persist-rz/wdctime",
 };
 
 constexpr const char* kBuildProperties =

@@ -21,9 +21,10 @@ constexpr char kRwText[] = "1234";
 constexpr char kCheckText[] = "SD card test";
 constexpr char kCardDetect[] = "/sys/devices/soc.0/7864900.sdhci/mmc_host/mmc1/cd_status";
 
-// Opens a file on the card anew for writing and reading. A link on the card must not lead the test out of it.
+// Makes a file on the card anew, for writing and reading. A link of its name must not lead the test out of the card.
 int open_new(const char* path) {
-  return open(device_entry(path), O_RDWR | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0644);
+  unlink(device_entry(path));
+  return open(device_path(path), O_RDWR | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0644);
 }
 
 // Writes a text with one write; true when it is written whole, else false with errno.
