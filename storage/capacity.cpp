@@ -26,7 +26,7 @@ constexpr size_t kMegabyteText = 11;
 // Names that are left out wherever they stand.
 constexpr const char* kSkippedNames[] = {"LOST.DIR", "Android", "RZBackup", ".android_secure"};
 
-// Folders that a reader of the log looks for.
+// The log tells whether these hold anything.
 constexpr const char* kCameraFolders[] = {"/DCIM", "/DCIM/Camera"};
 
 bool is_skipped(const char* name) {
@@ -36,19 +36,24 @@ bool is_skipped(const char* name) {
   return false;
 }
 
-// The sum of the files below a folder, -1 when a folder cannot be opened.
+// The sum of the files below a folder, -1 when something there cannot be looked at.
 int64_t size_below(const char* who, const char* path) {
   TreeWalk walk(who, path);
   if (!walk.is_open()) return -1;
   int64_t total = 0;
   for (TreeWalk::Step step; (step = walk.next()) != TreeWalk::Step::end;) {
+    if (step == TreeWalk::Step::failed) return -1;
     if (step == TreeWalk::Step::skipped || is_skipped(walk.name())) continue;
     if (step == TreeWalk::Step::folder) {
       if (walk.enter() == TreeWalk::Entered::failed) return -1;
       continue;
     }
     struct stat status;
-    if (fstatat(walk.folder(), walk.name(), &status, AT_SYMLINK_NOFOLLOW) == 0) total += status.st_size;
+    if (fstatat(walk.folder(), walk.name(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+      SLOGE("invalid path name. %s\n", walk.path());
+      return -1;
+    }
+    total += status.st_size;
   }
   return total;
 }
@@ -79,7 +84,7 @@ int mmc_mmctotalsize(char* out) {
   }
   const unsigned long long block_size = static_cast<unsigned long long>(status.f_bsize);
   const unsigned long long blocks = status.f_blocks;
-  // Divided last: a block may be smaller than 1 KiB.
+  // A block may be smaller than 1 KiB.
   const unsigned long long total = block_size % 1024 == 0 ? block_size / 1024 * blocks : block_size * blocks / 1024;
   SLOGI("[%s] 250-23-1 : SUCCESS! Block Size: %llu, Block count : %llu Total Size: %llu KB \n", __func__,
         block_size / 1024, blocks, total);
@@ -90,7 +95,7 @@ int mmc_mmctotalsize(char* out) {
 int mmc_mmcusedsize(char* out) {
   TextWriter writer(out, kSizeText);
   char mount_point[kCardPathSize];
-  if (!card_path("", mount_point) || !require_mounted(__func__)) return 1;
+  if (!require_mounted(__func__) || !card_path("", mount_point)) return 1;
   const long long size = recursive_dir_check(mount_point);
   if (size < 0) {
     SLOGE("[%s] Error : recursive_dir_check fail", __func__);
@@ -136,6 +141,7 @@ int mmc_emmccapacity(char* out) {
 }
 
 int mmc_ufscapacity(char* out) {
+  TextWriter writer(out, kMegabyteText);
   SLOGI("[%s] 250-38-3 : START!\n", __func__);
   unsigned total = 0;
   for (int unit = 0; unit < 8; ++unit) {
@@ -147,7 +153,7 @@ int mmc_ufscapacity(char* out) {
     total += size;
   }
   SLOGI("[%s] ufs: size_mb = %u\n", __func__, total);
-  TextWriter(out, kMegabyteText).format("%u", total);
+  writer.format("%u", total);
   return 0;
 }
 
@@ -177,13 +183,16 @@ int mmc_storage_isufs() {
 int ram_memory_size() {
   constexpr char kTotal[] = "MemTotal:";
   char text[4096];
-  if (read_node("/proc/meminfo", text, sizeof text) < 0) return 0;
+  if (read_node("/proc/meminfo", text, sizeof text) < 0) SLOGE("cannot read /proc/meminfo");
   char* line = text;
   while (line && strncmp(line, kTotal, strlen(kTotal)) != 0) {
     line = strchr(line, '\n');
     if (line) ++line;
   }
-  if (!line) return 0;
+  if (!line) {
+    SLOGE("/proc/meminfo has no %s", kTotal);
+    return 0;
+  }
   char* number = line + strlen(kTotal);
   number += strspn(number, " \t");
   number[strspn(number, "0123456789")] = '\0';

@@ -15,7 +15,8 @@ int mmc_mmcusedsize(char* out);
 
 // The size in bytes of the file at an absolute device path, or of all files below a folder, without the entries named
 // LOST.DIR, Android, RZBackup and .android_secure. A link below the folder is a file. What has too long a path is
-// reported and left out. -1 when the path or a folder below it cannot be opened, or it is more than 256 folders deep.
+// reported and left out. -1 when the path or anything below it cannot be looked at, or it is more than 256 folders
+// deep.
 int64_t recursive_dir_check(const char* path);
 
 // 1 when the folder at an absolute device path holds an entry, 0 when it holds none, -1 when it cannot be opened.

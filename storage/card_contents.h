@@ -10,7 +10,7 @@
 int check_default_contents();
 
 // Deletes what the list does not name, files and empty folders; a folder that becomes empty stays. Returns 0, 1 when
-// something cannot be looked at or deleted, which ends the walk, or there is no list, or -1 when the card has no id.
+// something cannot be looked at, or deleted, which ends the walk, or there is no list, or -1 when the card has no id.
 int factory_format();
 
 // The result of check_default_contents for a card that is mounted, else 1. The argument is not used.

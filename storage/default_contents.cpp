@@ -15,7 +15,7 @@ namespace {
 
 constexpr int kLineSize = 1024;
 
-// Stands where an entry was that has been taken: what was placed behind it is still found.
+// Stands in the place of an entry that has been taken, so that those behind it are still found.
 default_content g_taken;
 
 size_t hash_of(const char* text) {
@@ -116,8 +116,9 @@ bool DefaultContents::take_over(default_content* first) {
   mask_ = size - 1;
   for (default_content* entry = first; entry; entry = entry->next) {
     size_t place = hash_of(entry->path) & mask_;
-    while (places_[place]) place = (place + 1) & mask_;
-    places_[place] = entry;
+    while (places_[place] && strcmp(places_[place]->path, entry->path) != 0) place = (place + 1) & mask_;
+    // What the list names twice is there but once: the second entry stays in the list.
+    if (!places_[place]) places_[place] = entry;
   }
   return true;
 }

@@ -40,7 +40,7 @@ TreeWalk::Step TreeWalk::next() {
       --depth_;
       if (error == 0) continue;
       SLOGE("[%s] Error : Can not read folder %s. errno %d(%s)\n", who_, path_, error, strerror(error));
-      return Step::skipped;
+      return Step::failed;
     }
     const size_t length = strlen(entry->d_name);
     if (top.path_length + 1 + length + 1 > sizeof path_) {

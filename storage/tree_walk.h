@@ -14,9 +14,9 @@ namespace atd {
 
 class TreeWalk {
  public:
-  // What next() came upon. `skipped` is an entry whose path is too long, or a folder's rest that cannot be read: it is
-  // reported, and the walk can go on after it.
-  enum class Step { end, file, folder, skipped };
+  // What next() came upon. `skipped` is an entry whose path is too long, `failed` a folder's rest that cannot be read:
+  // both are reported, and the walk can go on after them.
+  enum class Step { end, file, folder, skipped, failed };
 
   // What enter() did. A failure is reported; the walk can go on after the folder.
   enum class Entered { yes, empty, failed };

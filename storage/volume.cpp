@@ -57,6 +57,7 @@ ssize_t receive(int sock, char* bytes, size_t size, uint64_t deadline) {
     const uint64_t now = now_us();
     const int ready = now < deadline ? os_wait_readable(sock, deadline - now) : 0;
     if (ready == 0) SLOGE("[TIMEOUT]\n");
+    if (ready < 0 && errno == EINTR) continue;
     if (ready < 0) SLOGE("Error in select (%s)\n", strerror(errno));
     if (ready <= 0) return -1;
     const ssize_t got = recv(sock, bytes, size, 0);
@@ -82,36 +83,36 @@ int handle_line(const char* line) {
   return 1;
 }
 
-// One exchange on a connection of its own; the result of do_cmd, or -1, which is reported, when there is no daemon.
-int request_volume(const char* cmd) {
+// A connection to the daemon, or -1, which is reported.
+int connect_volume() {
   const int sock = os_connect_local("vold");
-  if (sock < 0) {
-    SLOGE("Error connecting (%s)\n", strerror(errno));
-    return -1;
-  }
-  const int result = do_cmd(sock, cmd);
-  close(sock);
-  return result;
+  if (sock < 0) SLOGE("Error connecting (%s)\n", strerror(errno));
+  return sock;
 }
 
 bool exists(const char* device) { return access(device_path(device), F_OK) == 0; }
 
 // Sends one of two commands: for a card with a partition, or for one that is a volume as a whole. 0, 1 when the
-// exchange fails, or -1 when it does not begin; `who` is the function that the log names.
+// exchange fails, or -1 when it does not begin, each reported; `who` is the function that the log names.
 int request_card(const char* who, const char* with_partition, const char* whole) {
+  const int sock = connect_volume();
+  if (sock < 0) return -1;
   char value[PROPERTY_VALUE_MAX];
   system_property_get("ro.factorytest", value);
   SLOGI("[%s] ro.factorytest : %s\n", who, value);
   system_property_get("ro.minios.enable", value);
   SLOGI("[%s] ro.minios.enable : %s\n", who, value);
   const bool partition = exists(kPartition);
+  int result = -1;
   if (!partition && !exists(kCardDevice)) {
     SLOGE("[%s] Error : Can not access %s\n", who, kCardDevice);
-    return -1;
+  } else {
+    const char* cmd = partition ? with_partition : whole;
+    SLOGI("[%s] volume_cmd : %s\n", who, cmd);
+    result = do_cmd(sock, cmd);
   }
-  const char* cmd = partition ? with_partition : whole;
-  SLOGI("[%s] volume_cmd : %s\n", who, cmd);
-  return request_volume(cmd);
+  close(sock);
+  return result;
 }
 
 // Looks up to `tries` times, a second apart, whether the card is mounted.
@@ -125,7 +126,11 @@ bool await_mount(int tries) {
 
 bool format_card(const char* who) {
   if (GetSDCardMountStatus() == 0 && SetSDCardUnMount() != 0) return false;
-  if (request_volume("volume partition disk:179,0 public") != 0) return false;
+  const int sock = connect_volume();
+  if (sock < 0) return false;
+  const int result = do_cmd(sock, "volume partition disk:179,0 public");
+  close(sock);
+  if (result != 0) return false;
   os_sleep_us(kSecondUs);
   if (SetSDCardMount() == 0 || await_mount(2)) return true;
   SLOGE("[%s] 250-23-2 : FAILED to mount card after format!\n", who);
@@ -163,8 +168,9 @@ int do_cmd(int sock, const char* cmd) {
 }
 
 int SetSDCardMount() {
-  // The mount table decides: the daemon also refuses to mount what is mounted.
-  if (request_card(__func__, "volume mount public:179,1 2 0", "volume mount public:179,0 2 0") >= 0 && await_mount(5)) {
+  if (request_card(__func__, "volume mount public:179,1 2 0", "volume mount public:179,0 2 0") < 0) return -1;
+  // The mount table decides, whatever the daemon said: it refuses to mount what is mounted, too.
+  if (await_mount(5)) {
     SLOGI("[%s] Success : sdcard mounted\n", __func__);
     return 0;
   }
@@ -173,9 +179,9 @@ int SetSDCardMount() {
 }
 
 int SetSDCardUnMount() {
-  if (request_card(__func__, "volume unmount public:179,1", "volume unmount public:179,0") == 0) return 0;
-  SLOGE("[%s]Fail to unmount sdcard\n", __func__);
-  return -1;
+  const int result = request_card(__func__, "volume unmount public:179,1", "volume unmount public:179,0");
+  if (result > 0) SLOGE("[%s]Fail to unmount sdcard\n", __func__);
+  return result == 0 ? 0 : -1;
 }
 
 int mmc_mmcformat(char* out) {

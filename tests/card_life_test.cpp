@@ -100,12 +100,30 @@ TEST_F(CardLifeTest, AVolumeDaemonMayAnswerInPiecesButNotLateOrByHalves) {
   for (const auto& [late_ms, result] : {std::pair(19999, 0), {20000, -1}}) {
     device().faults.set({sim::Call::volume, "unmount", 0, 1, late_ms});
     EXPECT_EQ(result, SetSDCardUnMount()) << late_ms;
+    while (mounted()) usleep(100);  // the daemon does it all the same
     device().card.mount();
   }
   EXPECT_EQ(1, logged(ANDROID_LOG_ERROR, "[TIMEOUT]"));
   device().faults.fail("volume partition", 1);
   EXPECT_EQ(1, mmc_mmcformat(out_.data()));
   EXPECT_EQ(1, logged(ANDROID_LOG_ERROR, "VOLD Error 400(Requested action failed)"));
+}
+
+TEST_F(CardLifeTest, TheUfsDeviceTellsWhatItIs) {
+  device().scsi.set({.vendor = "MAKER", .revision = "0007"});
+  EXPECT_EQ(0, do_scsi_command_read("vendor") + do_scsi_command_read("level"));
+  EXPECT_EQ(1, logged("ufs Vendor: 8 MAKER   "));
+  EXPECT_EQ(1, logged("ufs level: 4 0007"));
+  EXPECT_EQ(1, do_scsi_command_read("serial"));
+  device().scsi.set({.size = 16});
+  EXPECT_EQ(1, do_scsi_command_read("level"));
+  EXPECT_EQ(1, logged(ANDROID_LOG_ERROR, "length of request(36) != length from response(16)"));
+  device().scsi.set({.fails = true});
+  EXPECT_EQ(1, do_scsi_command_read("level"));
+  EXPECT_EQ(1, logged(ANDROID_LOG_ERROR, "error while execute INQUIRY command"));
+  device().properties.set_at_boot("ro.build.type", "user");
+  EXPECT_EQ(1, do_scsi_command_read("level"));
+  EXPECT_EQ(1, logged(ANDROID_LOG_ERROR, "ufs firmware: do not read ufs firmware on user build"));
 }
 
 TEST_F(CardLifeTest, TheMidToolComesFromTheCard) {

@@ -134,12 +134,17 @@ TEST_F(StorageTest, TheCleanDeletesStrangersAlone) {
   put("/data/keep/file");
   fs::create_directory_symlink("../../data/keep", root_ + card("/link"));
   EXPECT_EQ(0, mmc_mmcfactoryformat(out));
-  for (const char* kept : {"/a/one", "/b", "/RZdefault/Version.txt", "/LOST.DIR/x", "/c/d"}) EXPECT_TRUE(exists(kept));
+  for (const char* kept : {"/a/one", "/b", "/RZdefault/Version.txt", "/LOST.DIR/x", "/c/d/e"})
+    EXPECT_TRUE(exists(kept));
   for (const char* gone : {"/a/two", "/Android/x", "/empty", "/link", "/c/d/e/f"}) EXPECT_FALSE(exists(gone)) << gone;
   EXPECT_TRUE(fs::exists(root_ + "/data/keep/file"));
   fs::remove(root_ + card("/RZdefault/Version.txt"));
   put(card("/RZdefault/Version.txt/"));
   EXPECT_EQ(1, mmc_mmcfactoryformat(out)) << "a list that cannot be read is not an empty one";
+  fs::remove(root_ + card("/RZdefault/Version.txt"));
+  put("/data/list", "/b 4\n");
+  fs::create_symlink("../../../data/list", root_ + card("/RZdefault/Version.txt"));
+  EXPECT_EQ(1, mmc_mmcfactoryformat(out)) << "nor is one that a link leads to";
   EXPECT_TRUE(exists("/a/one"));
 }
 
@@ -152,7 +157,9 @@ TEST_F(StorageTest, WhatIsTooDeepIsReportedAndStays) {
   fs::rename(root_ + card("/n"), root_ + card(name));
   for (int size : {17, -1}) {
     EXPECT_EQ(size, recursive_dir_check(card("").c_str()));
+    for (const char* stranger : {"/w", "/x", "/y", "/z"}) put(card(stranger));
     EXPECT_EQ(std::pair(1, 1), std::pair(check_default_contents(), factory_format()));
+    for (const char* stranger : {"/w", "/x", "/y", "/z"}) EXPECT_FALSE(exists(stranger)) << stranger;
     put(card(times(260, "/e") + "/"));
   }
   EXPECT_TRUE(exists("/e") && exists(name));
@@ -181,6 +188,7 @@ TEST_F(StorageTest, TheCardIsFoundAndTested) {
   EXPECT_LT(0, errors("vold.publicvolume_uuid is NULL"));
   EXPECT_EQ(0, errors("Finish read_uuid failed")) << "it is set";
   set_id("A1B2");
+  fs::create_directory(root_ + "/storage/A1B2");
   EXPECT_EQ(1, mmc_mmcusedsize(out)) << "another card is mounted";
 }
 
