@@ -48,11 +48,13 @@ struct Argument<const char*> {
   std::string text;
 };
 
-template <>
-struct Argument<int> {
-  explicit Argument(Words& words) {
+template <int lowest>
+struct Number {
+  explicit Number(Words& words) {
     const std::string& word = words.take();
-    if (!read_number(word, INT_MIN, INT_MAX, &number)) throw sim::BadArgument{"\"" + word + "\" is not a number"};
+    if (read_number(word, lowest, INT_MAX, &number)) return;
+    throw sim::BadArgument{"\"" + word + "\" is not a number from " + std::to_string(lowest) + " to " +
+                           std::to_string(INT_MAX)};
   }
   int get() { return number; }
   void tell(std::string*) {}
@@ -60,8 +62,13 @@ struct Argument<int> {
 };
 
 template <>
-struct Argument<unsigned> : Argument<int> {
-  using Argument<int>::Argument;
+struct Argument<int> : Number<INT_MIN> {
+  using Number::Number;
+};
+
+template <>
+struct Argument<unsigned> : Number<0> {
+  using Number::Number;
 };
 
 template <>

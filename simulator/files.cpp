@@ -137,6 +137,7 @@ bool make_folders(const std::string& path) {
 
 void empty_folder(const std::string& path) {
   std::error_code error;
+  if (!fs::is_directory(fs::symlink_status(path, error))) return;
   for (const auto& entry : fs::directory_iterator(path, error)) fs::remove_all(entry.path(), error);
 }
 

@@ -17,13 +17,16 @@ FpTestResult Fingerprint::verdict(const std::string& test) const {
   std::string text, name;
   read_file(file_, &text);
   std::istringstream lines(text);
-  for (FpTestResult found; lines >> name >> found.isPass >> found.result;) {
-    if (name == test) return found;
+  for (std::string line; std::getline(lines, line);) {
+    std::istringstream words(line);
+    FpTestResult found;
+    if (words >> name >> found.isPass >> found.result && name == test) return found;
   }
   return {1, 0};
 }
 
 bool Fingerprint::set(const std::string& test, const FpTestResult& verdict) {
+  std::lock_guard guard(lock_);
   std::ostringstream text;
   for (const std::string& name : tests()) {
     const FpTestResult found = name == test ? verdict : this->verdict(name);

@@ -1,6 +1,8 @@
 // The fingerprint sensor and what its factory tests find.
 #pragma once
 
+#include <atomic>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -27,7 +29,8 @@ class Fingerprint {
 
  private:
   std::string file_;
-  bool on_ = false;
+  std::mutex lock_;
+  std::atomic<bool> on_{false};
 };
 
 }  // namespace atd::sim

@@ -71,6 +71,11 @@ bool make_phone(const std::string& base, std::string* error) {
     fs::recursive_directory_iterator entry(base + folder, failed);
     for (; !failed && entry != fs::recursive_directory_iterator(); entry.increment(failed)) {
       const fs::file_type type = entry->symlink_status(ignored).type();
+      // What is on a card may be anything.
+      if (entry.depth() == 2 && entry->path().filename() == "files" &&
+          entry->path().parent_path().parent_path() == base + "/sim/cards") {
+        entry.disable_recursion_pending();
+      }
       if (type == fs::file_type::regular || type == fs::file_type::directory || type == fs::file_type::not_found)
         continue;
       if (type == fs::file_type::socket && entry->path() == base + kControlSocket) continue;

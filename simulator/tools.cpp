@@ -110,8 +110,10 @@ case $1 in
   *) echo "pm: unknown command '$1'; known: install" >&2; exit 1 ;;
 esac
 [ -f "$package" ] || { echo "pm: no package $package" >&2; exit 1; }
-[ "$(readlink -f "$root/data")" = "$root/data" ] || { echo "pm: no folder $root/data" >&2; exit 1; }
-mkdir -p "$root/data/app" && cp --remove-destination "$package" "$root/data/app/" && echo Success
+app=$root/data/app
+[ "$(readlink -f "$root/data")" = "$root/data" ] && mkdir -p "$app" && [ "$(readlink -f "$app")" = "$app" ] ||
+  { echo "pm: no folder $app" >&2; exit 1; }
+cp -T --remove-destination "$package" "$app/${package##*/}" && echo Success
 )sh";
 
 constexpr const char* kAm = R"sh(#!/bin/sh

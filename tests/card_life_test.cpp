@@ -57,6 +57,31 @@ TEST_F(CardLifeTest, ACardIsInsertedCheckedCleanedFormattedAndPulledOut) {
   EXPECT_STREQ("0", out_.c_str());
 }
 
+TEST_F(CardLifeTest, ALinkInTheCardsPlaceIsNotTheCard) {
+  const std::string keep = root_ + "/data/keep";
+  fs::create_directory(keep);
+  sim::write_file(keep + "/file", "keep");
+  device().card.insert("card", {"default"});
+  fs::create_symlink("/none", folder() + "/a link");  // and one on the card
+  fs::rename(folder(), root_ + "/data/away");
+  fs::create_directory_symlink(keep, folder());
+  EXPECT_EQ(0, SetSDCardUnMount());
+  fs::remove(folder());
+  fs::remove(root_ + "/sim/cards/card/files");
+  fs::rename(root_ + "/data/away", root_ + "/sim/cards/card/files");
+  device().card.insert("card", {"foreign"});
+  fs::remove_all(folder());
+  fs::create_directory_symlink(keep, folder());
+  EXPECT_EQ(0, mmc_mmcformat(out_.data()));
+  EXPECT_EQ("keep", content(keep + "/file"));
+  EXPECT_EQ(0, SetSDCardUnMount());
+  fs::create_symlink("/none", root_ + "/sim/cards/card/files/link");
+  device_.reset();
+  std::string error;
+  device_ = sim::SimulatedDevice::open(root_, &error);
+  ASSERT_TRUE(device_) << error;
+}
+
 TEST_F(CardLifeTest, ACardThatTakesNoMoreAndOneThatCannotBeMountedFail) {
   const std::pair<const char*, const char*> rows[] = {
       {"full", "[StartSDCardRWTest] Error : Can not write file "},
@@ -104,6 +129,11 @@ TEST_F(CardLifeTest, AVolumeDaemonMayAnswerInPiecesButNotLateOrByHalves) {
     device().card.mount();
   }
   EXPECT_EQ(1, logged(ANDROID_LOG_ERROR, "[TIMEOUT]"));
+  device().faults.fail("wait_readable", 1);
+  EXPECT_EQ(-1, SetSDCardUnMount());
+  EXPECT_EQ(1, logged(ANDROID_LOG_ERROR, "Error in select (Input/output error)"));
+  while (mounted()) usleep(100);
+  device().card.mount();
   device().faults.fail("volume partition", 1);
   EXPECT_EQ(1, mmc_mmcformat(out_.data()));
   EXPECT_EQ(1, logged(ANDROID_LOG_ERROR, "VOLD Error 400(Requested action failed)"));

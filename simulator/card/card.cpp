@@ -116,7 +116,7 @@ bool Card::insert(const std::string& name, const std::vector<std::string>& words
     } else if (!apply_word(word, &state, &contents)) {
       *error = "\"" + word +
                "\" is no word of a card: write partition, disk, blank, corrupt, default, foreign, protected, full, "
-               "dummy, plain, unmounted, size=MIB or id=XXXX-XXXX";
+               "dummy, plain, unmounted, size=MIB (1 to 2097152) or id=XXXX-XXXX (0 to 9, A to F)";
       return false;
     }
   }
@@ -221,7 +221,10 @@ int Card::mount_locked() {
 void Card::detach_locked() {
   if (!state_.mounted) return;
   const std::string files = folder(state_.name) + "/files";
-  if (rename(mounted_at_.c_str(), files.c_str()) != 0) {
+  // A person may have put a link in the folder's place. What it leads to is not the card's.
+  if (!is_folder(mounted_at_)) errno = ENOTDIR;
+  else if (rename(mounted_at_.c_str(), files.c_str()) == 0) errno = 0;
+  if (errno != 0) {
     log(mounted_at_);
     make_folders(files);
   }

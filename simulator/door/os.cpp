@@ -27,9 +27,13 @@ bool refuse(Call call, const std::string& object, int error) {
   return true;
 }
 
+// Whether a part of a path leads upwards.
+bool has_dots(const std::string& path) { return ("/" + path + "/").find("/../") != std::string::npos; }
+
 DevicePath place(const char* path, Last last) {
   DevicePath result;
-  std::string text = path;
+  // A relative path is one below the daemon's working folder.
+  std::string text = has_dots(path) ? "" : path;
   if (path[0] == '/') {
     text = SimulatedDevice::current().path(path, last);
     const std::string other = SimulatedDevice::current().card.stand_in(text, last);
@@ -77,7 +81,7 @@ int os_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex, clockid
 }
 
 int os_wait_readable(int fd, uint64_t microseconds) {
-  if (refuse(Call::wait_readable, {}, EINTR)) return -1;
+  if (refuse(Call::wait_readable, {}, EIO)) return -1;
   return SimulatedDevice::current().clock.wait_readable(fd, microseconds);
 }
 

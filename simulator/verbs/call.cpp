@@ -46,9 +46,10 @@ void run(SimulatedDevice& device, VerbCall& call) {
     return call.fail(kUsage, bad.what);
   }
   const std::string result = "result " + std::to_string(outcome.result);
-  call.answer(outcome.out.empty() ? result + "\n" : shown(outcome.out) + "\n" + result + "\n",
-              {{"function", function.name}, {"result", outcome.result}, {"out", outcome.out}});
-  if (outcome.failed) call.fail(kFailed, function.name + " failed; the phone's log says why: atdctl phone log");
+  const bool told = call.answer(outcome.out.empty() ? result + "\n" : shown(outcome.out) + "\n" + result + "\n",
+                                {{"function", function.name}, {"result", outcome.result}, {"out", outcome.out}});
+  if (!told) return call.fail(kFailed, function.name + " gave " + result + ", but the phone is going away");
+  if (outcome.failed) call.fail(kFailed, function.name + " says no; the phone's log may say why: atdctl phone log");
 }
 
 constexpr Verb kVerbs[] = {

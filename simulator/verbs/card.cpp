@@ -1,4 +1,6 @@
 // The SD card, and the daemon that mounts it.
+#include <algorithm>
+
 #include "desk/nearest.h"
 #include "simulator/simulated_device.h"
 #include "simulator/verbs/verb_call.h"
@@ -18,9 +20,10 @@ constexpr struct {
 
 void show(SimulatedDevice& device, VerbCall& call) {
   const CardState card = device.card.state();
+  const DaemonManner now = device.volume_daemon.manner();
   std::string manner;
   for (const auto& row : kManners) {
-    if (row.manner == device.volume_daemon.manner()) manner = row.word;
+    if (row.manner == now) manner = row.word;
   }
   const std::vector<std::string> names = device.card.names();
   const bool none = card.name.empty();
@@ -43,6 +46,11 @@ void insert(SimulatedDevice& device, VerbCall& call) {
   std::string error;
   if (!device.card.insert(call.count() == 0 ? "card" : call[0], words, &error)) return call.fail(kUsage, error);
   show(device, call);
+  const CardState card = device.card.state();
+  const bool mounts = !card.blank && !card.corrupt && !card.dummy;
+  if (mounts && !card.mounted && std::find(words.begin(), words.end(), "unmounted") == words.end()) {
+    call.fail(kFailed, "the card is in, but something else is at storage/" + card.id);
+  }
 }
 
 void pull(SimulatedDevice& device, VerbCall& call) {
@@ -71,7 +79,7 @@ void daemon(SimulatedDevice& device, VerbCall& call) {
     if (call[0] == row.word) return device.volume_daemon.behave(row.manner);
     words.push_back(row.word);
   }
-  call.fail(kUsage, "\"" + call[0] + "\" is nothing that the volume daemon does: write one of " + listed(words));
+  call.fail(kUsage, "the volume daemon cannot be \"" + call[0] + "\": write one of " + listed(words));
 }
 
 constexpr Verb kVerbs[] = {
@@ -84,7 +92,8 @@ constexpr Verb kVerbs[] = {
     {"card mount", "", "Mounts the SD card.", mount},
     {"card unmount", "", "Unmounts the SD card.", unmount},
     {"card daemon", "WORD",
-     "The volume daemon is normal, does a crash in its next answer, sends answers split, is chatty, silent or gone.",
+     "Sets what the volume daemon does to its clients: normal, crash (in its next answer), split (answers in pieces), "
+     "chatty, silent, gone.",
      daemon},
 };
 

@@ -1,4 +1,6 @@
 // The phone's programs.
+#include <unistd.h>
+
 #include "simulator/simulated_device.h"
 #include "simulator/verbs/verb_call.h"
 #include "simulator/verbs/verbs.h"
@@ -9,8 +11,12 @@ namespace {
 
 void set_exit(SimulatedDevice& device, VerbCall& call) {
   int status = -1;
+  const std::string name = call[0].substr(call[0].rfind('/') + 1);
+  if (access((device.root() + "/system/bin/" + name).c_str(), F_OK) != 0) {
+    return call.fail(kUsage, "the phone has no program \"" + name + "\"; see system/bin in its folder");
+  }
   if (call.count() == 1 || call.number(1, "the exit status", 0, 255, &status)) {
-    device.shell.set_exit(call[0], status);
+    device.shell.set_exit(name, status);
   }
 }
 
@@ -26,7 +32,8 @@ void history(SimulatedDevice& device, VerbCall& call) {
 
 constexpr Verb kVerbs[] = {
     {"program exit", "NAME [STATUS]",
-     "Makes a program do nothing but end with this exit status (\"program exit pm 1\"); without one it runs again.",
+     "Makes a program do nothing but end with this exit status (\"program exit pm 1\"); without one it runs again, and "
+     "when the daemon ends.",
      set_exit},
     {"program history", "", "Shows the commands that the daemon has run, oldest first.", history},
 };
