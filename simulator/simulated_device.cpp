@@ -149,7 +149,7 @@ SimulatedDevice::SimulatedDevice(std::string root, int lock)
       scsi(root_),
       shell(root_),
       card(root_, properties, [this](const std::string& text) { volume_daemon.broadcast(text); }),
-      volume_daemon(root_, card, clock, faults) {
+      volume_daemon(root_, card, faults) {
   SimulatedDevice* none = nullptr;
   if (!g_current.compare_exchange_strong(none, this)) {
     fprintf(stderr, "a simulated phone is open already\n");

@@ -129,6 +129,11 @@ TEST_F(CardLifeTest, AVolumeDaemonMayAnswerInPiecesButNotLateOrByHalves) {
     device().card.mount();
   }
   EXPECT_EQ(1, logged(ANDROID_LOG_ERROR, "[TIMEOUT]"));
+  device().card.unmount();
+  device().faults.set({sim::Call::property_get, "vold.publicvolume_uuid", 0, 4});
+  const uint64_t slept = device().clock.slept();
+  EXPECT_EQ(0, SetSDCardMount());
+  EXPECT_EQ(4'000'000u, device().clock.slept() - slept);
   device().faults.fail("wait_readable", 1);
   EXPECT_EQ(-1, SetSDCardUnMount());
   EXPECT_EQ(1, logged(ANDROID_LOG_ERROR, "Error in select (Input/output error)"));

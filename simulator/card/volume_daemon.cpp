@@ -86,12 +86,8 @@ bool await_read(int fd) {
 
 }  // namespace
 
-VolumeDaemon::VolumeDaemon(const std::string& root, Card& card, Clock& clock, Faults& faults)
-    : path_(root + "/dev/socket/vold"),
-      card_(card),
-      clock_(clock),
-      faults_(faults),
-      wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
+VolumeDaemon::VolumeDaemon(const std::string& root, Card& card, Faults& faults)
+    : path_(root + "/dev/socket/vold"), card_(card), faults_(faults), wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
 
 void VolumeDaemon::start() {
   std::lock_guard guard(lock_);

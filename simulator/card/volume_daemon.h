@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "simulator/card/card.h"
-#include "simulator/clock.h"
 #include "simulator/faults.h"
 
 namespace atd::sim {
@@ -27,8 +26,8 @@ enum class DaemonManner {
 
 class VolumeDaemon {
  public:
-  // The card, the clock and the faults are the phone's and outlive the daemon.
-  VolumeDaemon(const std::string& root, Card& card, Clock& clock, Faults& faults);
+  // The card and the faults are the phone's and outlive the daemon.
+  VolumeDaemon(const std::string& root, Card& card, Faults& faults);
 
   ~VolumeDaemon() { stop(); }
 
@@ -68,7 +67,6 @@ class VolumeDaemon {
 
   const std::string path_;
   Card& card_;
-  Clock& clock_;
   Faults& faults_;
   const int wake_;  // an event that ends the thread's wait
   mutable std::mutex lock_;
