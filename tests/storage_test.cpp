@@ -63,12 +63,15 @@ TEST_F(StorageTest, AnExchangeEndsWithALineOfItsOwn) {
     device().logs.clear();
     char sent[64];
     EXPECT_EQ("0 volume list\0"s, std::string(sent, size_t(recv(ends[1], sent, sizeof sent, 0))));
-    close(ends[1]);
-    const auto at_pipe = signal(SIGPIPE, SIG_DFL);
-    EXPECT_EQ(1, do_cmd(ends[0], "x")) << "nobody is there, and no signal comes";
-    signal(SIGPIPE, at_pipe);
-    close(ends[0]);
+    for (int end : ends) close(end);
   }
+  int ends[2];
+  ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM, 0, ends));
+  close(ends[1]);
+  const auto at_pipe = signal(SIGPIPE, SIG_DFL);
+  EXPECT_EQ(1, do_cmd(ends[0], "x")) << "nobody is there, and no signal comes";
+  signal(SIGPIPE, at_pipe);
+  close(ends[0]);
 }
 
 TEST_F(StorageTest, EachLineHasTwentySeconds) {
