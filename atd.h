@@ -6,7 +6,8 @@
 // of the modem interface and touches take turns by themselves. The rest does not. One transfer of the modem's bulk data
 // runs at a time. The functions of the modem's file system run on one thread at a time, with no other request to the
 // modem meanwhile. On one thread at a time run the functions of the SD card, those of the automatic test and its file
-// transfer, and get_qem and set_qem, which write qem_get_status. stop_socket ends what waits and tells the clients.
+// transfer, the factory resets, get_qem and set_qem, which write qem_get_status, and get_usb_id_adc, which writes
+// cable. stop_socket ends what waits and tells the clients.
 //
 // Texts are terminated. A buffer is the caller's and holds at least the bytes that its contract names.
 #pragma once
@@ -32,7 +33,27 @@
 #include "storage/capacity.h"           // sizes of the SD card, the internal storage and the RAM
 #include "storage/file_system.h"        // the size of a file system
 #include "storage/scsi.h"               // what the UFS device says about itself
-#include "system/power.h"               // restart
+#include "system/power.h"               // restart and power-off
+#include "system/sleep.h"               // sleep and wake
+#include "system/brightness.h"          // the screen's brightness
+#include "system/cable_power_off.h"     // power-off when the cable is pulled
+#include "system/environment.h"         // the boot, cables, the boot stages
+#include "system/cpu.h"                 // the processor's clock
+#include "system/versions.h"            // versions
+#include "system/version_sync.h"        // versions in factory items and in the modem
+#include "system/fixed_area_version.h"  // the version of the fixed software area
+#include "system/requests.h"            // other requests to the modem and the platform
+#include "system/flight_mode.h"         // flight mode
+#include "system/usb.h"                 // the USB port
+#include "system/modem_test.h"          // the modem's test mode
+#include "system/sysfs.h"               // files and nodes as a whole
+#include "system/hw_version.h"          // the hardware version
+#include "system/adc.h"                 // readings of the analogue-to-digital converter
+#include "system/usb_id.h"              // the factory cable
+#include "system/battery.h"             // the battery's temperature, the charger, currents
+#include "system/fuel_gauge.h"          // the battery's voltage and level
+#include "system/thermal.h"             // temperatures of the chip and the crystal
+#include "system/board.h"               // the real-time clock, the back cover
 #include "devicetest/test_set.h"        // the set of the automatic test
 #include "devicetest/test_order.h"      // its order
 #include "devicetest/test_results.h"    // results and verdict
@@ -41,5 +62,9 @@
 #include "devicetest/file_transfer.h"   // files for a host, in pieces
 #include "devicetest/mid_tool.h"        // the MID test tool
 #include "devicetest/misc_partition.h"  // bytes in a partition
+#include "reset/factory_reset.h"        // the factory reset's steps
+#include "reset/hidden_reset.h"         // factory resets from the hidden menu
+#include "reset/data_deletion.h"        // deleting the user's data
+#include "reset/erase.h"                // erasing the cache partition
 #include "reset/production_reset.h"     // production resets
 #include "dispatch/diag_tty.h"          // the diagnostic tty's switch

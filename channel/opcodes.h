@@ -89,6 +89,15 @@ enum PlatformOpcode {
   kKeyClick = 1202,    // press and release a key; one byte, the platform's key number
   kKeyPress = 1203,    // press it
   kKeyRelease = 1204,  // release it
+  kLcdOn = 1352,       // switch the screen on, off
+  kLcdOff = 1353,
+  kFlightModeSet = 1651,     // set the platform's flight mode, by a text
+  kFlightModeStatus = 1652,  // read it
+  kAndroidSleep = 1653,      // put the phone to sleep, wake it
+  kAndroidWake = 1654,
+  kPhoneNumber = 1700,   // the phone number
+  kPatternClear = 1701,  // clear the screen's lock pattern
+  kOsUpgrade = 3140,     // the system was upgraded
 };
 
 }  // namespace atd

@@ -165,6 +165,9 @@ int serve(Options options, const char* log_level) {
     device->sockets.record = atd::sim::SocketRecord::open(options.record, device->clock, &error);
     if (!device->sockets.record) return fail(error);
   }
+  const std::vector<std::string> past = device->power.history();
+  __android_log_print(ANDROID_LOG_INFO, "phone", "boot %d, after: %s", device->boots(),
+                      past.empty() ? "nothing" : past.back().c_str());
   device->power.allow([](const std::string& what) {
     // Only the first one counts: a phone that goes down does not go down again.
     static std::atomic_flag going_down;
@@ -188,6 +191,9 @@ int serve(Options options, const char* log_level) {
   std::thread booting([&] {
     atd::boot();
     if (ends) return;
+    // One of the phone's own, which its end does not wait for.
+    const auto finish = [](void*) -> void* { return atd::finish_reset(), nullptr; };
+    device->threads.start(finish, nullptr);
     // The verbs use what has booted; a caller that came before waits.
     control->start();
     device->logs.echo(options.log_level);
@@ -206,6 +212,7 @@ int serve(Options options, const char* log_level) {
   int signal = 0;
   sigwait(&signals, &signal);
   ends = true;
+  if (signal != kRebootSignal) device->power.note("stop");
   // Nothing that sleeps, such as a slow modem, delays the end.
   device->power.shut();
   device->clock.release();

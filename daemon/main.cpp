@@ -15,6 +15,7 @@ std::atomic<bool> g_booted{false};
 void* boot(void*) {
   atd::boot();
   g_booted = true;
+  atd::finish_reset();
   return nullptr;
 }
 

@@ -7,6 +7,7 @@
 #include "factory/items.h"
 #include "platform/log.h"
 #include "text/number.h"
+#include "text/text_writer.h"
 #include "transport/response.h"
 
 namespace atd {
@@ -70,11 +71,35 @@ void handle_get_serial_number(rzcmd_response* rsp) { answer_text(rsp, item<9>, "
 void handle_get_msn(rzcmd_response* rsp) { answer_text(rsp, item<18>); }
 void handle_get_manuf_date(rzcmd_response* rsp) { answer_text(rsp, item<19>); }
 void handle_get_csn(rzcmd_response* rsp) { answer_text(rsp, item<37>); }
+void handle_get_set_revision(rzcmd_response* rsp) { answer_text(rsp, item<36>); }
+void handle_get_sku(rzcmd_response* rsp) { answer_text(rsp, item<39>); }
 void handle_get_sw_fixed_area_version(rzcmd_response* rsp) { answer_text(rsp, item<31>); }
 void handle_get_image_name(rzcmd_response* rsp) { answer_text(rsp, item<215>); }
 void handle_get_ldaf_cal(rzcmd_response* rsp) { answer_bytes(rsp, item<211>); }
 void handle_get_image_status(rzcmd_response* rsp) { answer_bytes(rsp, item<213>); }
 void handle_get_image_secno(rzcmd_response* rsp) { answer_bytes(rsp, item<214>); }
+void handle_read_flex_gpio_sum(rzcmd_response* rsp) { answer_bytes(rsp, item<300>); }
+
+void handle_write_flex_gpio_sum(rzcmd_request* req, rzcmd_response* rsp) {
+  SLOGI("[%s] : %s\n", __func__, request_text(req));
+  respond(rsp, set_gpio_sum(req->data) != 0 ? RZCMD_FAIL : RZCMD_OK);
+}
+
+void handle_sniff_config(const char* data, rzcmd_response* rsp) {
+  SLOGI("[SNIFF] Set handle_sniff_config:%s\n", data);
+  char config[item<89>.length] = {};
+  memcpy(config, data, strnlen(data, sizeof config));
+  respond(rsp, set_sniff_download_config(config) != 0 ? RZCMD_FAIL : RZCMD_OK);
+}
+
+void handle_get_hiddenmenu_enable(rzcmd_response* rsp) {
+  const int enable = get_hiddenMenu_extension();
+  if (enable == -1) return respond(rsp, RZCMD_FAIL);
+  SLOGI("HiddenMenu: Enable/Disable[%d]\n", enable);
+  char text[16];
+  TextWriter(text).format("%d", enable);
+  respond_text(rsp, text);
+}
 
 void handle_get_wine_ime(rzcmd_response* rsp) {
   int value = get_wine_ime();

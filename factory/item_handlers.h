@@ -34,13 +34,25 @@ void handle_get_serial_number(rzcmd_response* rsp);
 void handle_get_msn(rzcmd_response* rsp);
 void handle_get_manuf_date(rzcmd_response* rsp);
 void handle_get_csn(rzcmd_response* rsp);
+void handle_get_set_revision(rzcmd_response* rsp);
+void handle_get_sku(rzcmd_response* rsp);
 void handle_get_sw_fixed_area_version(rzcmd_response* rsp);
 void handle_get_image_name(rzcmd_response* rsp);
 
 // Answer an item as it is stored, result 1 when it cannot be read.
-void handle_get_ldaf_cal(rzcmd_response* rsp);      // 10 bytes
-void handle_get_image_status(rzcmd_response* rsp);  // 1 byte
-void handle_get_image_secno(rzcmd_response* rsp);   // 4 bytes
+void handle_get_ldaf_cal(rzcmd_response* rsp);        // 10 bytes
+void handle_get_image_status(rzcmd_response* rsp);    // 1 byte
+void handle_get_image_secno(rzcmd_response* rsp);     // 4 bytes
+void handle_read_flex_gpio_sum(rzcmd_response* rsp);  // 4 bytes
+
+// Stores the first four payload bytes as the GPIO sum; result 1 when they cannot be stored.
+void handle_write_flex_gpio_sum(rzcmd_request* req, rzcmd_response* rsp);
+
+// Stores a text, cut at 512 bytes, as the sniff download configuration; result 1 when it cannot be stored.
+void handle_sniff_config(const char* data, rzcmd_response* rsp);
+
+// Answers the hidden-menu extension as a decimal text; result 1 when it cannot be read.
+void handle_get_hiddenmenu_enable(rzcmd_response* rsp);
 
 // The wine IME flag as one byte, 255 when it cannot be read, always with result 0.
 void handle_get_wine_ime(rzcmd_response* rsp);

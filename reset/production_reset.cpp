@@ -4,8 +4,6 @@
 #include "channel/request_channel.h"
 #include "platform/log.h"
 #include "platform/records.h"
-#include "reset/reset_handlers.h"
-#include "transport/response.h"
 
 using namespace atd;
 
@@ -45,10 +43,3 @@ int tav_reset_production(int kind) {
   }
   return -1;
 }
-
-namespace atd {
-
-void handle_reset_production_1(rzcmd_response* rsp) { respond(rsp, tav_reset_production(1)); }
-void handle_reset_production_0(rzcmd_response* rsp) { respond(rsp, tav_reset_production(0)); }
-
-}  // namespace atd

@@ -4,20 +4,29 @@
 #include <unistd.h>
 
 #include "simulator/files.h"
+#include "simulator/readings.h"
 
 namespace atd::sim {
 
 namespace {
 
+enum class Life {
+  kept,      // made again where it is missing
+  one_boot,  // what was written there does not survive a boot
+  optional,  // made with the phone; a phone from which it was taken away has none
+};
+
 struct Node {
   const char* path;
   const char* content;
   off_t size = 0;  // of a partition, in bytes
+  Life life = Life::kept;
 };
 
 constexpr Node kNodes[] = {
     {"/dev/block/bootdevice/by-name/misc", "", 1 << 20},
-    {"/proc/cmdline", "console=ttyMSM0 androidboot.bootdevice=624000.ufshc androidboot.hardware=sim\n"},
+    {"/dev/block/bootdevice/by-name/cache", "", 4 << 20},
+    {"/proc/cmdline", "console=ttyMSM0 androidboot.bootdevice=624000.ufshc androidboot.hardware=sim tav.rev=rev_10\n"},
     {"/proc/meminfo", "MemTotal:        3881456 kB\nMemFree:         1204320 kB\nMemAvailable:    2417964 kB\n"},
     {"/proc/mounts",
      "rootfs / rootfs ro,seclabel 0 0\n"
@@ -35,7 +44,34 @@ constexpr Node kNodes[] = {
     {"/sys/block/sde/size", "3145728\n"},
     {"/sys/block/sdf/size", "1048576\n"},
     {"/dev/sg3", ""},
+    {"/proc/tav_power/lcd/brightness", "183\n"},
+    {"/sys/class/graphics/fb0/blank", "0\n", 0, Life::one_boot},
+    {"/sys/class/android_usb/android0/lock", "0\n"},
+    {"/sys/class/android_usb/android0/state", "CONFIGURED\n"},
+    {"/sys/class/leds/R/device/led_pattern", "0\n"},
+    {"/sys/power/autosleep", "off\n", 0, Life::one_boot},
+    {"/sys/kernel/atd_mid/atd_status", "0\n", 0, Life::one_boot},
+    {"/sys/devices/system/cpu/cpu0/cpufreq/scaling_cur_freq", "1804800\n"},
+    {"/sys/devices/system/cpu/cpu0/cpufreq/scaling_max_freq", "1804800\n"},
+    {"/sys/devices/system/cpu/cpu0/cpufreq/scaling_min_freq", "300000\n"},
+    {"/sys/devices/system/cpu/cpu0/cpufreq/cpuinfo_cur_freq", "1804800\n"},
+    {"/sys/devices/system/cpu/cpu0/cpufreq/scaling_governor", "interactive\n", 0, Life::one_boot},
+    {"/sys/devices/system/cpu/cpu1/cpufreq/scaling_cur_freq", "1804800\n"},
+    {"/sys/devices/system/cpu/cpu1/cpufreq/scaling_max_freq", "1804800\n"},
+    {"/sys/devices/system/cpu/cpu1/cpufreq/scaling_min_freq", "300000\n"},
     {"/sys/devices/virtual/input/tav_touch/testmode_ver", "TAV_TOUCH_1.0\n"},
+    {"/proc/tav_power/battery/present", "1\n", 0, Life::optional},
+    {"/proc/tav_power/adc/vcoin", "Result:3000000 Raw:31000\n", 0, Life::optional},
+    {"/proc/tav_power/adc/batt_id", "Result:1100000 Raw:18000\n", 0, Life::optional},
+    {"/proc/tav_power/adc/xo_therm", "Result:30 Raw:32000\n", 0, Life::optional},
+    {"/proc/tav_power/platform/pcb_rev", "Result:900000 Raw:15000\n", 0, Life::optional},
+    {"/proc/tav_power/charger/ibat_current", "-250\n", 0, Life::optional},
+    {"/sys/class/switch/backcover/state", "0\n", 0, Life::optional},
+    {"/sys/bus/i2c/devices/1-002d/at_pmrst", "1\n", 0, Life::optional},
+    {"/dev/rtc0", "", 0, Life::optional},
+    {"/system/etc/ap.ubid", "SIM1APV10A0\n"},
+    {"/cust/cust.ubid", "SIM1CUV10A0\n"},
+    {"/data/.OP/userdata.ubid", "SIM1UDV10A0-0\n"},
 };
 
 bool make(const std::string& path, const Node& node) {
@@ -50,12 +86,21 @@ bool make(const std::string& path, const Node& node) {
 }  // namespace
 
 bool make_nodes(const std::string& root, std::string* culprit) {
+  const bool is_new = access((root + "/sim/boots").c_str(), F_OK) != 0;
   for (const Node& node : kNodes) {
+    if (node.life == Life::optional && !is_new) continue;
     if (make(resolve(root, node.path), node)) continue;
     *culprit = root + node.path;
     return false;
   }
-  return true;
+  *culprit = root;
+  return !is_new || Readings(root).make();
+}
+
+void boot_nodes(const std::string& root) {
+  for (const Node& node : kNodes) {
+    if (node.life == Life::one_boot) write_file(resolve(root, node.path), node.content);
+  }
 }
 
 }  // namespace atd::sim

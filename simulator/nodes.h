@@ -1,4 +1,4 @@
-// The kernel's nodes and the partitions of a new phone.
+// The kernel's nodes, the partitions and the version files of a new phone.
 #pragma once
 
 #include <string>
@@ -8,5 +8,8 @@ namespace atd::sim {
 // Makes those that are missing below the folder `root`; false with errno, and the one that cannot be made in *culprit.
 // What is there stays: a person may have edited it.
 bool make_nodes(const std::string& root, std::string* culprit);
+
+// Gives those that the kernel begins anew at a boot their first content.
+void boot_nodes(const std::string& root);
 
 }  // namespace atd::sim

@@ -1,5 +1,7 @@
 #include "simulator/power.h"
 
+#include <android/log.h>
+
 #include <sstream>
 
 #include "simulator/files.h"
@@ -8,7 +10,7 @@ namespace atd::sim {
 
 namespace {
 
-constexpr size_t kRequestsKept = 100;
+constexpr size_t kLinesKept = 100;
 
 }  // namespace
 
@@ -23,17 +25,28 @@ bool Power::request(const std::string& what) {
     std::lock_guard guard(lock_);
     if (shut_) return false;
     allowed = static_cast<bool>(ended_);
-    std::string text;
-    for (const std::string& line : last_locked(kRequestsKept - 1)) text += line + "\n";
-    write_file(file_, text + (allowed ? "" : "refused ") + what + "\n");
+    record_locked((allowed ? "" : "refused ") + what);
   }
+  __android_log_print(allowed ? ANDROID_LOG_INFO : ANDROID_LOG_WARN, "phone", "%s%s", what.c_str(),
+                      allowed ? "" : " is refused: nobody allows it");
   if (allowed) ended_(what);
   return allowed;
 }
 
+void Power::note(const std::string& what) {
+  std::lock_guard guard(lock_);
+  record_locked(what);
+}
+
+void Power::record_locked(const std::string& line) {
+  std::string text;
+  for (const std::string& before : last_locked(kLinesKept - 1)) text += before + "\n";
+  write_file(file_, text + line + "\n");
+}
+
 std::vector<std::string> Power::history() const {
   std::lock_guard guard(lock_);
-  return last_locked(kRequestsKept);
+  return last_locked(kLinesKept);
 }
 
 std::vector<std::string> Power::last_locked(size_t count) const {

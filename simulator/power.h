@@ -1,5 +1,5 @@
 // Reboot and power-off. Each is recorded as a line of "sim/power" in the phone's folder and, where it is allowed,
-// carried out by whoever runs the phone.
+// carried out by whoever runs the phone. Other ends of its run are recorded there as well.
 #pragma once
 
 #include <functional>
@@ -23,10 +23,14 @@ class Power {
   // Records the request and carries it out; false when it was refused.
   bool request(const std::string& what);
 
-  // The last 100 requests since the phone was made, oldest first, with "refused " before what was refused.
+  // Records what ended the phone's run by itself: "stop", "killed".
+  void note(const std::string& what);
+
+  // The last 100 lines since the phone was made, oldest first, with "refused " before what was refused.
   std::vector<std::string> history() const;
 
  private:
+  void record_locked(const std::string& line);
   std::vector<std::string> last_locked(size_t count) const;
 
   std::string file_;

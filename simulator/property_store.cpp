@@ -33,7 +33,9 @@ std::string Properties::file(const std::string& name) const {
 
 std::string Properties::get(const std::string& name) const {
   std::string value;
-  if (!acceptable(name) || !read_file(file(name), &value)) return "";
+  if (!acceptable(name)) return "";
+  read_(name);
+  if (!read_file(file(name), &value)) return "";
   // A person who edits the file leaves a newline.
   while (!value.empty() && value.back() == '\n') value.pop_back();
   return value.substr(0, PROPERTY_VALUE_MAX - 1);
@@ -63,7 +65,10 @@ bool Properties::set_at_boot(const std::string& name, const std::string& value) 
     errno = EINVAL;
     return false;
   }
-  if (write_file(file(name), value, syncs_ && is_persistent(name))) return true;
+  if (write_file(file(name), value, syncs_ && is_persistent(name))) {
+    written_(name);
+    return true;
+  }
   const int error = errno;
   __android_log_print(ANDROID_LOG_ERROR, "property", "%s cannot be written: %s", name.c_str(), strerror(error));
   errno = error;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,12 @@ class Properties {
  public:
   // `syncs` is the phone's switch and outlives the store.
   Properties(const std::string& root, const std::atomic<bool>& syncs) : root_(root), syncs_(syncs) {}
+
+  // Has these called before a property is read, and after one was set. Before any other thread uses the store.
+  void watch(std::function<void(const std::string& name)> read, std::function<void(const std::string& name)> written) {
+    read_ = std::move(read);
+    written_ = std::move(written);
+  }
 
   // The value, "" when it is not set.
   std::string get(const std::string& name) const;
@@ -38,6 +45,8 @@ class Properties {
 
   std::string root_;
   const std::atomic<bool>& syncs_;
+  std::function<void(const std::string& name)> read_ = [](const std::string&) {};
+  std::function<void(const std::string& name)> written_ = [](const std::string&) {};
 };
 
 }  // namespace atd::sim

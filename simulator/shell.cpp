@@ -9,6 +9,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+
 #include "simulator/command_line.h"
 #include "simulator/files.h"
 
@@ -61,6 +63,14 @@ int spawn(const std::string& root, const std::string& program, const std::vector
   while ((ended = waitpid(child, &status, 0)) < 0 && errno == EINTR) {
   }
   return ended < 0 ? -1 : status;
+}
+
+// Whether the words are those of the broadcast that has the platform wipe the phone.
+bool is_master_clear(const std::vector<std::string>& words) {
+  const std::string program = words[0].substr(words[0].rfind('/') + 1);
+  const auto action = std::find(words.begin(), words.end(), "-a");
+  return program == "am" && words.size() > 1 && words[1] == "broadcast" && words.end() - action > 1 &&
+         action[1] == "android.intent.action.MASTER_CLEAR";
 }
 
 }  // namespace
@@ -137,6 +147,7 @@ bool Shell::start(const std::string& command, const std::vector<std::string>& wo
     if (exit != exits_.end()) return *status = exit->second << 8, true;
   }
   *status = spawn(root_, file, arguments, output);
+  if (*status == 0 && is_master_clear(words)) master_clear_();
   return *status != -1;
 }
 

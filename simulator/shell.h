@@ -4,6 +4,7 @@
 #pragma once
 
 #include <deque>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <string>
@@ -26,6 +27,9 @@ class Shell {
   // is killed.
   int run(const std::vector<std::string>& arguments);
 
+  // Has this called after the program am has broadcast the master clear.
+  void on_master_clear(std::function<void()> wipe) { master_clear_ = std::move(wipe); }
+
   // Makes a program do nothing but end with this exit status, -1 for running again.
   void set_exit(const std::string& program, int status);
 
@@ -42,6 +46,7 @@ class Shell {
   bool start(const std::string& command, const std::vector<std::string>& words, int output, int* status);
 
   std::string root_;
+  std::function<void()> master_clear_ = [] {};
   mutable std::mutex lock_;
   std::deque<std::string> history_;
   std::map<std::string, int> exits_;  // of the programs that do not run

@@ -46,7 +46,13 @@ constexpr const char* kBuildProperties =
     "ro.minios.enable=0\n"
     "ro.bootmode=normal\n"
     "ro.model.name=SIM-1\n"
-    "ro.build.version.release=8.0.0\n";
+    "ro.build.version.release=8.0.0\n"
+    "ro.build.date=Thu Jan  1 00:00:00 UTC 2026\n"
+    "ro.tav.factoryversion=SIM1-V10a\n"
+    "ro.tav.swversion=SIM1-V10a\n"
+    "ro.tav.swversion_short=V10a\n"
+    "ro.tav.swversion_rev=00\n"
+    "dev.bootcomplete=1\n";
 
 void fail(std::string* error, const std::string& what) { *error = what + ": " + strerror(errno); }
 
@@ -120,6 +126,9 @@ std::unique_ptr<SimulatedDevice> SimulatedDevice::open(const std::string& root, 
     close(lock);
     return nullptr;
   }
+  // A clean end empties the file.
+  std::string left;
+  if (read_file(lock_file, &left) && !left.empty()) Power(base).note("killed");
   std::string pid = std::to_string(getpid()) + "\n";
   if (ftruncate(lock, 0) != 0 || write(lock, pid.data(), pid.size()) < 0) {
     fail(error, lock_file);
@@ -145,8 +154,13 @@ SimulatedDevice::SimulatedDevice(std::string root, int lock)
       modem(root_, syncs_writes, clock, faults),
       input(root_),
       fingerprint(root_),
+      readings(root_),
+      rtc(root_, clock),
       power(root_),
       scsi(root_),
+      usb(root_, clock, properties),
+      partitions(root_),
+      deletion_service(root_, clock, properties),
       shell(root_),
       card(root_, properties, [this](const std::string& text) { volume_daemon.broadcast(text); }),
       volume_daemon(root_, card, faults) {
@@ -158,6 +172,16 @@ SimulatedDevice::SimulatedDevice(std::string root, int lock)
   for (const char* folder : {"/sim", "/sim/items", "/sim/modem", "/data/property", "/system", "/system/bin"}) {
     remove_leftovers(root_ + folder);
   }
+  properties.watch(
+      [this](const std::string& name) {
+        usb.before_read(name);
+        deletion_service.before_read(name);
+      },
+      [this](const std::string& name) {
+        usb.after_write(name);
+        deletion_service.after_write(name);
+      });
+  shell.on_master_clear([this] { master_clear(); });
   reboot();
   volume_daemon.start();
   install_tools(root_);
@@ -167,7 +191,7 @@ SimulatedDevice::~SimulatedDevice() {
   power.shut();
   clock.release();
   volume_daemon.stop();
-  threads.await_none();
+  threads.end();
   g_current = nullptr;
   // The file names who runs the phone.
   [[maybe_unused]] const int cleared = ftruncate(lock_, 0);
@@ -196,11 +220,28 @@ void SimulatedDevice::reboot() {
   clock.get(CLOCK_REALTIME, &now);
   booted_ = now.tv_sec;
   logs.clear();
+  boot_nodes(root_);
   properties.boot();
+  properties.set_at_boot("ril.modembsp.bootup", "1");
+  usb.boot();
+  deletion_service.boot();
   modem.boot();
   input.boot();
   volume_daemon.hang_up();
   card.boot();
+}
+
+void SimulatedDevice::master_clear() {
+  __android_log_print(ANDROID_LOG_WARN, "phone", "master clear: data and cache are wiped");
+  wipe_data(root_);
+  wipe_cache(root_);
+  const auto reboot = [](void* phone) -> void* {
+    SimulatedDevice& device = *static_cast<SimulatedDevice*>(phone);
+    device.clock.sleep(1000000);
+    device.power.request("reboot master-clear");
+    return nullptr;
+  };
+  threads.start(reboot, this);
 }
 
 std::string SimulatedDevice::path(const std::string& device_path, Last last) const {

@@ -11,6 +11,7 @@
 #include "simulator/card/volume_daemon.h"
 #include "simulator/clock.h"
 #include "simulator/factory_items.h"
+#include "simulator/factory_wipe.h"
 #include "simulator/faults.h"
 #include "simulator/files.h"
 #include "simulator/fingerprint.h"
@@ -18,12 +19,16 @@
 #include "simulator/input/input.h"
 #include "simulator/logs.h"
 #include "simulator/modem/modem.h"
+#include "simulator/partitions.h"
 #include "simulator/power.h"
 #include "simulator/property_store.h"
+#include "simulator/readings.h"
+#include "simulator/rtc.h"
 #include "simulator/scsi.h"
 #include "simulator/shell.h"
 #include "simulator/sockets.h"
 #include "simulator/threads.h"
+#include "simulator/usb.h"
 
 namespace atd::sim {
 
@@ -42,6 +47,9 @@ class SimulatedDevice {
 
   // The phone that is open now, or null.
   static SimulatedDevice* open_now();
+
+  // Does what the platform does at a master clear: wipes data and cache, and reboots the phone a second later.
+  void master_clear();
 
   // Restarts the phone in place: what a reboot loses is lost, what it keeps is kept.
   void reboot();
@@ -78,8 +86,13 @@ class SimulatedDevice {
   Modem modem;
   Input input;
   Fingerprint fingerprint;
+  Readings readings;
+  Rtc rtc;
   Power power;
   Scsi scsi;
+  Usb usb;
+  Partitions partitions;
+  DeletionService deletion_service;
   Shell shell;
   Sockets sockets;
   Threads threads;

@@ -1,6 +1,7 @@
 // The phone's detached threads.
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
 #include <mutex>
 
@@ -14,10 +15,18 @@ class Threads {
   // Returns once none of them runs any more.
   void await_none();
 
+  // The same at the phone's end, when no sleep lasts any more: one that has slept a hundred times since then waits for
+  // something that will not come, and ends.
+  void end();
+
+  // For a thread that is about to sleep: does not return when it is such a one.
+  void leave_at_end();
+
  private:
   struct Start;
   static void* run(void* start);
 
+  std::atomic<bool> ending_{false};
   std::mutex lock_;
   std::condition_variable ended_;
   int running_ = 0;

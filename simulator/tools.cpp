@@ -117,10 +117,12 @@ cp -T --remove-destination "$package" "$app/${package##*/}" && echo Success
 )sh";
 
 constexpr const char* kAm = R"sh(#!/bin/sh
-# am start -n COMPONENT: says what it would start.
+# am start -n COMPONENT, am broadcast -a ACTION -n COMPONENT: says what it would start or send. The daemon carries out
+# the master clear when it runs this itself.
 case $1 in
   start) shift; echo "Starting: Intent { $* }" ;;
-  *) echo "am: unknown command '$1'; known: start" >&2; exit 1 ;;
+  broadcast) shift; echo "Broadcasting: Intent { $* }"; echo "Broadcast completed: result=0" ;;
+  *) echo "am: unknown command '$1'; known: start, broadcast" >&2; exit 1 ;;
 esac
 )sh";
 

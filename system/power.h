@@ -1,16 +1,23 @@
-// Restart, and what goes before it.
+// Restart and power-off, and what goes before them.
 #pragma once
 
 #pragma GCC visibility push(default)
 
-// Writes the modem's and the phone's file systems out and restarts the phone one second later, on a thread of its own.
-// One that is asked for within that second joins it. Returns 0, or -1 when the modem's file system could not be written
-// or there is no thread.
-int system_restart();
+// End the phone's run one second later, on a thread of their own, once the modem's file system is written out. One that
+// is asked for within that second joins the same one that waits. Each returns 0, or -1 when the modem's file system
+// could not be written or there is no thread.
+int system_restart();   // also writes the phone's file systems out
+int system_poweroff();  // the same; 0 without a thread when the kernel switches the phone off already
+int system_dload();     // restarts into download mode
+int system_aat();       // restarts into the automatic test
 
-// Writes the modem's file system out and restarts the phone into the automatic test, one second later, as
-// system_restart does. Returns 0, or -1 when the modem's file system could not be written or there is no thread.
-int system_aat();
+// Do so on the caller's thread, one second from now, without writing the modem's file system out. They return where the
+// platform refuses, and otherwise at the phone's end.
+void restart();
+void poweroff();
+
+// The same with a reason for the boot loader; writes the phone's file systems out first.
+void restart_with_reason(const char* reason);
 
 // Writes the modem's file system out; 0, or -1.
 int system_efs_sync();

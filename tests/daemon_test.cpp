@@ -201,6 +201,16 @@ TEST_F(Daemon, RebootsAndSwitchesItselfOff) {
   EXPECT_EQ(0, end(detached));
   EXPECT_TRUE(is_clean());
   EXPECT_EQ("reboot\npower-off\n", content(path("sim/power")));
+  start({"--device", "phone", "--background"});
+  EXPECT_EQ(0, end());
+  EXPECT_TRUE(has(content(path("dev/log/main")) + content(path("dev/log/.main")), "boot 4, after: power-off"));
+  const pid_t killed = holder();
+  kill(killed, SIGKILL);
+  end(killed);
+  start({"--device", "phone", "--background"});
+  EXPECT_EQ(0, end());
+  EXPECT_EQ(0, end_by(SIGTERM, holder()));
+  EXPECT_EQ("reboot\npower-off\nkilled\nstop\n", content(path("sim/power")));
 }
 
 TEST_F(Daemon, KeepsNothingOfItsCaller) {

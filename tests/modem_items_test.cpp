@@ -363,11 +363,21 @@ TEST_F(ModemItemsTest, OpcodesAskAndAnswer) {
     std::string answer;
     int unanswered;
   } const rows[] = {
+      {4002, "2", {510, ""}, "1", 0, "", 1},
+      {4002, " 3\n", {512, ""}, "0", 1, "", 1},
+      {4002, "4", {511, ""}, "1", 0, "", 1},
       {4004, "1", {200, ""}, "\0"s, 0, "", 0},
+      {4005, "", {4, ""}, "7", 0, "\7", 1},
+      {4005, "", {4, ""}, "2", 2, "\2", 1},
+      {4005, "", {4, ""}, "256", 1, "", 1},
+      {4007, "259", {200, ""}, "\0"s, 0, "", 1},
       {4009, "", {200, ""}, "\0"s, 0, "", 1},
       {4020, "", {200, ""}, "\xFF", 0, "", 0},
+      {4021, "", {28, ""}, "0,text", 0, "0,text", 1},
       {4033, "", {13, ""}, "mode 0", 0, "mode 0", 1},
       {4034, "", {32, ""}, "mode 1", 0, "mode 1", 1},
+      {4040, "0", {610, "\0"s}, "\0"s, 0, "", 1},
+      {4040, "", {610, "\1"}, "\xFF", 1, "", 1},
       {4064, "", {117, ""}, imei, 0, imei, 1},
       {4064, "", {117, ""}, "", 1, "", 1},
       {4064, "49015420323751", {116, imei}, "IMEI WRITE OK", 0, "", 1},
@@ -375,10 +385,12 @@ TEST_F(ModemItemsTest, OpcodesAskAndAnswer) {
       {4068, "", {102, ""}, "impl\0x"s, 0, "impl\0x"s, 1},
       {4069, "", {109, ""}, "fusg\0x"s, 0, "fusg\0x"s, 1},
       {4180, "", {200, ""}, "\0"s, 0, "", 1},
+      {4266, "sd/img", {200, ""}, "\0"s, 0, "", 1},
       {4293, "4\0!"s, {116, "4\0!"s}, "IMEI WRITE FAIL", 0, "IMEI WRITE FAIL", 1},
       {4294, "", {117, ""}, longest, 0, longest, 1},
       {4294, "", {117, ""}, longest + "i", 0, "", 1},
       {4294, "", {117, ""}, "", 1, "", 1},
+      {4295, "", {42, ""}, "1", 0, "", 1},
       {4400, "", {157, ""}, "meid", 0, "meid", 0},
       {4401, "", {158, ""}, "pesn", 0, "pesn", 1},
       {4405, "", {41, ""}, "1", 0, "", 1},
@@ -412,7 +424,8 @@ TEST_F(ModemItemsTest, OpcodesAskAndAnswer) {
   // No other opcode asks, and the table tells the client so.
   for (const Opcode& row : opcodes()) {
     if (row.state != State::built) continue;
-    run(row.number, "1");
+    set_qem(0);
+    run(row.number, row.number == 4002 ? "2" : "1");  // its 1 wipes the image that 4004 looks for
     EXPECT_EQ(asking.count(row.number), asked().empty() ? 0u : 1u) << row.name;
     EXPECT_EQ(asking.count(row.number), (row.effects & kModem) != 0 ? 1u : 0u) << row.name;
   }

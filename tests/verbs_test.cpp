@@ -149,9 +149,12 @@ TEST_F(VerbTest, TheModemThePropertiesAndTheClock) {
             {{"property", "ro.model.name", "OTHER"}, 0, ""},
             {{"property", "ro.model.name"}, 0, "OTHER\n"},
             {{"property", "persist.sys.lang", "en"}, 0, ""},
-            {{"property"}, 0, "[persist.sys.lang]: [en]\n[ro.bootmode]: [normal]\n"},
+            {{"property"}, 0, "[persist.sys.lang]: [en]\n[ril.modembsp.bootup]: [1]\n[ro.bootmode]: [normal]\n"},
             {{"property", "../x", "1"}, 64, "cannot set \"../x\""},
             {{"property", "x", std::string(92, 'v')}, 64, "at most 91 bytes"},
+            {{"usb", "disconnect"}, 0, ""},
+            {{"usb"}, 0, "sys.usb.state  mtp,adb\nlock           0\nport           DISCONNECTED\n"},
+            {{"usb", "delay", "-1"}, 64, "the delay is never, or is a number from 0"},
             {{"clock", "advance", "0"}, 64, "the time is a number from 1"}});
   char out[2048];
   int length = 0, status = 0;

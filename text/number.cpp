@@ -19,4 +19,9 @@ bool parse_number(const char* text, int* number) {
   return end[strspn(end, " \r\n")] == '\0';
 }
 
+int leading_number(const char* text) {
+  const long long value = strtoll(text, nullptr, 10);
+  return static_cast<int>(value < INT_MIN ? INT_MIN : value > INT_MAX ? INT_MAX : value);
+}
+
 }  // namespace atd

@@ -7,4 +7,8 @@ namespace atd {
 // it; false for any other text.
 bool parse_number(const char* text, int* number);
 
+// The decimal number that a text begins with, after blanks and a sign; 0 where there is none, and the nearest number of
+// 32 bits for one that has more.
+int leading_number(const char* text);
+
 }  // namespace atd

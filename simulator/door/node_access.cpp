@@ -27,6 +27,7 @@ int unified_sysfs_read(const char* path, char* buffer, int size) {
 
 int unified_sysfs_write(const char* path, const char* text) {
   if (SimulatedDevice::current().faults.hits(Call::unified_sysfs_write, path)) return -EIO;
+  if (SimulatedDevice::current().readings.resets(path, text)) return static_cast<int>(strlen(text));
   // What stands behind a shorter text would be read as a part of it.
   const int fd = open(device_path(path), O_WRONLY | O_TRUNC | O_CLOEXEC);
   if (fd < 0) return -errno;

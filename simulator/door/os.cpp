@@ -55,6 +55,8 @@ int os_ioctl(int fd, ioctl_request_t request, void* argument) {
   int result;
   if (SimulatedDevice::current().input.ioctl(fd, request, argument, &result)) return result;
   if (SimulatedDevice::current().scsi.ioctl(fd, request, argument, &result)) return result;
+  if (SimulatedDevice::current().partitions.ioctl(fd, request, argument, &result)) return result;
+  if (SimulatedDevice::current().rtc.ioctl(fd, request, argument, &result)) return result;
   return ioctl(fd, request, argument);
 }
 
@@ -69,7 +71,10 @@ int os_run(const char* const* argv) {
   return refuse(Call::run, arguments[0], ENOMEM) ? -1 : SimulatedDevice::current().shell.run(arguments);
 }
 
-void os_sleep_us(uint64_t microseconds) { SimulatedDevice::current().clock.sleep(microseconds); }
+void os_sleep_us(uint64_t microseconds) {
+  SimulatedDevice::current().threads.leave_at_end();
+  SimulatedDevice::current().clock.sleep(microseconds);
+}
 
 int os_clock_gettime(clockid_t clock, struct timespec* now) {
   return refuse(Call::clock_gettime, {}, EINVAL) ? -1 : SimulatedDevice::current().clock.get(clock, now);

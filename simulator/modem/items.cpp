@@ -129,7 +129,7 @@ constexpr ModemItems::Item ModemItems::kItems[] = {
     {kResetServiceReturn,  "",                 Kind::fixed,      "1"},
     {kNvRead,              "nv_",              Kind::nv_read,    ""},
     {kNvWrite,             "nv_",              Kind::nv_write,   ""},
-    {kHardResetKey,        "hard_reset_key",   Kind::put,        "\0"sv, "1"},
+    {kHardResetKey,        "hard_reset_key",   Kind::flight,     "\0"sv},
     {kModemBackup,         "",                 Kind::fixed,      "1"},
     // clang-format on
 };

@@ -67,6 +67,16 @@ void power_off(SimulatedDevice& device, VerbCall& call) {
   call.afterwards([&device] { device.power.request("power-off"); });
 }
 
+void power_history(SimulatedDevice& device, VerbCall& call) {
+  std::string text;
+  Json json = Json::array();
+  for (const std::string& line : device.power.history()) {
+    text += line + "\n";
+    json.push_back(line);
+  }
+  call.answer(text, json);
+}
+
 void clock_show(SimulatedDevice& device, VerbCall& call) {
   call.answer(local_time(now(device)) + "\n", {{"clock", utc(now(device))}});
 }
@@ -83,6 +93,7 @@ constexpr Verb kVerbs[] = {
     {"stop", "", "Stops the daemon; starting it again boots the phone.", stop},
     {"reboot", "[REASON]", "Reboots the phone; the reason \"dload\" is download mode, which ends the daemon.", reboot},
     {"power-off", "", "Switches the phone off, which ends the daemon.", power_off},
+    {"power history", "", "Shows why the phone's last runs ended, the latest at the end.", power_history},
     {"clock", "", "Shows the phone's date and time.", clock_show},
     {"clock advance", "SECONDS", "Moves the phone's time ahead; what waits until then is done.", clock_advance},
 };

@@ -1,0 +1,185 @@
+#include "simulator/readings.h"
+
+#include <android/log.h>
+#include <errno.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cctype>
+#include <iterator>
+
+#include "simulator/files.h"
+#include "system/fuel_gauge_models.h"
+
+namespace atd::sim {
+
+namespace {
+
+constexpr char kBattery[] = "/proc/tav_power/battery/";
+constexpr char kAdc[] = "/proc/tav_power/adc/";
+constexpr char kUsbId[] = "/proc/tav_power/adc/usb_id";
+constexpr char kUsbIn[] = "/proc/tav_power/adc/usb_in";
+constexpr char kUsbMode[] = "/sys/devices/platform/tav_android_usb/tav_usb_mode";
+constexpr char kZone[] = "/sys/devices/virtual/thermal/thermal_zone";
+
+// The types of the thermal zones, in their order: first two that are no sensors of the chip.
+constexpr const char* kZoneTypes[] = {"battery",          "pa_therm0",        "tsens_tz_sensor0", "tsens_tz_sensor1",
+                                      "tsens_tz_sensor2", "tsens_tz_sensor3", "tsens_tz_sensor4", "tsens_tz_sensor5"};
+
+// What a cable does to the ID pin and the input, in microvolts. An open pin is above every factory cable's range.
+struct Cable {
+  const char* name;
+  int usb_id;
+  int usb_in;
+  const char* mode;
+};
+constexpr Cable kCables[] = {
+    {"none", 1800000, 0, "normal"},
+    {"usb", 1800000, 5000000, "normal"},
+    {"56k", 350000, 5000000, "factory_56k"},
+    {"130k", 640000, 5000000, "factory_130k"},
+    {"910k", 1490000, 5000000, "factory_910k"},
+};
+
+// "max17050" of "FUELRST_MAX17050".
+std::string name_of(const FuelGauge& gauge) {
+  std::string name = gauge.name;
+  name.erase(0, name.rfind('_') + 1);
+  std::transform(name.begin(), name.end(), name.begin(), [](unsigned char c) { return std::tolower(c); });
+  return name;
+}
+
+// A text of the converter; the raw count is of no consequence.
+std::string converted(int microvolts) {
+  return "Result:" + std::to_string(microvolts) + " Raw:" + std::to_string(microvolts / 100);
+}
+
+}  // namespace
+
+bool Readings::is_there(const std::string& node) const { return access(resolve(root_, node).c_str(), F_OK) == 0; }
+
+std::string Readings::text(const std::string& node) const {
+  std::string text;
+  read_file(resolve(root_, node), &text);
+  return text.substr(0, text.find_last_not_of('\n') + 1);
+}
+
+std::optional<long long> Readings::number(const std::string& node) const {
+  std::string text = this->text(node);
+  if (text.starts_with("Result:")) text.erase(0, 7);
+  char* end;
+  const long long value = strtoll(text.c_str(), &end, 10);
+  return end == text.c_str() ? std::nullopt : std::optional(value);
+}
+
+bool Readings::write(const std::string& node, const std::string& text) {
+  const std::string path = resolve(root_, node);
+  return !path.empty() && make_folders(path.substr(0, path.rfind('/'))) && write_file(path, text + "\n");
+}
+
+bool Readings::make() {
+  bool made =
+      set_temperature(250) && set_voltage(4200) && set_level(85) && set_charging(false, false) && set_gauge("max17050");
+  for (size_t zone = 0; zone < std::size(kZoneTypes); ++zone) {
+    made = made && write(kZone + std::to_string(zone) + "/type", kZoneTypes[zone]) &&
+           set_zone(static_cast<int>(zone), 350);
+  }
+  return made && set_cable("none");
+}
+
+bool Readings::set_temperature(int tenths) {
+  const std::string text = std::to_string(tenths);
+  return write(std::string(kBattery) + "temp", text) && write("/sys/class/power_supply/battery/temp", text);
+}
+
+bool Readings::set_voltage(int millivolts) {
+  return write(kVoltageNode, std::to_string(millivolts * 1000)) &&
+         write(std::string(kAdc) + "vph_pwr", converted(millivolts * 1000)) && write_gauge();
+}
+
+bool Readings::set_level(int percent) { return write(kLevelNode, std::to_string(percent)) && write_gauge(); }
+
+bool Readings::set_charging(bool on, bool complete) {
+  return write("/sys/class/power_supply/ac/charging_enabled", on ? "1" : "0") &&
+         write("/sys/class/power_supply/ac/charging_complete", complete ? "1" : "0") &&
+         write("/proc/tav_power/charger/ichg_current", on && !complete ? "1000" : "0");
+}
+
+bool Readings::set_zone(int zone, int tenths) {
+  const std::string folder = kZone + std::to_string(zone);
+  if (!is_there(folder + "/type")) return errno = ENOENT, false;
+  return write(folder + "/temp", std::to_string(tenths));
+}
+
+std::vector<std::string> Readings::cables() {
+  std::vector<std::string> names;
+  for (const Cable& cable : kCables) names.push_back(cable.name);
+  return names;
+}
+
+bool Readings::set_cable(const std::string& name) {
+  for (const Cable& cable : kCables) {
+    if (name != cable.name) continue;
+    return write(kUsbId, converted(cable.usb_id)) && write(kUsbIn, converted(cable.usb_in)) &&
+           write(kUsbMode, cable.mode);
+  }
+  return errno = EINVAL, false;
+}
+
+std::string Readings::cable() const {
+  for (const Cable& cable : kCables) {
+    if (number(kUsbId) == cable.usb_id && number(kUsbIn) == cable.usb_in) return cable.name;
+  }
+  return "?";
+}
+
+std::vector<std::string> Readings::gauges() {
+  std::vector<std::string> names;
+  for (const FuelGauge& gauge : kFuelGauges) names.push_back(name_of(gauge));
+  names.push_back("none");
+  return names;
+}
+
+bool Readings::set_gauge(const std::string& name) {
+  for (const FuelGauge& gauge : kFuelGauges) {
+    unlink(resolve(root_, gauge.node, Last::itself).c_str());
+    for (const char* node : {gauge.voltage, gauge.level}) {
+      if (node != kVoltageNode && node != kLevelNode) unlink(resolve(root_, node, Last::itself).c_str());
+    }
+  }
+  for (const FuelGauge& gauge : kFuelGauges) {
+    if (name_of(gauge) == name) return write(gauge.node, "1") && write_gauge();
+  }
+  return true;
+}
+
+std::string Readings::gauge() const {
+  for (const FuelGauge& gauge : kFuelGauges) {
+    if (is_there(gauge.node)) return name_of(gauge);
+  }
+  return "none";
+}
+
+bool Readings::resets(const std::string& node, const std::string& text) const {
+  if (text != "reset" || !is_there(node)) return false;
+  const bool known = node == std::string(kBattery) + "present" ||
+                     std::any_of(std::begin(kFuelGauges), std::end(kFuelGauges),
+                                 [&](const FuelGauge& gauge) { return node == gauge.node; });
+  if (known) __android_log_print(ANDROID_LOG_INFO, "battery", "the fuel gauge is reset by %s", node.c_str());
+  return known;
+}
+
+// Brings the gauge's own nodes in line with the battery's.
+bool Readings::write_gauge() {
+  for (const FuelGauge& gauge : kFuelGauges) {
+    if (!is_there(gauge.node)) continue;
+    // A gauge of its own measures in millivolts.
+    return (gauge.voltage == kVoltageNode ||
+            write(gauge.voltage, std::to_string(number(kVoltageNode).value_or(0) / 1000))) &&
+           (gauge.level == kLevelNode || write(gauge.level, std::to_string(number(kLevelNode).value_or(0))));
+  }
+  return true;
+}
+
+}  // namespace atd::sim

@@ -1,0 +1,67 @@
+#include "simulator/usb.h"
+
+#include <time.h>
+
+#include "simulator/files.h"
+
+namespace atd::sim {
+
+namespace {
+
+constexpr char kConfig[] = "sys.usb.config";
+constexpr char kState[] = "sys.usb.state";
+
+}  // namespace
+
+uint64_t Usb::now() {
+  struct timespec now = {};
+  clock_.get(CLOCK_MONOTONIC, &now);
+  return static_cast<uint64_t>(now.tv_sec) * 1000000 + static_cast<uint64_t>(now.tv_nsec) / 1000;
+}
+
+std::string Usb::path(const char* name) const {
+  return resolve(root_, std::string("/sys/class/android_usb/android0/") + name);
+}
+
+void Usb::boot() {
+  std::string composition = properties_.get(kConfig);
+  if (composition.empty()) composition = "mtp,adb";
+  properties_.set_at_boot(kConfig, composition);
+  std::lock_guard guard(lock_);
+  pending_ = false;
+  properties_.set_at_boot(kState, composition);
+}
+
+void Usb::set_delay(int milliseconds) {
+  std::lock_guard guard(lock_);
+  delay_ms_ = milliseconds;
+}
+
+bool Usb::set_state(const std::string& state) { return write_file(path("state"), state + "\n"); }
+
+std::string Usb::node(const char* name) const {
+  std::string text;
+  read_file(path(name), &text);
+  return text.substr(0, text.find('\n'));
+}
+
+// Nobody sees when the state changed but who reads it, so it changes then.
+void Usb::before_read(const std::string& name) {
+  if (name != kState) return;
+  std::lock_guard guard(lock_);
+  if (!pending_ || now() < due_) return;
+  pending_ = false;
+  properties_.set_at_boot(kState, properties_.get(kConfig));
+}
+
+void Usb::after_write(const std::string& name) {
+  if (name != kConfig) return;
+  {
+    std::lock_guard guard(lock_);
+    pending_ = delay_ms_ >= 0;
+    due_ = now() + static_cast<uint64_t>(delay_ms_) * 1000;
+  }
+  before_read(kState);
+}
+
+}  // namespace atd::sim

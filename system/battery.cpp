@@ -1,0 +1,79 @@
+#include "system/battery.h"
+
+#include "platform/log.h"
+#include "platform/node_access.h"
+#include "system/reading.h"
+#include "system/sysfs.h"
+#include "text/number.h"
+#include "text/text_writer.h"
+
+using namespace atd;
+
+namespace {
+
+constexpr int kNodeText = 10 + 1;
+constexpr int kNumberSize = 12;
+constexpr int kNoThermistor = -300;
+constexpr char kChargingEnabled[] = "/sys/class/power_supply/ac/charging_enabled";
+constexpr char kChargingComplete[] = "/sys/class/power_supply/ac/charging_complete";
+
+int write_switch(const char* node, char c) {
+  if (c != '0' && c != '1') return 0;
+  return write_sysfs(node, &c, 1) == 0 ? 0 : 1;
+}
+
+}  // namespace
+
+int get_battery_therm(char* out) {
+  if (read_text("/proc/tav_power/battery/temp", "get_battery_therm", out, kNodeText) != 0) return 1;
+  // The line names the other node of the same reading.
+  SLOGI("Battry Therm [/sys/class/power_supply/battery/temp]=%s", out);
+  return leading_number(out) == kNoThermistor ? 1 : 0;
+}
+
+int get_batt_them(char* out) {
+  TextWriter writer(out, 16);
+  int tenths;
+  if (read_value("/sys/class/power_supply/battery/temp", "get_batt_them", &tenths) != 0) return 1;
+  writer.format("%.1f", tenths / 10.0);
+  return 0;
+}
+
+int get_charge_status(char* out) { return read_text(kChargingEnabled, "get_charge_status", out, kNodeText); }
+
+int set_charge_status(char c) { return write_switch(kChargingEnabled, c); }
+
+int get_charging_complete_status(unsigned char* out) {
+  int complete;
+  if (read_value(kChargingComplete, "get_charging_complete_status", &complete) != 0) return 1;
+  *out = static_cast<unsigned char>(complete);
+  SLOGI("Charging Complete [%s]=%d", kChargingComplete, *out);
+  return 0;
+}
+
+int set_charging_complete_status(char c) { return write_switch(kChargingComplete, c); }
+
+// The lines of the currents name the nodes of older kernels, as stations know them.
+int get_ibat_current(char* out) {
+  TextWriter writer(out, kNumberSize);
+  char text[kNodeText];
+  const int rt = unified_sysfs_read("/proc/tav_power/charger/ibat_current", text, sizeof text);
+  if (rt < 0) {
+    SLOGE("get_ibat_current:fail to fopen /sys/class/power_supply/battery/current_now rt:%d\n", rt);
+    return 1;
+  }
+  writer.format("%d", leading_number(text));
+  return 0;
+}
+
+int get_ichg_current(char* out) {
+  TextWriter writer(out, kNumberSize);
+  char text[kNodeText];
+  const int rt = unified_sysfs_read("/proc/tav_power/charger/ichg_current", text, sizeof text);
+  if (rt < 0) {
+    SLOGE("get_ichg_current:fail to fopen /sys/class/power_supply/ac/current_now rt:%d\n", rt);
+    return 1;
+  }
+  writer.format("%d", leading_number(text));
+  return 0;
+}
