@@ -62,6 +62,7 @@
 #include "devicetest/file_transfer.h"   // files for a host, in pieces
 #include "devicetest/mid_tool.h"        // the MID test tool
 #include "devicetest/misc_partition.h"  // bytes in a partition
+#include "logs/log_folders.h"           // where the logs are
 #include "reset/factory_reset.h"        // the factory reset's steps
 #include "reset/hidden_reset.h"         // factory resets from the hidden menu
 #include "reset/data_deletion.h"        // deleting the user's data

@@ -27,7 +27,8 @@ need() {
   as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends $missing >/dev/null
 }
 
-BUILD_PACKAGES="g++ cmake ninja-build pkg-config libcli11-dev nlohmann-json3-dev libfmt-dev libevdev-dev"
+BUILD_PACKAGES="g++ cmake ninja-build pkg-config libcli11-dev nlohmann-json3-dev libfmt-dev libevdev-dev \
+zlib1g-dev libminizip-dev"
 TEST_PACKAGES="libgtest-dev libgmock-dev e2fsprogs f2fs-tools"
 
 # rooms: the library's rooms, from the ground up.
