@@ -12,7 +12,9 @@
 
 #include <CLI/CLI.hpp>
 #include <atomic>
+#include <chrono>
 #include <filesystem>
+#include <future>
 #include <map>
 #include <string>
 #include <thread>
@@ -36,6 +38,7 @@ const std::map<std::string, int> kLogLevels = {
 constexpr int kStopSignals[] = {SIGTERM, SIGINT, SIGHUP};
 constexpr int kRebootSignal = SIGUSR1;
 constexpr char kSocketVariable[] = "ANDROID_SOCKET_atd";
+constexpr std::chrono::seconds kLongestEnd(5);
 
 // What the phone did to itself; written before kRebootSignal is sent.
 std::string g_ended_by;
@@ -192,8 +195,8 @@ int serve(Options options, const char* log_level) {
     atd::boot();
     if (ends) return;
     // One of the phone's own, which its end does not wait for.
-    const auto finish = [](void*) -> void* { return atd::finish_reset(), nullptr; };
-    device->threads.start(finish, nullptr);
+    const auto resume = [](void*) -> void* { return atd::resume(), nullptr; };
+    device->threads.start(resume, nullptr);
     // The verbs use what has booted; a caller that came before waits.
     control->start();
     device->logs.echo(options.log_level);
@@ -216,17 +219,26 @@ int serve(Options options, const char* log_level) {
   // Nothing that sleeps, such as a slow modem, delays the end.
   device->power.shut();
   device->clock.release();
-  booting.join();
-  control->hang_up();
-  stop_socket();
-  // The verbs that still run use the phone.
-  control.reset();
-  device.reset();
-  if (signal != kRebootSignal) return 0;
-  say("phone " + options.device + ": " + g_ended_by);
-  if (g_ended_by == "power-off" || g_ended_by == "reboot dload") return 0;
-  boot_again(options, log_level, spare_socket);
-  return 1;
+  const std::future<void> end = std::async(std::launch::async, [&] {
+    booting.join();
+    control->hang_up();
+    stop_socket();
+    // The verbs that still run use the phone.
+    control.reset();
+    device.reset();
+  });
+  const bool stuck = end.wait_for(kLongestEnd) == std::future_status::timeout;
+  if (stuck) say("phone " + options.device + ": something waits for what does not come any more; it is left behind");
+  if (signal == kRebootSignal) say("phone " + options.device + ": " + g_ended_by);
+  if (signal == kRebootSignal && g_ended_by != "power-off" && g_ended_by != "reboot dload") {
+    boot_again(options, log_level, spare_socket);
+    return 1;
+  }
+  if (stuck) {
+    atd::sim::await_shown();
+    _exit(0);
+  }
+  return 0;
 }
 
 // Many clients need more descriptors than a shell allows at first.

@@ -1,6 +1,7 @@
 // The daemon on a phone: serves its socket, which init has made, until init tells it to stop.
 #include <pthread.h>
 #include <signal.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -15,7 +16,7 @@ std::atomic<bool> g_booted{false};
 void* boot(void*) {
   atd::boot();
   g_booted = true;
-  atd::finish_reset();
+  atd::resume();
   return nullptr;
 }
 
@@ -27,6 +28,8 @@ int main() {
   sigemptyset(&stop);
   sigaddset(&stop, SIGTERM);
   sigprocmask(SIG_BLOCK, &stop, nullptr);
+  // init's umask would take the library's folders from everybody else, whatever mode it asks for.
+  umask(022);
   // A write to a client that is gone fails; it does not end the daemon.
   signal(SIGPIPE, SIG_IGN);
 

@@ -2,6 +2,8 @@
 
 #include <string.h>
 
+#include <atomic>
+
 #include "channel/opcodes.h"
 #include "channel/request_channel.h"
 #include "factory/items.h"
@@ -38,6 +40,9 @@ void after_wipe() {
   set_frst_running(0);
 }
 
+// A reset whose status is not stored would begin the same step again and again.
+int set_status(int status) { return set_factory_status(status) == 0 ? 0 : 1; }
+
 int clear_phone() {
   if (frst_modem_data_clear() != 0) return 1;
   frst_factory_item_clear();
@@ -48,19 +53,25 @@ int clear_phone() {
     os_system("rm -rf /persist-rz/mms");
   }
   set_operator_clear();
-  set_factory_status(2);
-  return 0;
+  return set_status(2);
 }
+
+// One thread is enough, however often it is asked for.
+std::atomic<bool> g_watched{false};
 
 void* watch(void*) {
   check_setupwizard_complete();
+  g_watched = false;
   return nullptr;
 }
 
 int await_setup() {
-  if (const int error = os_start_thread(watch, nullptr)) {
-    SLOGE("Unable to create frst thread : %s\n", strerror(error));
-    return 1;
+  if (!g_watched.exchange(true)) {
+    if (const int error = os_start_thread(watch, nullptr)) {
+      g_watched = false;
+      SLOGE("Unable to create frst thread : %s\n", strerror(error));
+      return 1;
+    }
   }
   app_hash_remove_all();
   remove_pki_data();
@@ -83,12 +94,16 @@ int sfactoryreset() {
     if (frst_run(status) == 1) return 1;
     if (status == 5) return await_setup();
     if (status == 2 || status == 6 || (status == 3 && blue == '1')) return 0;
+    if (status < 0 || status > 6) {
+      SLOGE("[%s] no reset has this status: %d", __func__, status);
+      return 1;
+    }
   }
 }
 
 int frst_run(int status) {
   switch (status) {
-    case 0: set_factory_status(1); return 0;
+    case 0: return set_status(1);
     case 1: return clear_phone();
     case 3:
     case 4: after_wipe(); return 0;

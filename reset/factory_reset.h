@@ -9,12 +9,12 @@
 extern int hiddenmenu_frst;
 
 // Runs the steps of the present status and of those that follow, 200 ms apart, up to one of 2, 5 and 6, or to 3 with
-// the blue factory mode. Goes on as long as the status does not change: until the boot is complete, or the item store
-// takes a write again. At 5 it starts the watch for the setup wizard and removes the hashes of the applications and the
-// keys. 0, or 1 when the modem keeps its data or the watch has no thread.
+// the blue factory mode. At 3 and 4 it waits until the boot is complete. At 5 it starts the watch for the setup wizard,
+// unless it runs, and removes the hashes of the applications and the keys. 0, or 1 when the modem keeps its data, the
+// status cannot be read or stored or is none of these, or the watch has no thread.
 int sfactoryreset();
 
-// Runs the step of one status; 0, or 1 when the modem keeps its data.
+// Runs the step of one status; 0, or 1 when the modem keeps its data or the next status is not stored.
 int frst_run(int status);
 
 // Has the modem clear its data; 0, 1 when it cannot restore its defaults, or the error of request_to_system.

@@ -28,8 +28,9 @@ constexpr uint64_t kSecondUs = 1000000;
 constexpr int kMountWaits = 11;
 
 int hand_over_wipe() {
-  set_factory_status(5);
-  return os_system(kMasterClear);
+  const int status = os_system(kMasterClear);
+  if (status != 0) SLOGE("the master clear is not broadcast: %d", status);
+  return status;
 }
 
 // Erases the card where it works, and prepares the reset; 0 or 1.
@@ -77,13 +78,15 @@ void* run_crst(void*) {
 }  // namespace
 
 int hidden_factoryreset() {
-  set_factory_status(0);
+  if (set_factory_status(0) != 0) return 1;
   sfactoryreset();
+  // Without it the next boot would not know what it follows.
+  if (set_factory_status(5) != 0) return 1;
   return hand_over_wipe();
 }
 
 int hidden_factoryreset_sdcard() {
-  if (prepare_with_card() != 0) return 1;
+  if (prepare_with_card() != 0 || set_factory_status(5) != 0) return 1;
   hand_over_wipe();
   return 0;
 }
@@ -98,8 +101,7 @@ int factoryreset_crst() {
 
 int hidden_factoryreset_sdcard_power_off() {
   if (normal_mode_check() != 0 || prepare_with_card() != 0 || factory_delete() != 0) return 1;
-  set_factory_status(3);
-  return system_poweroff() == 0 ? 0 : 1;
+  return set_factory_status(3) == 0 && system_poweroff() == 0 ? 0 : 1;
 }
 
 int erase_external_sdcard() {

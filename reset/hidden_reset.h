@@ -4,11 +4,12 @@
 #pragma GCC visibility push(default)
 
 // Prepares the reset and hands the wipe to the platform, which reboots the phone, whatever comes of the preparation;
-// the wait status of the hand-over's command, or -1 without a shell.
+// the wait status of the hand-over's command, -1 without a shell, or 1 when the factory status cannot be stored: then
+// nothing is wiped.
 int hidden_factoryreset();
 
 // The same with the SD card erased first, where a card works. 0 once the wipe is handed over, or 1 when the card cannot
-// be erased, or the preparation cannot begin or fails: then nothing is wiped.
+// be erased, the preparation cannot begin or fails, or the factory status cannot be stored: then nothing is wiped.
 int hidden_factoryreset_sdcard();
 
 // Runs hidden_factoryreset_sdcard on a thread of its own; 0, or -1 when there is no thread.

@@ -71,6 +71,11 @@ void Clock::wake_overdue() {
   }
 }
 
+bool Clock::is_virtual() const {
+  std::lock_guard guard(lock_);
+  return virtual_;
+}
+
 void Clock::hold_sleeps() {
   std::lock_guard guard(lock_);
   hold_ = true;

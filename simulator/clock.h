@@ -31,6 +31,8 @@ class Clock {
   // Moves the time ahead; sleeps and timed waits whose end it passes end.
   void advance(uint64_t microseconds);
 
+  bool is_virtual() const;
+
   // How far a clock that is not virtual is ahead of the desktop's, in microseconds.
   uint64_t ahead() const { return ahead_; }
 

@@ -2,43 +2,45 @@
 
 #include <android/log.h>
 #include <time.h>
-
-#include <filesystem>
+#include <unistd.h>
 
 #include "simulator/files.h"
 
 namespace atd::sim {
 
-namespace fs = std::filesystem;
-
 namespace {
 
 constexpr char kService[] = "sys.tav.factory_delete";
 
-// False, which is logged, for what is no folder, or a link to one.
-bool is_own_folder(const std::string& path) {
-  std::error_code ignored;
-  const fs::file_type type = fs::symlink_status(path, ignored).type();
-  if (type != fs::file_type::directory && type != fs::file_type::not_found) {
-    __android_log_print(ANDROID_LOG_ERROR, "phone", "%s is not wiped: it is no folder", path.c_str());
-  }
-  return type == fs::file_type::directory;
+bool wipe(const std::string& folder) {
+  if (empty_folder(folder)) return true;
+  __android_log_print(ANDROID_LOG_ERROR, "phone", "%s is not wiped, or not whole", folder.c_str());
+  return false;
 }
+
+std::string mark_of(const std::string& root) { return root + "/sim/wiping"; }
 
 }  // namespace
 
-void wipe_data(const std::string& root) {
-  const std::string data = root + "/data", properties = data + "/property";
-  if (!is_own_folder(data)) return;
-  std::error_code error;
-  for (const auto& entry : fs::directory_iterator(data, error)) {
-    if (entry.path() == properties && is_own_folder(properties)) empty_folder(properties);
-    else fs::remove_all(entry.path(), error);
-  }
+bool wipe_data(const std::string& root) {
+  const bool whole = wipe(root + "/data");
+  make_folders(root + "/data/property");
+  return whole;
 }
 
-void wipe_cache(const std::string& root) {
-  if (is_own_folder(root + "/cache")) empty_folder(root + "/cache");
+bool wipe_cache(const std::string& root) { return wipe(root + "/cache"); }
+
+void wipe_phone(const std::string& root) {
+  write_file(mark_of(root), "");
+  wipe_data(root);
+  wipe_cache(root);
+  unlink(mark_of(root).c_str());
+}
+
+bool finish_wipe(const std::string& root) {
+  if (access(mark_of(root).c_str(), F_OK) != 0) return false;
+  wipe_phone(root);
+  return true;
 }
 
 void DeletionService::boot() {
@@ -84,13 +86,14 @@ void DeletionService::before_read(const std::string& name) {
   properties_.set_at_boot(kService, "0");
 }
 
-void DeletionService::after_write(const std::string& name) {
-  if (name != kService) return;
+int DeletionService::after_write(const std::string& name) {
+  if (name != kService) return -1;
   std::string value;
   read_file(root_ + "/dev/__properties__/" + kService, &value);
   std::lock_guard guard(lock_);
   running_ = value == "1" && delay_ms_ >= 0;
   end_ = now() + static_cast<uint64_t>(delay_ms_) * 1000;
+  return running_ ? delay_ms_ : -1;
 }
 
 }  // namespace atd::sim

@@ -12,10 +12,14 @@
 
 namespace atd::sim {
 
-// Empties "/data" and "/cache" below the root; the folder of the "persist." properties stays, empty. A folder that
-// somebody has replaced by a link stays as it is.
-void wipe_data(const std::string& root);
-void wipe_cache(const std::string& root);
+// Empties "/data" or "/cache" below the root; the folder of the "persist." properties is there again, empty. A folder
+// that somebody has replaced by a link stays as it is. False, which is logged, when something stays.
+bool wipe_data(const std::string& root);
+bool wipe_cache(const std::string& root);
+
+// Wipes both. A kill meanwhile leaves a mark, and then `finish_wipe` does it again at the next boot, and returns true.
+void wipe_phone(const std::string& root);
+bool finish_wipe(const std::string& root);
 
 // The service that the property "sys.tav.factory_delete" starts: set to "1" it empties "/data" and becomes "0". Safe to
 // use from any thread.
@@ -37,9 +41,9 @@ class DeletionService {
   int delay() const;
   bool deletes() const;
 
-  // What the property store calls.
+  // What the property store calls. The latter returns in how many milliseconds the service will be done, -1 for never.
   void before_read(const std::string& name);
-  void after_write(const std::string& name);
+  int after_write(const std::string& name);
 
  private:
   uint64_t now();

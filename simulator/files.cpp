@@ -135,10 +135,20 @@ bool make_folders(const std::string& path) {
   return !error;
 }
 
-void empty_folder(const std::string& path) {
-  std::error_code error;
-  if (!fs::is_directory(fs::symlink_status(path, error))) return;
-  for (const auto& entry : fs::directory_iterator(path, error)) fs::remove_all(entry.path(), error);
+bool empty_folder(const std::string& path) {
+  const int fd = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+  if (fd < 0) return errno == ENOENT;
+  // By its descriptor, so that a link that takes the folder's place meanwhile leads nowhere.
+  std::error_code failed;
+  bool whole = true;
+  fs::directory_iterator entry("/proc/self/fd/" + std::to_string(fd), failed);
+  for (; !failed && entry != fs::directory_iterator(); entry.increment(failed)) {
+    std::error_code error;
+    fs::remove_all(entry->path(), error);
+    if (error) whole = false;
+  }
+  close(fd);
+  return whole && !failed;
 }
 
 }  // namespace atd::sim

@@ -36,7 +36,8 @@ void remove_leftovers(const std::string& folder);
 // Makes a folder and those above it; false with errno.
 bool make_folders(const std::string& path);
 
-// Removes what is in a folder, but not the folder; a link to a folder is left alone.
-void empty_folder(const std::string& path);
+// Removes what is in a folder, but not the folder; follows no link, not even in the folder's place. False when
+// something stays.
+bool empty_folder(const std::string& path);
 
 }  // namespace atd::sim

@@ -40,7 +40,8 @@ bool Partitions::discard(int fd, unsigned long long start, unsigned long long le
     if (put < 0) return false;
     done += static_cast<unsigned long long>(put);
   }
-  if (length == size && file == resolve(root_, "/dev/block/bootdevice/by-name/cache")) wipe_cache(root_);
+  const bool is_cache = length == size && file == resolve(root_, "/dev/block/bootdevice/by-name/cache");
+  if (is_cache && !wipe_cache(root_)) return errno = EIO, false;
   return true;
 }
 

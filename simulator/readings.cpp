@@ -20,26 +20,30 @@ constexpr char kBattery[] = "/proc/tav_power/battery/";
 constexpr char kAdc[] = "/proc/tav_power/adc/";
 constexpr char kUsbId[] = "/proc/tav_power/adc/usb_id";
 constexpr char kUsbIn[] = "/proc/tav_power/adc/usb_in";
+constexpr char kUsbPort[] = "/sys/class/android_usb/android0/state";
+constexpr char kEnabled[] = "/sys/class/power_supply/ac/charging_enabled";
+constexpr char kComplete[] = "/sys/class/power_supply/ac/charging_complete";
 constexpr char kUsbMode[] = "/sys/devices/platform/tav_android_usb/tav_usb_mode";
 constexpr char kZone[] = "/sys/devices/virtual/thermal/thermal_zone";
 
 // The types of the thermal zones, in their order: first two that are no sensors of the chip.
-constexpr const char* kZoneTypes[] = {"battery",          "pa_therm0",        "tsens_tz_sensor0", "tsens_tz_sensor1",
-                                      "tsens_tz_sensor2", "tsens_tz_sensor3", "tsens_tz_sensor4", "tsens_tz_sensor5"};
+constexpr const char* kZoneTypes[] = {"case_therm0",      "pa_therm0",        "tsens_tz_sensor0",
+                                      "tsens_tz_sensor1", "tsens_tz_sensor2", "tsens_tz_sensor3",
+                                      "tsens_tz_sensor4", "tsens_tz_sensor5", "tsens_tz_sensor6"};
 
-// What a cable does to the ID pin and the input, in microvolts. An open pin is above every factory cable's range.
+// What a cable does to the ID pin and the input, in microvolts, and to the port. An open pin is above every factory
+// cable's range.
 struct Cable {
   const char* name;
   int usb_id;
   int usb_in;
   const char* mode;
+  const char* port;
 };
 constexpr Cable kCables[] = {
-    {"none", 1800000, 0, "normal"},
-    {"usb", 1800000, 5000000, "normal"},
-    {"56k", 350000, 5000000, "factory_56k"},
-    {"130k", 640000, 5000000, "factory_130k"},
-    {"910k", 1490000, 5000000, "factory_910k"},
+    {"none", 1800000, 0, "normal", "DISCONNECTED"},           {"usb", 1800000, 5000000, "normal", "CONFIGURED"},
+    {"56k", 350000, 5000000, "factory_56k", "CONFIGURED"},    {"130k", 640000, 5000000, "factory_130k", "CONFIGURED"},
+    {"910k", 1490000, 5000000, "factory_910k", "CONFIGURED"},
 };
 
 // "max17050" of "FUELRST_MAX17050".
@@ -57,7 +61,7 @@ std::string converted(int microvolts) {
 
 }  // namespace
 
-bool Readings::is_there(const std::string& node) const { return access(resolve(root_, node).c_str(), F_OK) == 0; }
+bool Readings::has(const std::string& node) const { return access(resolve(root_, node).c_str(), F_OK) == 0; }
 
 std::string Readings::text(const std::string& node) const {
   std::string text;
@@ -79,13 +83,26 @@ bool Readings::write(const std::string& node, const std::string& text) {
 }
 
 bool Readings::make() {
-  bool made =
-      set_temperature(250) && set_voltage(4200) && set_level(85) && set_charging(false, false) && set_gauge("max17050");
+  // What somebody has put there before the phone's first start stays.
+  const auto is_new = [this](const std::string& node) { return !has(node); };
+  bool made = true;
+  if (is_new(std::string(kBattery) + "temp")) made = set_temperature(250);
+  if (is_new(kVoltageNode)) made = made && set_voltage(4200);
+  if (is_new(kLevelNode)) made = made && set_level(85);
+  if (gauge() == "none") made = made && set_gauge("max17050");
+  if (is_new(kUsbId)) made = made && set_cable("usb");
+  if (is_new(kEnabled)) made = made && set_charging(false, false);
   for (size_t zone = 0; zone < std::size(kZoneTypes); ++zone) {
-    made = made && write(kZone + std::to_string(zone) + "/type", kZoneTypes[zone]) &&
-           set_zone(static_cast<int>(zone), 350);
+    const std::string folder = kZone + std::to_string(zone);
+    if (!is_new(folder + "/type")) continue;
+    made = made && write(folder + "/type", kZoneTypes[zone]) && set_zone(static_cast<int>(zone), 350);
   }
-  return made && set_cable("none");
+  return made;
+}
+
+std::optional<long long> Readings::millivolts() const {
+  const std::optional<long long> value = number(kVoltageNode);
+  return value && *value >= kFirstMicrovolt ? *value / 1000 : value;
 }
 
 bool Readings::set_temperature(int tenths) {
@@ -101,14 +118,19 @@ bool Readings::set_voltage(int millivolts) {
 bool Readings::set_level(int percent) { return write(kLevelNode, std::to_string(percent)) && write_gauge(); }
 
 bool Readings::set_charging(bool on, bool complete) {
-  return write("/sys/class/power_supply/ac/charging_enabled", on ? "1" : "0") &&
-         write("/sys/class/power_supply/ac/charging_complete", complete ? "1" : "0") &&
-         write("/proc/tav_power/charger/ichg_current", on && !complete ? "1000" : "0");
+  return write(kEnabled, on ? "1" : "0") && write(kComplete, complete ? "1" : "0") && write_currents();
+}
+
+// What the charger gives, and what the battery takes or, less than 0, gives.
+bool Readings::write_currents() {
+  const bool charges = number(kEnabled) == 1 && number(kComplete) != 1 && number(kUsbIn).value_or(0) > 0;
+  return write("/proc/tav_power/charger/ichg_current", charges ? "1000" : "0") &&
+         write("/proc/tav_power/charger/ibat_current", charges ? "750" : "-250");
 }
 
 bool Readings::set_zone(int zone, int tenths) {
   const std::string folder = kZone + std::to_string(zone);
-  if (!is_there(folder + "/type")) return errno = ENOENT, false;
+  if (!has(folder + "/type")) return errno = ENOENT, false;
   return write(folder + "/temp", std::to_string(tenths));
 }
 
@@ -122,7 +144,7 @@ bool Readings::set_cable(const std::string& name) {
   for (const Cable& cable : kCables) {
     if (name != cable.name) continue;
     return write(kUsbId, converted(cable.usb_id)) && write(kUsbIn, converted(cable.usb_in)) &&
-           write(kUsbMode, cable.mode);
+           write(kUsbMode, cable.mode) && write(kUsbPort, cable.port) && write_currents();
   }
   return errno = EINVAL, false;
 }
@@ -156,13 +178,13 @@ bool Readings::set_gauge(const std::string& name) {
 
 std::string Readings::gauge() const {
   for (const FuelGauge& gauge : kFuelGauges) {
-    if (is_there(gauge.node)) return name_of(gauge);
+    if (has(gauge.node)) return name_of(gauge);
   }
   return "none";
 }
 
 bool Readings::resets(const std::string& node, const std::string& text) const {
-  if (text != "reset" || !is_there(node)) return false;
+  if (text != "reset" || !has(node)) return false;
   const bool known = node == std::string(kBattery) + "present" ||
                      std::any_of(std::begin(kFuelGauges), std::end(kFuelGauges),
                                  [&](const FuelGauge& gauge) { return node == gauge.node; });
@@ -173,10 +195,9 @@ bool Readings::resets(const std::string& node, const std::string& text) const {
 // Brings the gauge's own nodes in line with the battery's.
 bool Readings::write_gauge() {
   for (const FuelGauge& gauge : kFuelGauges) {
-    if (!is_there(gauge.node)) continue;
+    if (!has(gauge.node)) continue;
     // A gauge of its own measures in millivolts.
-    return (gauge.voltage == kVoltageNode ||
-            write(gauge.voltage, std::to_string(number(kVoltageNode).value_or(0) / 1000))) &&
+    return (gauge.voltage == kVoltageNode || write(gauge.voltage, std::to_string(millivolts().value_or(0)))) &&
            (gauge.level == kLevelNode || write(gauge.level, std::to_string(number(kLevelNode).value_or(0))));
   }
   return true;

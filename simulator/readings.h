@@ -15,12 +15,17 @@ class Readings {
   // Makes the nodes that the functions below write, as a new phone has them; false with errno.
   bool make();
 
+  bool has(const std::string& node) const;
+
   // What a node's text says, without its line end; "" when it cannot be read.
   std::string text(const std::string& node) const;
 
   // The number that a node's text begins with, the one of "Result:" for a node of the converter; none where it begins
   // with none.
   std::optional<long long> number(const std::string& node) const;
+
+  // The battery's voltage, whatever unit its node has.
+  std::optional<long long> millivolts() const;
 
   // These change a reading and return false with errno when a node cannot be written.
   bool set_temperature(int tenths);
@@ -49,8 +54,7 @@ class Readings {
  private:
   bool write(const std::string& node, const std::string& text);
   bool write_gauge();
-  bool is_there(const std::string& node) const;
-
+  bool write_currents();
   std::string root_;
 };
 

@@ -135,6 +135,8 @@ std::unique_ptr<SimulatedDevice> SimulatedDevice::open(const std::string& root, 
     close(lock);
     return nullptr;
   }
+  // What the wipe removes and a phone has is made again.
+  if (finish_wipe(base) && !make_phone(base, error)) return close(lock), nullptr;
   std::string build_prop = base + "/system/build.prop", properties;
   if (!read_file(build_prop, &properties) && (errno != ENOENT || !write_file(build_prop, kBuildProperties))) {
     fail(error, build_prop);
@@ -172,17 +174,17 @@ SimulatedDevice::SimulatedDevice(std::string root, int lock)
   for (const char* folder : {"/sim", "/sim/items", "/sim/modem", "/data/property", "/system", "/system/bin"}) {
     remove_leftovers(root_ + folder);
   }
+  shell.on_master_clear([this] { master_clear(); });
+  reboot();
   properties.watch(
       [this](const std::string& name) {
         usb.before_read(name);
         deletion_service.before_read(name);
       },
       [this](const std::string& name) {
-        usb.after_write(name);
-        deletion_service.after_write(name);
+        read_later("sys.usb.state", usb.after_write(name));
+        read_later("sys.tav.factory_delete", deletion_service.after_write(name));
       });
-  shell.on_master_clear([this] { master_clear(); });
-  reboot();
   volume_daemon.start();
   install_tools(root_);
 }
@@ -233,15 +235,38 @@ void SimulatedDevice::reboot() {
 
 void SimulatedDevice::master_clear() {
   __android_log_print(ANDROID_LOG_WARN, "phone", "master clear: data and cache are wiped");
-  wipe_data(root_);
-  wipe_cache(root_);
+  wipe_phone(root_);
   const auto reboot = [](void* phone) -> void* {
     SimulatedDevice& device = *static_cast<SimulatedDevice*>(phone);
     device.clock.sleep(1000000);
     device.power.request("reboot master-clear");
     return nullptr;
   };
-  threads.start(reboot, this);
+  if (threads.start(reboot, this) != 0) __android_log_print(ANDROID_LOG_ERROR, "phone", "no thread for the reboot");
+}
+
+void SimulatedDevice::heed_cable() {
+  if (usb.node("state") == "DISCONNECTED" && readings.text(kPowerOffStatus).starts_with("1")) {
+    power.request("power-off");
+  }
+}
+
+void SimulatedDevice::read_later(const char* property, int milliseconds) {
+  // Where time is virtual, only who reads sees a change.
+  if (milliseconds < 0 || clock.is_virtual()) return;
+  struct Reading {
+    SimulatedDevice& device;
+    const char* property;
+    int milliseconds;
+  };
+  const auto read = [](void* argument) -> void* {
+    const std::unique_ptr<Reading> due(static_cast<Reading*>(argument));
+    due->device.clock.sleep(static_cast<uint64_t>(due->milliseconds) * 1000);
+    due->device.properties.get(due->property);
+    return nullptr;
+  };
+  auto reading = std::make_unique<Reading>(*this, property, milliseconds);
+  if (threads.start(read, reading.get()) == 0) reading.release();
 }
 
 std::string SimulatedDevice::path(const std::string& device_path, Last last) const {

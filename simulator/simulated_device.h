@@ -51,6 +51,11 @@ class SimulatedDevice {
   // Does what the platform does at a master clear: wipes data and cache, and reboots the phone a second later.
   void master_clear();
 
+  // Does what the kernel does about a cable that is gone: it switches off a phone that waits for that, with a "1" in
+  // kPowerOffStatus.
+  static constexpr char kPowerOffStatus[] = "/sys/kernel/atd_mid/atd_status";
+  void heed_cable();
+
   // Restarts the phone in place: what a reboot loses is lost, what it keeps is kept.
   void reboot();
 
@@ -66,6 +71,9 @@ class SimulatedDevice {
   std::string path(const std::string& device_path, Last last = Last::followed) const;
 
  private:
+  // Has a property read when this many milliseconds have passed, unless they are negative: what is due then happens.
+  void read_later(const char* property, int milliseconds);
+
   explicit SimulatedDevice(std::string root, int lock);
 
   std::string root_;

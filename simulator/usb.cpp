@@ -28,6 +28,7 @@ void Usb::boot() {
   if (composition.empty()) composition = "mtp,adb";
   properties_.set_at_boot(kConfig, composition);
   std::lock_guard guard(lock_);
+  asked_for_ = composition;
   pending_ = false;
   properties_.set_at_boot(kState, composition);
 }
@@ -45,23 +46,33 @@ std::string Usb::node(const char* name) const {
   return text.substr(0, text.find('\n'));
 }
 
-// Nobody sees when the state changed but who reads it, so it changes then.
 void Usb::before_read(const std::string& name) {
   if (name != kState) return;
   std::lock_guard guard(lock_);
+  const std::string config = properties_.get(kConfig);
+  // One that the tool "setprop" has set is new only now.
+  if (config != asked_for_) ask_for_locked(config);
   if (!pending_ || now() < due_) return;
   pending_ = false;
-  properties_.set_at_boot(kState, properties_.get(kConfig));
+  properties_.set_at_boot(kState, config);
 }
 
-void Usb::after_write(const std::string& name) {
-  if (name != kConfig) return;
+int Usb::after_write(const std::string& name) {
+  if (name != kConfig) return -1;
+  int delay;
   {
     std::lock_guard guard(lock_);
-    pending_ = delay_ms_ >= 0;
-    due_ = now() + static_cast<uint64_t>(delay_ms_) * 1000;
+    ask_for_locked(properties_.get(kConfig));
+    delay = delay_ms_;
   }
   before_read(kState);
+  return delay;
+}
+
+void Usb::ask_for_locked(const std::string& composition) {
+  asked_for_ = composition;
+  pending_ = delay_ms_ >= 0;
+  due_ = now() + static_cast<uint64_t>(delay_ms_) * 1000;
 }
 
 }  // namespace atd::sim

@@ -31,11 +31,12 @@ class Usb {
   // What the port's nodes "state" and "lock" hold, without line ends; "" for one that cannot be read.
   std::string node(const char* name) const;
 
-  // What the property store calls.
+  // What the property store calls. The latter returns in how many milliseconds the state will follow, -1 for never.
   void before_read(const std::string& name);
-  void after_write(const std::string& name);
+  int after_write(const std::string& name);
 
  private:
+  void ask_for_locked(const std::string& composition);
   uint64_t now();
   std::string path(const char* name) const;
 
@@ -44,8 +45,9 @@ class Usb {
   Properties& properties_;
   std::mutex lock_;
   int delay_ms_ = 5;
-  bool pending_ = false;  // the state is still to follow
-  uint64_t due_ = 0;      // when it does, in microseconds of the monotonic clock
+  std::string asked_for_;  // the composition that the state follows
+  bool pending_ = false;   // the state is still to follow
+  uint64_t due_ = 0;       // when it does, in microseconds of the monotonic clock
 };
 
 }  // namespace atd::sim

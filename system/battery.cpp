@@ -17,10 +17,7 @@ constexpr int kNoThermistor = -300;
 constexpr char kChargingEnabled[] = "/sys/class/power_supply/ac/charging_enabled";
 constexpr char kChargingComplete[] = "/sys/class/power_supply/ac/charging_complete";
 
-int write_switch(const char* node, char c) {
-  if (c != '0' && c != '1') return 0;
-  return write_sysfs(node, &c, 1) == 0 ? 0 : 1;
-}
+bool is_switch(char c) { return c == '0' || c == '1'; }
 
 }  // namespace
 
@@ -41,7 +38,7 @@ int get_batt_them(char* out) {
 
 int get_charge_status(char* out) { return read_text(kChargingEnabled, "get_charge_status", out, kNodeText); }
 
-int set_charge_status(char c) { return write_switch(kChargingEnabled, c); }
+int set_charge_status(char c) { return is_switch(c) && write_sysfs(kChargingEnabled, &c, 1) != 0 ? 1 : 0; }
 
 int get_charging_complete_status(unsigned char* out) {
   int complete;
@@ -51,7 +48,7 @@ int get_charging_complete_status(unsigned char* out) {
   return 0;
 }
 
-int set_charging_complete_status(char c) { return write_switch(kChargingComplete, c); }
+int set_charging_complete_status(char c) { return is_switch(c) && write_sysfs(kChargingComplete, &c, 1) != 0 ? 1 : 0; }
 
 // The lines of the currents name the nodes of older kernels, as stations know them.
 int get_ibat_current(char* out) {

@@ -12,7 +12,6 @@ using namespace atd;
 namespace {
 
 constexpr int kLevelSize = 10 + 1;
-constexpr int kFirstMicrovolt = 1000000;
 
 // The gauge that the phone has, null for none. It is looked for at each reading: a battery pack brings its own.
 const FuelGauge* find_gauge() {

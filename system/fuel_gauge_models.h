@@ -23,6 +23,9 @@ struct FuelGauge {
 inline constexpr char kVoltageNode[] = "/proc/tav_power/battery/voltage_now";
 inline constexpr char kLevelNode[] = "/proc/tav_power/battery/capacity";
 
+// A voltage from here on is in microvolts, a lower one in millivolts.
+inline constexpr int kFirstMicrovolt = 1000000;
+
 // In the order in which they are looked for.
 inline constexpr FuelGauge kFuelGauges[] = {
     {3, "FUELRST_MAX17050", "/sys/bus/i2c/drivers/max17050/1-0036/at_fuelrst",

@@ -44,6 +44,8 @@ void handle_qct_bsp_pwr_hardreset_enable(const char* data, rzcmd_response* rsp) 
 }
 
 void handle_sdcard_download(const char* data, rzcmd_response* rsp) {
+  // Without a path there is nothing to download.
+  if (!*data) return respond(rsp, RZCMD_FAIL);
   char path[item<90>.length] = {};
   memcpy(path, data, strnlen(data, sizeof path));
   respond(rsp, set_sdcard_download_path(path) == 0 ? end_into(1, sync_and_download) : RZCMD_FAIL);

@@ -111,6 +111,12 @@ TEST_F(FactoryResetTest, StatusesAndRefusals) {
   frst_factory_item_clear();
   EXPECT_EQ(1, get_frst_running());
   for (const char* number : {"", "0", "6", "-1"}) EXPECT_EQ(2, request(number)) << number;
+  // A store that takes nothing more, or gives nothing, ends a reset; it does not go round for ever.
+  device().items.set(2, "\xFF");
+  EXPECT_EQ(1, sfactoryreset());
+  device().items.set(2, std::string(1, '\0'));
+  device().faults.fail("set_ftm_item 2");
+  EXPECT_EQ(1, sfactoryreset());
   device().faults.fail("start_thread");
   EXPECT_EQ(-1, factoryreset_crst() * sfactoryreset());
 }
@@ -162,6 +168,16 @@ TEST_F(FactoryResetTest, TheCardIsErasedOrSkipped) {
   EXPECT_EQ(0, erase_external_sdcard());
 }
 
+TEST_F(FactoryResetTest, AWipeThatWasKilledIsFinishedAtTheNextBoot) {
+  use();
+  sim::write_file(root_ + "/sim/wiping", "");
+  device_.reset();
+  std::string error;
+  device_ = sim::SimulatedDevice::open(root_, &error);
+  EXPECT_FALSE(there("/data/data") || there("/cache/recovery/persist.x") || there("/sim/wiping"));
+  EXPECT_TRUE(there("/data/.OP/userdata.ubid") && there("/sim/items"));
+}
+
 TEST_F(FactoryResetTest, TheCacheIsErasedOnce) {
   sim::write_file(root_ + kCache, std::string(100'000, 'c'));
   sim::write_file(root_ + "/cache/build.prop", "new");
@@ -180,6 +196,11 @@ TEST_F(FactoryResetTest, TheCacheIsErasedOnce) {
   EXPECT_EQ(-2, erase_partition());
   fs::remove(root_ + kCache);
   EXPECT_EQ(-1, erase_partition());
+  // What cannot be erased does not restart the phone at every boot.
+  sim::write_file(root_ + kCache, std::string(4096, 'c'));
+  fs::rename(root_ + "/cache", root_ + "/cache2");
+  fs::create_directory_symlink("cache2", root_ + "/cache");
+  EXPECT_EQ(-3, erase_partition());
   FILE* outside = tmpfile();  // not the phone's
   uint64_t range[] = {0, 0};
   EXPECT_EQ(-1, os_ioctl(fileno(outside), BLKDISCARD, range));

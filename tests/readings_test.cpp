@@ -118,8 +118,20 @@ TEST_F(ReadingsTest, SensorsChargerClockAndCables) {
     check_cable_tbl_exception(table);
     EXPECT_EQ(bound, std::to_string(table[2][1])) << line;
   }
-  for (const auto& [name, id] : rows_of("56k>56|130k>130|910k>910|usb>0"))
-    EXPECT_TRUE(tell("cable " + name).empty() && read(get_usb_id_adc, 24).ends_with("," + id)) << name;
+  put("/proc/cmdline", "tav.rev=rev_b1");
+  for (const auto& [name, seen] : rows_of("56k>,56 1 3|130k>,130 2 3|910k>,910 3 3|usb>,0 0 3|none>,0 0 1")) {
+    EXPECT_EQ("", tell("cable " + name));
+    EXPECT_TRUE((read(get_usb_id_adc, 24) + " " + std::to_string(system_get_cable_type()) + " " +
+                 std::to_string(get_usbstate_from_sys()))
+                    .ends_with(seen))
+        << name;
+  }
+  put("/proc/cmdline", "tav.rev=rev_b_1");
+  put("/proc/tav_power/adc/usb_id", "Result:900000 Raw:1");
+  EXPECT_EQ("0:900000,910", read(get_usb_id_adc, 24));
+  EXPECT_EQ(950, std::exchange(cable[2][1], 1630));
+  const int32_t usual[3][3] = {{100, 490, 56}, {610, 780, 130}, {1350, 1630, 910}};
+  memcpy(cable, usual, sizeof cable);
 }
 
 TEST_F(ReadingsTest, FilesAsAWhole) {

@@ -80,7 +80,7 @@ TEST_F(SystemTest, BootStatusGoesBackWhenNoRestartComes) {
   last_end();
   device().faults.fail("start_thread");
   const std::tuple<int, const char*, int, const char*> rows[] = {
-      {4007, "7", 1, "0"}, {4266, "7", 1, "0"}, {4007, "", 0, "9"}, {4007, "x", 1, "9"}};
+      {4007, "7", 1, "0"}, {4266, "7", 1, "0"}, {4266, "", 1, "9"}, {4007, "", 0, "9"}, {4007, "x", 1, "9"}};
   for (const auto& [opcode, payload, result, status] : rows) {
     set_bootstatus(9);
     EXPECT_EQ(result, run(opcode, payload).result) << opcode << payload;
@@ -121,6 +121,13 @@ TEST_F(SystemTest, PowerOffWhenTheCableIsPulled) {
   EXPECT_EQ(0, retry_power_off_with_cable());
   set_node(usb_, "\n");
   EXPECT_EQ(1, retry_power_off_with_cable());
+  // With its node the kernel sees that no cable is there.
+  set_node(status_, "0\n");
+  set_node(usb_, "DISCONNECTED\n");
+  const size_t ends = device().power.history().size();
+  EXPECT_EQ(0, power_off_with_cable());
+  device().threads.await_none();
+  EXPECT_LT(ends, device().power.history().size());
 }
 
 TEST_F(SystemTest, TheEnvironmentOfABoot) {

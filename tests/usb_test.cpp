@@ -49,6 +49,9 @@ TEST_F(UsbTest, OnePathChangeRunsAtATimeAndToItsEnd) {
   EXPECT_EQ(1, errors("USB PATH : " + kUsb + "lock does not exist"));
   std::filesystem::create_directory(root_ + kUsb + "lock");
   EXPECT_EQ(-1, usb_path_change_thread());
+  // Another one than the daemon sets the composition.
+  ASSERT_TRUE(sim::write_file(root_ + "/dev/__properties__/sys.usb.config", "ptp"));
+  EXPECT_EQ("ptp", property("sys.usb.state"));
 }
 
 TEST_F(UsbTest, Compositions) {
@@ -90,6 +93,7 @@ TEST_F(UsbTest, FlightModeChangesOnlyWhenTheModemAgrees) {
   flight_set_mode_to_modem("0", g_out);
   EXPECT_EQ(1, errors("LED ON Fail"));
   EXPECT_EQ(1, flight_set_mode("1", g_out) * flight_mode_get_status(g_out));
+  EXPECT_EQ(2, logged("[COMMON_INTERFACE] RZCMD OPCODE: 1651") + logged("[COMMON_INTERFACE] RZCMD OPCODE: 1652"));
 }
 
 TEST_F(UsbTest, TheModemsTestMode) {
@@ -117,6 +121,13 @@ TEST_F(UsbTest, TheModemsTestMode) {
     EXPECT_EQ(results, got + left + g_out) << opcode;
   }
   EXPECT_EQ(2, logged("get_tav_test_script_mode: 0abc") + logged("rf_device_check: 0abc"));
+  device().modem.clear_answers();
+  device().properties.set_at_boot("ril.modembsp.bootup", "0");
+  EXPECT_EQ(2, tav_check_modem() + set_tav_test_script_cal_data(1)) << "nothing was backed up";
+  for (const auto& [kind, read] : {std::pair(0, "1"), {2, "0"}, {1, "1"}}) {
+    EXPECT_EQ(0, set_tav_test_script_cal_data(kind) + tav_cal_check_read(g_out));
+    EXPECT_STREQ(read, g_out) << kind;
+  }
 }
 
 TEST_F(UsbTest, AModemResetTakesFiveSecondsAndOneThatDoesNotBeginKeepsLaterOnesAway) {

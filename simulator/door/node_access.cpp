@@ -34,5 +34,7 @@ int unified_sysfs_write(const char* path, const char* text) {
   const ssize_t written = write(fd, text, strlen(text));
   const int error = errno;
   close(fd);
-  return written < 0 ? -error : static_cast<int>(written);
+  if (written < 0) return -error;
+  if (strcmp(path, SimulatedDevice::kPowerOffStatus) == 0) SimulatedDevice::current().heed_cable();
+  return static_cast<int>(written);
 }

@@ -45,7 +45,9 @@ std::string shown(const Json& value, const char* unit) { return value.is_null() 
 
 void battery(SimulatedDevice& device, VerbCall& call) {
   const std::string folder = "/proc/tav_power/battery/", ac = "/sys/class/power_supply/ac/";
-  const Json temperature = value(device, folder + "temp", 10), voltage = value(device, folder + "voltage_now", 1000000);
+  const Json temperature = value(device, folder + "temp", 10);
+  const std::optional<long long> millivolts = device.readings.millivolts();
+  const Json voltage = millivolts ? Json(static_cast<double>(*millivolts) / 1000) : Json();
   const Json level = value(device, folder + "capacity", 1);
   const bool on = device.readings.number(ac + "charging_enabled").value_or(0) != 0;
   const bool complete = device.readings.number(ac + "charging_complete").value_or(0) != 0;
@@ -77,7 +79,7 @@ void temperature(SimulatedDevice& device, VerbCall& call) {
 
 void voltage(SimulatedDevice& device, VerbCall& call) {
   int millivolts;
-  if (fraction(call, 0, "the voltage", 0, 20, 1000, &millivolts)) done(call, device.readings.set_voltage(millivolts));
+  if (fraction(call, 0, "the voltage", 1, 20, 1000, &millivolts)) done(call, device.readings.set_voltage(millivolts));
 }
 
 // Whether the first argument is one of the words; another one fails the call.
@@ -93,7 +95,9 @@ void charging(SimulatedDevice& device, VerbCall& call) {
 }
 
 void cable(SimulatedDevice& device, VerbCall& call) {
-  if (one_of(call, "cable", Readings::cables())) done(call, device.readings.set_cable(call[0]));
+  if (!one_of(call, "cable", Readings::cables())) return;
+  done(call, device.readings.set_cable(call[0]));
+  call.afterwards([&device] { device.heed_cable(); });
 }
 
 void fuel_gauge(SimulatedDevice& device, VerbCall& call) {
@@ -112,7 +116,7 @@ void thermal(SimulatedDevice& device, VerbCall& call) {
   Json json = Json::array();
   for (int zone = 0;; ++zone) {
     const std::string folder = kZone + std::to_string(zone), type = device.readings.text(folder + "/type");
-    if (type.empty()) break;
+    if (!device.readings.has(folder + "/type")) break;
     const Json degrees = value(device, folder + "/temp", 10);
     lines.push_back({std::to_string(zone), type, shown(degrees, "")});
     json.push_back({{"zone", zone}, {"type", type}, {"degrees", degrees}});

@@ -22,6 +22,7 @@ void show(SimulatedDevice& device, VerbCall& call) {
 
 void put(SimulatedDevice& device, VerbCall& call, const char* state) {
   if (!device.usb.set_state(state)) call.fail(kFailed, "cannot write the port's node: " + std::string(strerror(errno)));
+  call.afterwards([&device] { device.heed_cable(); });
 }
 
 void connect(SimulatedDevice& device, VerbCall& call) { put(device, call, "CONNECTED"); }
@@ -39,7 +40,7 @@ constexpr Verb kVerbs[] = {
     {"usb", "", "Shows the USB port: its composition, whether it has it yet, its lock, its other end.", show},
     {"usb connect", "", "Puts a host at the USB port.", connect},
     {"usb configure", "", "Has the host configure the port.", configure},
-    {"usb disconnect", "", "Pulls the USB cable.", disconnect},
+    {"usb disconnect", "", "Has the host go away; \"cable none\" pulls the cable.", disconnect},
     {"usb delay", "MILLISECONDS|never", "Says how long the port takes to get its next composition.", delay},
 };
 
