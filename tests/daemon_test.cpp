@@ -211,6 +211,13 @@ TEST_F(Daemon, RebootsAndSwitchesItselfOff) {
   EXPECT_EQ(0, end());
   EXPECT_EQ(0, end_by(SIGTERM, holder()));
   EXPECT_EQ("reboot\npower-off\nkilled\nstop\n", content(path("sim/power")));
+  // A power-off that waited for the cable goes on at the next start, and the cable is gone.
+  std::ofstream(path("system/build.prop")) << "ro.bootmode=pif-56k\nsys.tav.sleepmode.on=1\n";
+  std::ofstream(path("sim/items/2-1")) << '\5';
+  std::ofstream(path("sys/class/android_usb/android0/state")) << "DISCONNECTED\n";
+  start({"--device", "phone"});
+  EXPECT_EQ(0, end());
+  EXPECT_TRUE(has(content(path("sim/power")), "stop\npower-off\n"));
 }
 
 TEST_F(Daemon, KeepsNothingOfItsCaller) {

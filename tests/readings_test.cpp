@@ -62,7 +62,7 @@ TEST_F(ReadingsTest, WhateverANodeSaysIsAReadingOrAFailure) {
       {[](char* out) { return get_tsens_temp_rec(2, out); }, 16, zone + "3/temp", "450>0:45.0|100>0:100.0|101>0:10.1"},
       {[](char* out) { int length; return get_tav_hw_version(out, &length); }, 6, "/proc/cmdline",
        "a tav.rev=rev_10 b>0:1.0|tav.rev=evb2\n>0:2|board_rev=rev_c>0:0.c|tav.rev=ab>0:0.|tav.rev=rev_b123 >0:0.b12|"
-       "board_rev=rev_a tav.rev=reserved>1:|tav.rev=rev_1>0:1.|tav.rev=evb>0:|tav.rev= x>1:|x>1:|@>1:"},
+       "board_rev=rev_a tav.rev=reserved>1:|tav.rev=rev_1>0:1.|tav.rev=evb>0:|tav.rev=evb21>0:1.|tav.rev=>1:|tav.rev= x>1:|x>1:|@>1:"},
       {[](char* out) { int length; return get_xo_therm_temp("", out, &length); }, 12, adc + "xo_therm",
        "Result:315 Raw:99\n>0:31|a:7 >0:7|a:>0:0|31>0:0"},
       {get_backcover_color, 12, "/sys/class/switch/backcover/state", "2\n>0:2|>0:0"},
