@@ -72,6 +72,26 @@ struct Argument<unsigned> : Number<0> {
 };
 
 template <>
+struct Argument<char> {
+  explicit Argument(Words& words) {
+    const std::string& word = words.take();
+    if (word.size() != 1) throw sim::BadArgument{"\"" + word + "\" is not one character"};
+    character = word[0];
+  }
+  char get() { return character; }
+  void tell(std::string*) {}
+  char character;
+};
+
+template <>
+struct Argument<unsigned char*> {
+  explicit Argument(Words&) {}
+  unsigned char* get() { return &number; }
+  void tell(std::string* out) { *out += std::to_string(number); }
+  unsigned char number = 0;
+};
+
+template <>
 struct Argument<char*> {
   explicit Argument(Words&) : text(new char[kOutSize]()) {}
   char* get() { return text.get(); }
@@ -79,7 +99,7 @@ struct Argument<char*> {
   std::unique_ptr<char[]> text;
 };
 
-// The length of the text before it, which says it, too.
+// A length; the text before it shows it already.
 template <>
 struct Argument<int*> {
   explicit Argument(Words&) {}
@@ -167,6 +187,9 @@ std::vector<HostFunction> library_functions() {
       FUNCTION(get_fuelgauge_level, "", "Tells the battery's level in percent."),
       FUNCTION(set_fuelguage_reset, "", "Resets the fuel gauge."),
       FUNCTION(get_charge_status, "", "Tells whether charging is enabled."),
+      FUNCTION(set_charge_status, "DIGIT", "Enables charging (1), or disables it (0)."),
+      FUNCTION(get_charging_complete_status, "", "Tells whether charging is complete."),
+      FUNCTION(set_charging_complete_status, "DIGIT", "Sets whether charging is complete."),
       FUNCTION(get_ibat_current, "", "Tells the battery's current."),
       FUNCTION(get_ichg_current, "", "Tells the charger's current."),
       FUNCTION(get_vcoin_adc, "", "Tells the coin cell's voltage in millivolts."),
@@ -175,6 +198,10 @@ std::vector<HostFunction> library_functions() {
       FUNCTION(get_pcb_rev_adc, "", "Tells the millivolts of the board revision's divider."),
       FUNCTION(get_battey_id, "", "Tells the reading of the battery's ID."),
       FUNCTION(get_usb_id_adc, "", "Tells the microvolts at the USB ID pin, and the factory cable."),
+      FUNCTION(get_usbidadc_status, "", "Tells the text of the USB ID pin's node."),
+      FUNCTION(get_tsens_temp, "NUMBER", "Tells the degrees of the thermal zone NUMBER + 2."),
+      FUNCTION(do_tsens, "SENSOR OPERATION",
+               "Selects a sensor (1), tells the selected one (2) or how many there are (3)."),
       FUNCTION(get_tsens_count, "", "Counts the chip's temperature sensors.", Success::any),
       FUNCTION(get_tsens_temp_rec, "SENSOR", "Tells a sensor's degrees; the first is 1."),
       FUNCTION(get_rtc_time, "", "Tells the real-time clock's time."),
@@ -188,12 +215,17 @@ std::vector<HostFunction> library_functions() {
       FUNCTION(system_wakeup, "", "Wakes the phone."),
       FUNCTION(get_sleep_mode, "", "Tells whether the screen is dark: 1, else 0.", Success::any),
       FUNCTION(power_off_with_cable, "", "Switches the phone off once the factory cable is pulled."),
+      FUNCTION(retry_power_off_with_cable, "", "Goes on with such a power-off after a restart of the daemon."),
       FUNCTION(normal_mode_check, "", "Tells whether the boot is a factory or other special one: 1, else 0.",
                Success::any),
       FUNCTION(system_get_factory_mode, "", "Tells the factory boot mode, 0 to 2.", Success::any),
       FUNCTION(system_get_cable_type, "", "Tells the factory cable, 1 to 3, or 0.", Success::value),
       FUNCTION(system_get_battery_status, "", "Tells whether there is a battery: 1, else 0.", Success::any),
       FUNCTION(system_set_lcd_brightness, "", "Sets the minimum brightness where a cable alone feeds the phone."),
+      FUNCTION(system_set_lcd_brightness_loop, "", "Keeps the brightness at its minimum there for 16 seconds."),
+      FUNCTION(system_set_caldata_check_prop, "", "Copies the modem's check of its calibration data to a property."),
+      FUNCTION(system_osupgrade_notify, "", "Tells the platform of an upgrade of the system."),
+      FUNCTION(get_low_batt_port_block_check, "", "Tells whether ports are to be blocked: 1, else 0.", Success::any),
       FUNCTION(get_cpu_freq, "", "Tells the clocks of the processor."),
       FUNCTION(set_cpu_performance, "MODE", "Makes the processor fast, or slow (0)."),
       FUNCTION(get_tav_factory_sw_version, "TYPE", "Tells the factory software version."),
@@ -211,10 +243,10 @@ std::vector<HostFunction> library_functions() {
 
       FUNCTION(get_usbstate_from_sys, "",
                "Tells what is at the USB port: 1 nothing, 2 a host, 3 one that has configured it.", Success::any),
-      FUNCTION(usb_path_change, "", "Takes the USB port to the factory composition."),
-      FUNCTION(usb_mode_change_user, "", "Opens the USB lock and asks for the user's composition."),
-      FUNCTION(usb_mode_change_factory, "", "Asks for the factory composition and closes the USB lock."),
-      FUNCTION(usb_mode_change_cpdm, "", "Opens the USB lock and asks for the modem's diagnostic composition."),
+      FUNCTION(usb_path_change, "", "Takes the USB port to the composition factory,adb."),
+      FUNCTION(usb_mode_change_user, "", "Opens the USB lock and asks for the composition factory,adb."),
+      FUNCTION(usb_mode_change_factory, "", "Asks for the composition factory and closes the USB lock."),
+      FUNCTION(usb_mode_change_cpdm, "", "Opens the USB lock and asks for the composition qmicm,adb."),
       FUNCTION(get_usb_lock, "", "Tells the USB lock.", Success::value),
       FUNCTION(set_usb_lock, "DIGIT", "Sets the USB lock."),
       FUNCTION(flight_set_mode_to_modem, "MODE", "Switches the modem's flight mode on (1) or off."),
@@ -223,6 +255,13 @@ std::vector<HostFunction> library_functions() {
       FUNCTION(get_flight_status, "", "Tells the modem's flight mode.", Success::any),
       FUNCTION(set_tav_test_script_item, "", "Switches the modem's test script on."),
       FUNCTION(get_tav_test_script_mode, "", "Tells the test script's mode."),
+      FUNCTION(set_tav_test_script_cal_data, "KIND", "Backs up (0), restores (1) or resets (2) the calibration data."),
+      FUNCTION(tav_wcdma_maxpower_on, "", "Switches WCDMA to its maximum power."),
+      FUNCTION(tav_wcdma_maxpower_off, "", "Switches WCDMA back."),
+      FUNCTION(tav_cal_check_read, "", "Tells the calibration data."),
+      FUNCTION(tav_vco_self_tunning_write, "", "Runs the VCO's self-tuning."),
+      FUNCTION(tav_vco_self_tunning_read, "", "Tells the outcome of the VCO's self-tuning."),
+      FUNCTION(tav_check_modem_cmd_ready, "", "Tells whether the modem takes commands: 0, else 1."),
       FUNCTION(tav_cal_data_check, "", "Tells what the modem's check of its calibration data found."),
       FUNCTION(rf_device_check, "", "Has the modem check the RF devices."),
       FUNCTION(tav_check_modem, "", "Tells whether the modem has booted: 0, else 1."),

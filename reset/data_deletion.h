@@ -4,8 +4,8 @@
 #pragma GCC visibility push(default)
 
 // Starts the deletion service and waits up to five seconds for its end; 0, or 1 when it does not end, or leaves as many
-// entries below /data as there were. Those are not counted when the service has run before in this boot. On success
-// logs what is left.
+// entries below /data as there were. The entries are not compared when the property was "0" before. On success logs
+// what is left.
 int factory_delete();
 
 // Counts what is below the folder at an absolute device path, folders included; links are not followed. What cannot be

@@ -15,6 +15,7 @@
 #include "system/environment.h"
 #include "system/sleep.h"
 #include "text/folder.h"
+#include "text/property.h"
 
 using namespace atd;
 
@@ -28,20 +29,21 @@ constexpr uint64_t kBetweenLooksUs = 500000;
 constexpr char kBlueMode[] = "sys.bluefactorymode";
 constexpr char kCallDurations[] = "/persist-rz/callduration";
 
-void after_wipe() {
+// A reset whose status is not stored would begin the same step again and again.
+int set_status(int status) { return set_factory_status(status) == 0 ? 0 : 1; }
+
+int after_wipe() {
   const char blue = first_character(kBlueMode);
   if (blue == '1' || first_character("ro.minios.bootstart") == '1' || first_character("ro.fwx.bootstart") == '1') {
     SLOGI("[frst] sys.bluefactorymode : %c. Do not change FRST status", blue);
-    return;
+    return 0;
   }
   SLOGI("[frst] sys.bluefactorymode : %c. Change FRST status", blue);
-  if (system_check_fboot() != 1) return;
-  set_factory_status(5);
+  if (system_check_fboot() != 1) return 0;
+  if (set_status(5) != 0) return 1;
   set_frst_running(0);
+  return 0;
 }
-
-// A reset whose status is not stored would begin the same step again and again.
-int set_status(int status) { return set_factory_status(status) == 0 ? 0 : 1; }
 
 int clear_phone() {
   if (frst_modem_data_clear() != 0) return 1;
@@ -106,7 +108,7 @@ int frst_run(int status) {
     case 0: return set_status(1);
     case 1: return clear_phone();
     case 3:
-    case 4: after_wipe(); return 0;
+    case 4: return after_wipe();
     default: return 0;
   }
 }
@@ -142,8 +144,7 @@ void check_setupwizard_complete() {
     system_property_get("sys.rzsetupwizard.status", wizard);
     if (wizard[0] != '2') continue;
     SLOGI("setup wizard is clicked, rzsetupwizard status : %s", wizard);
-    set_factory_status(6);
-    return;
+    if (set_factory_status(6) == 0) return;
   }
 }
 

@@ -9,7 +9,8 @@
 extern int hiddenmenu_frst;
 
 // Runs the steps of the present status and of those that follow, 200 ms apart, up to one of 2, 5 and 6, or to 3 with
-// the blue factory mode. At 3 and 4 it waits until the boot is complete. At 5 it starts the watch for the setup wizard,
+// the blue factory mode. At 3 and 4 it returns only when the status changes: once the boot is complete, and
+// never in a boot that leaves the status alone. At 5 it starts the watch for the setup wizard,
 // unless it runs, and removes the hashes of the applications and the keys. 0, or 1 when the modem keeps its data, the
 // status cannot be read or stored or is none of these, or the watch has no thread.
 int sfactoryreset();

@@ -80,7 +80,7 @@ void* run_crst(void*) {
 int hidden_factoryreset() {
   if (set_factory_status(0) != 0) return 1;
   sfactoryreset();
-  // Without it the next boot would not know what it follows.
+  // The next boot needs this status to watch for the setup wizard.
   if (set_factory_status(5) != 0) return 1;
   return hand_over_wipe();
 }

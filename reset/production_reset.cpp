@@ -1,7 +1,7 @@
 #include "reset/production_reset.h"
 
 #include "channel/opcodes.h"
-#include "channel/request_channel.h"
+#include "channel/text_answer.h"
 #include "platform/log.h"
 #include "platform/records.h"
 
@@ -34,11 +34,10 @@ int tav_reset_production(int kind) {
   for (const ProductionReset& row : kResets) {
     if (row.kind != kind) continue;
     SLOGI("%s", row.name);
-    char response[MAX_RZCMD_REQ_SIZE + 1] = {};
-    int error = request_to_system(row.opcode, nullptr, 0, response, nullptr, nullptr);
-    if (error != 0) return error;
-    if (response[0] == '1') return 0;
-    SLOGE("response data: %s\n", response);
+    TextAnswer response;
+    if (const int error = response.ask(row.opcode)) return error;
+    if (response.text[0] == '1') return 0;
+    SLOGE("response data: %s\n", response.text);
     return 1;
   }
   return -1;

@@ -10,8 +10,6 @@ namespace atd {
 
 namespace {
 
-constexpr int kUnsupported = 2;
-
 int start(int number) {
   switch (number) {
     case 1: return hidden_factoryreset_sdcard();
@@ -19,7 +17,7 @@ int start(int number) {
     case 3: return tav_reset_production(102);
     case 4: return tav_reset_production(101);
     case 5: return hidden_factoryreset_sdcard_power_off();
-    default: return kUnsupported;
+    default: return kNotSupported;
   }
 }
 
@@ -30,7 +28,7 @@ void handle_frst_start(const char* data, rzcmd_response* rsp) {
   int number = 0;
   if (*data && !parse_number(data, &number)) return respond(rsp, RZCMD_FAIL);
   const int result = start(number);
-  respond(rsp, result == RZCMD_OK || result == RZCMD_FAIL ? result : kUnsupported);
+  respond(rsp, result == RZCMD_OK || result == RZCMD_FAIL ? result : kNotSupported);
 }
 
 void handle_read_startday(rzcmd_response* rsp) { respond(rsp, tav_reset_production(2)); }

@@ -71,6 +71,11 @@ void Clock::wake_overdue() {
   }
 }
 
+uint64_t Clock::now() const {
+  std::lock_guard guard(lock_);
+  return now_locked(CLOCK_MONOTONIC);
+}
+
 bool Clock::is_virtual() const {
   std::lock_guard guard(lock_);
   return virtual_;

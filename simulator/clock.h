@@ -46,6 +46,9 @@ class Clock {
   // The total of all sleeps so far, in microseconds.
   uint64_t slept() const;
 
+  // The monotonic clock in microseconds.
+  uint64_t now() const;
+
   // These do the work of the verbs of platform/os.h, and have their contracts.
   int get(clockid_t clock, struct timespec* now);
   void sleep(uint64_t microseconds);

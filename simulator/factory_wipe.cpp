@@ -1,7 +1,6 @@
 #include "simulator/factory_wipe.h"
 
 #include <android/log.h>
-#include <time.h>
 #include <unistd.h>
 
 #include "simulator/files.h"
@@ -68,18 +67,14 @@ bool DeletionService::deletes() const {
   return deletes_;
 }
 
-uint64_t DeletionService::now() {
-  struct timespec now = {};
-  clock_.get(CLOCK_MONOTONIC, &now);
-  return static_cast<uint64_t>(now.tv_sec) * 1000000 + static_cast<uint64_t>(now.tv_nsec) / 1000;
-}
-
 // The service ends when somebody looks whether it has.
 void DeletionService::before_read(const std::string& name) {
   if (name != kService) return;
   {
     std::lock_guard guard(lock_);
-    if (!running_ || now() < end_) return;
+    // One that the tool "setprop" has set is seen only now.
+    if (!running_) start_locked();
+    if (!running_ || clock_.now() < end_) return;
     running_ = false;
     if (deletes_) wipe_data(root_);
   }
@@ -88,12 +83,16 @@ void DeletionService::before_read(const std::string& name) {
 
 int DeletionService::after_write(const std::string& name) {
   if (name != kService) return -1;
+  std::lock_guard guard(lock_);
+  start_locked();
+  return running_ ? delay_ms_ : -1;
+}
+
+void DeletionService::start_locked() {
   std::string value;
   read_file(root_ + "/dev/__properties__/" + kService, &value);
-  std::lock_guard guard(lock_);
   running_ = value == "1" && delay_ms_ >= 0;
-  end_ = now() + static_cast<uint64_t>(delay_ms_) * 1000;
-  return running_ ? delay_ms_ : -1;
+  end_ = clock_.now() + static_cast<uint64_t>(delay_ms_) * 1000;
 }
 
 }  // namespace atd::sim

@@ -46,7 +46,7 @@ class DeletionService {
   int after_write(const std::string& name);
 
  private:
-  uint64_t now();
+  void start_locked();
 
   const std::string root_;
   Clock& clock_;

@@ -14,8 +14,8 @@ class Partitions {
   void interrupt(int times) { interrupts_ = times; }
 
   // Carries out a discard; false for another request. The discarded bytes of a file below the phone's root become
-  // zeros; *result is 0, or -1 with errno, EPERM for any other file. The cache partition without its bytes is an empty
-  // folder "/cache".
+  // zeros; *result is 0, or -1 with errno, EPERM for any other file. Discarding the whole cache partition
+  // also empties "/cache", EIO where that fails.
   bool ioctl(int fd, unsigned long request, void* argument, int* result);
 
  private:

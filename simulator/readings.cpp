@@ -84,17 +84,17 @@ bool Readings::write(const std::string& node, const std::string& text) {
 
 bool Readings::make() {
   // What somebody has put there before the phone's first start stays.
-  const auto is_new = [this](const std::string& node) { return !has(node); };
+  const auto is_missing = [this](const std::string& node) { return !has(node); };
   bool made = true;
-  if (is_new(std::string(kBattery) + "temp")) made = set_temperature(250);
-  if (is_new(kVoltageNode)) made = made && set_voltage(4200);
-  if (is_new(kLevelNode)) made = made && set_level(85);
+  if (is_missing(std::string(kBattery) + "temp")) made = set_temperature(250);
+  if (is_missing(kVoltageNode)) made = made && set_voltage(4200);
+  if (is_missing(kLevelNode)) made = made && set_level(85);
   if (gauge() == "none") made = made && set_gauge("max17050");
-  if (is_new(kUsbId)) made = made && set_cable("usb");
-  if (is_new(kEnabled)) made = made && set_charging(false, false);
+  if (is_missing(kUsbId)) made = made && set_cable("usb");
+  if (is_missing(kEnabled)) made = made && set_charging(false, false);
   for (size_t zone = 0; zone < std::size(kZoneTypes); ++zone) {
     const std::string folder = kZone + std::to_string(zone);
-    if (!is_new(folder + "/type")) continue;
+    if (!is_missing(folder + "/type")) continue;
     made = made && write(folder + "/type", kZoneTypes[zone]) && set_zone(static_cast<int>(zone), 350);
   }
   return made;

@@ -19,7 +19,7 @@ class Threads {
   // something that will not come, and ends.
   void end();
 
-  // For a thread that is about to sleep: does not return when it is such a one.
+  // Called before a sleep. Does not return for one of the phone's threads past its hundredth sleep since the end began.
   void leave_at_end();
 
  private:

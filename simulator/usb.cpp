@@ -1,7 +1,5 @@
 #include "simulator/usb.h"
 
-#include <time.h>
-
 #include "simulator/files.h"
 
 namespace atd::sim {
@@ -12,12 +10,6 @@ constexpr char kConfig[] = "sys.usb.config";
 constexpr char kState[] = "sys.usb.state";
 
 }  // namespace
-
-uint64_t Usb::now() {
-  struct timespec now = {};
-  clock_.get(CLOCK_MONOTONIC, &now);
-  return static_cast<uint64_t>(now.tv_sec) * 1000000 + static_cast<uint64_t>(now.tv_nsec) / 1000;
-}
 
 std::string Usb::path(const char* name) const {
   return resolve(root_, std::string("/sys/class/android_usb/android0/") + name);
@@ -52,7 +44,7 @@ void Usb::before_read(const std::string& name) {
   const std::string config = properties_.get(kConfig);
   // One that the tool "setprop" has set is new only now.
   if (config != asked_for_) ask_for_locked(config);
-  if (!pending_ || now() < due_) return;
+  if (!pending_ || clock_.now() < due_) return;
   pending_ = false;
   properties_.set_at_boot(kState, config);
 }
@@ -72,7 +64,7 @@ int Usb::after_write(const std::string& name) {
 void Usb::ask_for_locked(const std::string& composition) {
   asked_for_ = composition;
   pending_ = delay_ms_ >= 0;
-  due_ = now() + static_cast<uint64_t>(delay_ms_) * 1000;
+  due_ = clock_.now() + static_cast<uint64_t>(delay_ms_) * 1000;
 }
 
 }  // namespace atd::sim

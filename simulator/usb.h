@@ -37,7 +37,6 @@ class Usb {
 
  private:
   void ask_for_locked(const std::string& composition);
-  uint64_t now();
   std::string path(const char* name) const;
 
   std::string root_;

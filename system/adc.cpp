@@ -14,14 +14,18 @@ constexpr int kAdcTextSize = 128;
 constexpr int kNumberSize = 12;
 constexpr int kLowestMillivoltReading = -1000;
 
-int write_millivolts(const char* function, char* text, TextWriter& out) {
+// Writes a node's millivolts; 1 when it cannot be read or says less than the codes of a text that is not understood,
+// which become 0.
+int get_millivolts(const char* node, const char* function, const char* complaint, char* out) {
+  TextWriter writer(out, kNumberSize);
+  char text[kAdcTextSize];
+  if (read_or_complain(node, complaint, text, sizeof text) != 0) return 1;
   const int value = adc_to_val(text);
-  // The codes of a text that is not understood are above the limit, and become 0.
   if (value <= kLowestMillivoltReading) {
     SLOGE("%s:fail to change adc to val rt:%d\n", function, value);
     return 1;
   }
-  out.format("%d", value / 1000);
+  writer.format("%d", value / 1000);
   return 0;
 }
 
@@ -44,27 +48,15 @@ int adc_to_val(char* text) {
   return -100;
 }
 
-// The two lines name the nodes of older kernels, as stations know them.
+// The lines of these two name the nodes of older kernels, as stations know them.
 int get_vcoin_adc(char* out) {
-  TextWriter writer(out, kNumberSize);
-  char text[kAdcTextSize];
-  const int rt = unified_sysfs_read("/proc/tav_power/adc/vcoin", text, sizeof text);
-  if (rt < 0) {
-    SLOGE("get_vcoin_adc:fail to fopen [/sys/class/hwmon/hwmon0/device/vcoin] rt=%d\n", rt);
-    return 1;
-  }
-  return write_millivolts("get_vcoin_adc", text, writer);
+  return get_millivolts("/proc/tav_power/adc/vcoin", __func__,
+                        "get_vcoin_adc:fail to fopen [/sys/class/hwmon/hwmon0/device/vcoin] rt=", out);
 }
 
 int get_vphpwr_adc(char* out) {
-  TextWriter writer(out, kNumberSize);
-  char text[kAdcTextSize];
-  const int rt = unified_sysfs_read("/proc/tav_power/adc/vph_pwr", text, sizeof text);
-  if (rt < 0) {
-    SLOGE("get_vphpwr_adc:fail to fopen /sys/class/hwmon/hwmon0/device/vph_pwr rt:%d\n", rt);
-    return 1;
-  }
-  return write_millivolts("get_vphpwr_adc", text, writer);
+  return get_millivolts("/proc/tav_power/adc/vph_pwr", __func__,
+                        "get_vphpwr_adc:fail to fopen /sys/class/hwmon/hwmon0/device/vph_pwr rt:", out);
 }
 
 int get_vbus_adc_value(char* out) {
@@ -91,8 +83,5 @@ int get_pcb_rev_adc(char* out) {
 }
 
 int get_battey_id(char* out) {
-  const int rt = unified_sysfs_read("/proc/tav_power/adc/batt_id", out, kAdcTextSize);
-  if (rt >= 0) return 0;
-  SLOGE("get_battey_id:fail to fopen rt:%d\n", rt);
-  return 1;
+  return read_or_complain("/proc/tav_power/adc/batt_id", "get_battey_id:fail to fopen rt:", out, kAdcTextSize);
 }

@@ -19,6 +19,14 @@ constexpr char kChargingComplete[] = "/sys/class/power_supply/ac/charging_comple
 
 bool is_switch(char c) { return c == '0' || c == '1'; }
 
+int get_current(const char* node, const char* complaint, char* out) {
+  TextWriter writer(out, kNumberSize);
+  char text[kNodeText];
+  if (read_or_complain(node, complaint, text, sizeof text) != 0) return 1;
+  writer.format("%d", leading_number(text));
+  return 0;
+}
+
 }  // namespace
 
 int get_battery_therm(char* out) {
@@ -52,25 +60,11 @@ int set_charging_complete_status(char c) { return is_switch(c) && write_sysfs(kC
 
 // The lines of the currents name the nodes of older kernels, as stations know them.
 int get_ibat_current(char* out) {
-  TextWriter writer(out, kNumberSize);
-  char text[kNodeText];
-  const int rt = unified_sysfs_read("/proc/tav_power/charger/ibat_current", text, sizeof text);
-  if (rt < 0) {
-    SLOGE("get_ibat_current:fail to fopen /sys/class/power_supply/battery/current_now rt:%d\n", rt);
-    return 1;
-  }
-  writer.format("%d", leading_number(text));
-  return 0;
+  return get_current("/proc/tav_power/charger/ibat_current",
+                     "get_ibat_current:fail to fopen /sys/class/power_supply/battery/current_now rt:", out);
 }
 
 int get_ichg_current(char* out) {
-  TextWriter writer(out, kNumberSize);
-  char text[kNodeText];
-  const int rt = unified_sysfs_read("/proc/tav_power/charger/ichg_current", text, sizeof text);
-  if (rt < 0) {
-    SLOGE("get_ichg_current:fail to fopen /sys/class/power_supply/ac/current_now rt:%d\n", rt);
-    return 1;
-  }
-  writer.format("%d", leading_number(text));
-  return 0;
+  return get_current("/proc/tav_power/charger/ichg_current",
+                     "get_ichg_current:fail to fopen /sys/class/power_supply/ac/current_now rt:", out);
 }

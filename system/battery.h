@@ -16,8 +16,8 @@ int get_batt_them(char* out);
 // text when it cannot be read.
 int get_charge_status(char* out);
 
-// Enables charging ('1') or disables it ('0'); any other character changes nothing. 0, or 1 when the node does not take
-// it.
+// Enables charging ('1') or disables it ('0'); any other character changes nothing and gives 0. 0, or 1 when the
+// node does not take it.
 int set_charge_status(char c);
 
 // Stores whether charging is complete, the low byte of its node's number, in *out. 0, or 1 with *out as it was when the

@@ -47,9 +47,7 @@ int get_rtc_time(char* out) {
 int get_backcover_color(char* out) {
   TextWriter writer(out, 12);
   char text[10 + 1];
-  const int rt = unified_sysfs_read("/sys/class/switch/backcover/state", text, sizeof text);
-  if (rt < 0) {
-    SLOGE("BACKCOVER: fail to fopen rt:%d\n", rt);
+  if (read_or_complain("/sys/class/switch/backcover/state", "BACKCOVER: fail to fopen rt:", text, sizeof text) != 0) {
     return 1;
   }
   const int color = leading_number(text);

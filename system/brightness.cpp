@@ -1,13 +1,13 @@
 #include "system/brightness.h"
 
 #include <stdint.h>
-#include <stdlib.h>
 
 #include "platform/log.h"
 #include "platform/os.h"
 #include "system/environment.h"
 #include "system/flight_mode.h"
 #include "system/lcd.h"
+#include "text/number.h"
 
 using namespace atd;
 
@@ -23,7 +23,7 @@ int system_set_lcd_brightness() {
   char text[16];
   if (get_flight_status() || system_get_battery_status() || !system_get_pif_status()) return 0;
   if (read_brightness(text) < 0) return 0;
-  const long brightness = strtol(text, nullptr, 10);
+  const int brightness = leading_number(text);
   if (brightness == 0 || brightness == 10) return 0;
   SLOGI("Mobile ID Mode (No Battery & PIF), set lcd minimum brightness\n");
   write_brightness(kMinimum);

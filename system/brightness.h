@@ -7,8 +7,8 @@
 // or the modem is in flight mode. Always 0.
 int system_set_lcd_brightness();
 
-// Sets it in each of 16 rounds, for 16 seconds on the caller's thread, whatever the brightness is; ends at once in
-// flight mode, and where the brightness cannot be read. Always 0.
+// Sets it once a second, 16 times, on the caller's thread, whatever it is. Does nothing when flight mode is on at the
+// start; ends where the brightness cannot be read. Always 0.
 int system_set_lcd_brightness_loop();
 
 #pragma GCC visibility pop

@@ -14,6 +14,7 @@
 #include "system/power.h"
 #include "system/sleep.h"
 #include "system/usb.h"
+#include "text/property.h"
 
 using namespace atd;
 
@@ -73,9 +74,7 @@ void wait_for_cable_disconnect() {
 int retry_power_off_with_cable() {
   const int status = get_factory_status();
   if (!system_check_pif_bootmode() || (status != 5 && status != 3)) return 0;
-  char begun[PROPERTY_VALUE_MAX] = "";
-  system_property_get("sys.tav.sleepmode.on", begun);
-  if (begun[0] != '1') return 0;
+  if (first_character("sys.tav.sleepmode.on") != '1') return 0;
   SLOGI("retry poweroff cmd\n");
   switch (get_usbstate_from_sys()) {
     case kInvalid: SLOGE("USB state is invalid"); return 1;

@@ -3,7 +3,7 @@
 
 #pragma GCC visibility push(default)
 
-// Puts the clocks of CPUs 0 to 7 into out (1024 bytes, zeroed) as the text "0,current,maximum,minimum,1,..." in kHz, a
+// Puts the clocks of CPUs 0 to 7 into out (1024 bytes) as the text "0,current,maximum,minimum,1,..." in kHz, a
 // CPU without a clock left out, and the text's length into *length; always 0. A text of a node loses its last
 // character, the line end.
 int get_cpu_freq(char* out, int* length);

@@ -10,6 +10,8 @@
 #include "platform/node_access.h"
 #include "platform/os.h"
 #include "platform/properties.h"
+#include "text/prefix.h"
+#include "text/property.h"
 #include "text/text_writer.h"
 
 using namespace atd;
@@ -17,10 +19,6 @@ using namespace atd;
 namespace {
 
 constexpr const char* kCableTypes[] = {"factory_56k", "factory_130k", "factory_910k"};
-
-bool begins_with(const char* text, const char* start) { return strncmp(text, start, strlen(start)) == 0; }
-
-bool is_set(const char* value) { return value[0] == '1'; }
 
 }  // namespace
 
@@ -32,10 +30,9 @@ int system_check_minios_romcopy() {
 }
 
 int system_check_fboot() {
-  char complete[PROPERTY_VALUE_MAX] = "";
-  system_property_get("dev.bootcomplete", complete);
-  if (!is_set(complete)) return 0;
-  SLOGI("[TAV][ATD] Bootcomplete : %c\n", complete[0]);
+  const char complete = first_character("dev.bootcomplete");
+  if (complete != '1') return 0;
+  SLOGI("[TAV][ATD] Bootcomplete : %c\n", complete);
   return 1;
 }
 
@@ -68,9 +65,7 @@ int system_set_logservice(int on) {
 }
 
 int system_get_pif_status() {
-  char pif[PROPERTY_VALUE_MAX] = "";
-  system_property_get("sys.tav.pif", pif);
-  if (!is_set(pif)) return 0;
+  if (first_character("sys.tav.pif") != '1') return 0;
   SLOGI("PIF cable is connected");
   return 1;
 }
@@ -83,7 +78,8 @@ int system_check_pif_bootmode() {
 
 int system_get_battery_status() {
   char present[16];
-  return unified_sysfs_read("/proc/tav_power/battery/present", present, sizeof present) > 0 && is_set(present) ? 1 : 0;
+  return unified_sysfs_read("/proc/tav_power/battery/present", present, sizeof present) > 0 && present[0] == '1' ? 1
+                                                                                                                 : 0;
 }
 
 int system_get_cable_type() {

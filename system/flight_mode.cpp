@@ -4,6 +4,7 @@
 
 #include "channel/opcodes.h"
 #include "channel/request_channel.h"
+#include "channel/text_answer.h"
 #include "platform/log.h"
 #include "platform/records.h"
 #include "system/sleep.h"
@@ -20,16 +21,15 @@ constexpr char kLed[] = "/sys/class/leds/R/device/led_pattern";
 constexpr size_t kReplySize = 20;
 
 int ask_platform(int opcode, const char* text, char* out) {
-  const int text_length = text ? static_cast<int>(strnlen(text, MAX_RZCMD_REQ_SIZE + 1)) : 0;
-  char answer[MAX_RZCMD_REQ_SIZE + 1] = {};
-  const int error = request_to_system(opcode, text, text_length, answer, nullptr, nullptr);
-  TextWriter(out, MAX_RZCMD_REQ_SIZE).text(answer);
+  TextAnswer answer;
+  const int error = answer.ask(opcode, text, static_cast<int>(strnlen(text, MAX_RZCMD_REQ_SIZE + 1)));
+  answer.copy_to(out);
   return error;
 }
 
 }  // namespace
 
-int flight_mode_get_status(char* out) { return ask_platform(kFlightModeStatus, nullptr, out); }
+int flight_mode_get_status(char* out) { return ask_platform(kFlightModeStatus, "", out); }
 
 int flight_set_mode(const char* text, char* out) { return ask_platform(kFlightModeSet, text, out); }
 

@@ -6,61 +6,38 @@
 
 #include "channel/opcodes.h"
 #include "channel/request_channel.h"
+#include "channel/text_answer.h"
 #include "platform/log.h"
 #include "platform/os.h"
 #include "platform/properties.h"
 #include "platform/records.h"
 #include "system/power.h"
-#include "text/text_writer.h"
+#include "text/property.h"
 
 using namespace atd;
 
 namespace {
 
-struct ModemTest {
-  int opcode;
-  const char* function;  // as its log line names it
-  bool knows_two;        // an answer that begins with '2' is an outcome of its own
-};
-
-constexpr ModemTest kScriptItem = {kTestScriptSet, "set_tav_test_script_item", false};
-constexpr ModemTest kScriptMode = {kTestScriptMode, "get_tav_test_script_mode", false};
-constexpr ModemTest kBackup = {kCalibrationBackup, "set_tav_test_script_cal_data", false};
-constexpr ModemTest kRestore = {kCalibrationRestore, "set_tav_test_script_cal_data", false};
-constexpr ModemTest kMaxPowerOn = {kWcdmaMaxPowerOn, "tav_wcdma_maxpower_on", false};
-constexpr ModemTest kMaxPowerOff = {kWcdmaMaxPowerOff, "tav_wcdma_maxpower_off", false};
-constexpr ModemTest kCalRead = {kCalibrationRead, "tav_cal_check_read", false};
-constexpr ModemTest kCalCheck = {kCalibrationCheck, "tav_cal_data_check", false};
-constexpr ModemTest kTuningWrite = {kVcoTuningWrite, "tav_vco_self_tunning_write", true};
-constexpr ModemTest kTuningRead = {kVcoTuningRead, "tav_vco_self_tunning_read", true};
-constexpr ModemTest kReady = {kModemReady, "tav_check_modem_cmd_ready", false};
-constexpr ModemTest kRfCheck = {kRfDeviceCheck, "rf_device_check", false};
-constexpr ModemTest kReset = {kModemReset, "tav_reset_modem", false};
-
-// Room for an answer and a terminator.
-struct ModemAnswer {
-  char text[MAX_RZCMD_REQ_SIZE + 1] = {};
-  int length = 0;
-};
-
 // 0 with the answer, or the error of request_to_system with the empty one.
-int ask(const ModemTest& test, ModemAnswer* answer) {
-  const int error = request_to_system(test.opcode, nullptr, 0, answer->text, &answer->length, nullptr);
-  if (error == 0) SLOGI("%s: %s\n", test.function, answer->text);
+int ask(int opcode, const char* function, TextAnswer* answer) {
+  const int error = answer->ask(opcode);
+  if (error == 0) SLOGI("%s: %s\n", function, answer->text);
   return error;
 }
 
-int run(const ModemTest& test) {
-  ModemAnswer answer;
-  if (const int error = ask(test, &answer)) return error;
-  if (test.knows_two && answer.text[0] == '2') return 2;
+// 0 for an answer that begins with '1', 2 for one with '2' where that is an outcome of its own, 1 for any other, or the
+// error of request_to_system.
+int run(int opcode, const char* function, bool knows_two = false) {
+  TextAnswer answer;
+  if (const int error = ask(opcode, function, &answer)) return error;
+  if (knows_two && answer.text[0] == '2') return 2;
   return answer.text[0] == '1' ? 0 : 1;
 }
 
-int ask_text(const ModemTest& test, char* out) {
-  ModemAnswer answer;
-  const int error = ask(test, &answer);
-  TextWriter(out, MAX_RZCMD_REQ_SIZE).text(answer.text);
+int ask_text(int opcode, const char* function, char* out) {
+  TextAnswer answer;
+  const int error = ask(opcode, function, &answer);
+  answer.copy_to(out);
   return error;
 }
 
@@ -81,8 +58,8 @@ void* testmode_power_reset_wait(void*) {
 
 // Asks the modem to restart and starts the thread that waits for it; false when one of them fails.
 bool begin_reset() {
-  ModemAnswer answer;
-  if (ask(kReset, &answer) != 0 || strcmp(answer.text, "1") != 0) return false;
+  TextAnswer answer;
+  if (ask(kModemReset, "tav_reset_modem", &answer) != 0 || strcmp(answer.text, "1") != 0) return false;
   const int error = os_start_thread(testmode_power_reset_wait, nullptr);
   if (error != 0) SLOGE("POWER_RESET : Unable to create modem reset thread : %s\n", strerror(error));
   return error == 0;
@@ -90,10 +67,10 @@ bool begin_reset() {
 
 }  // namespace
 
-int set_tav_test_script_item() { return run(kScriptItem); }
+int set_tav_test_script_item() { return run(kTestScriptSet, __func__); }
 
 int get_tav_test_script_mode(char* out, int* length) {
-  const int error = ask_text(kScriptMode, out);
+  const int error = ask_text(kTestScriptMode, __func__, out);
   *length = static_cast<int>(strlen(out));
   if (error != 0) return error;
   return *length == 0 ? 1 : 0;
@@ -101,8 +78,8 @@ int get_tav_test_script_mode(char* out, int* length) {
 
 int set_tav_test_script_cal_data(int kind) {
   switch (kind) {
-    case 0: SLOGI("TAV_MODEM_MSG_BACKUP_CAL_DATA:\n"); return run(kBackup);
-    case 1: SLOGI("TAV_MODEM_MSG_RESTORE_CAL_DATA:\n"); return run(kRestore);
+    case 0: SLOGI("TAV_MODEM_MSG_BACKUP_CAL_DATA:\n"); return run(kCalibrationBackup, __func__);
+    case 1: SLOGI("TAV_MODEM_MSG_RESTORE_CAL_DATA:\n"); return run(kCalibrationRestore, __func__);
     case 2:
       SLOGI("TAV_MODEM_MSG_RESET_CAL_DATA:\n");
       return request_to_system(kCalibrationReset, nullptr, 0, nullptr, nullptr, nullptr);
@@ -110,17 +87,17 @@ int set_tav_test_script_cal_data(int kind) {
   }
 }
 
-int tav_wcdma_maxpower_on() { return run(kMaxPowerOn); }
-int tav_wcdma_maxpower_off() { return run(kMaxPowerOff); }
-int tav_cal_check_read(char* out) { return ask_text(kCalRead, out); }
-int tav_cal_data_check(char* out) { return ask_text(kCalCheck, out); }
-int tav_vco_self_tunning_write() { return run(kTuningWrite); }
-int tav_vco_self_tunning_read() { return run(kTuningRead); }
-int tav_check_modem_cmd_ready() { return run(kReady) == 0 ? 0 : 1; }
+int tav_wcdma_maxpower_on() { return run(kWcdmaMaxPowerOn, __func__); }
+int tav_wcdma_maxpower_off() { return run(kWcdmaMaxPowerOff, __func__); }
+int tav_cal_check_read(char* out) { return ask_text(kCalibrationRead, __func__, out); }
+int tav_cal_data_check(char* out) { return ask_text(kCalibrationCheck, __func__, out); }
+int tav_vco_self_tunning_write() { return run(kVcoTuningWrite, __func__, true); }
+int tav_vco_self_tunning_read() { return run(kVcoTuningRead, __func__, true); }
+int tav_check_modem_cmd_ready() { return run(kModemReady, __func__) == 0 ? 0 : 1; }
 
 int rf_device_check(char* out) {
-  ModemAnswer answer;
-  const int error = ask(kRfCheck, &answer);
+  TextAnswer answer;
+  const int error = ask(kRfDeviceCheck, __func__, &answer);
   if (error == 0 && answer.text[0] == '1') return 0;
   // As many bytes as the answer has: the last one is its terminator.
   out[0] = '\0';
@@ -128,11 +105,7 @@ int rf_device_check(char* out) {
   return 1;
 }
 
-int tav_check_modem() {
-  char booted[PROPERTY_VALUE_MAX];
-  property_get("ril.modembsp.bootup", booted, "0");
-  return booted[0] == '1' ? 0 : 1;
-}
+int tav_check_modem() { return first_character("ril.modembsp.bootup") == '1' ? 0 : 1; }
 
 int tav_reset_modem() {
   // What fails from here on leaves the mark: a modem whose reset failed is not to be reset again by the same process.

@@ -31,8 +31,8 @@ int tav_vco_self_tunning_read();
 // 0 when the modem takes commands; else, and without an answer, 1.
 int tav_check_modem_cmd_ready();
 
-// Checks the RF devices; 0, else, and without an answer, 1 with the text after the answer's first character in out
-// (2048 bytes).
+// Checks the RF devices. 0 when they are good, and `out` is left alone. Else 1, with the text after the answer's first
+// character in `out` (2048 bytes), the empty text without an answer.
 int rf_device_check(char* out);
 
 // 0 when the modem has booted, else 1.

@@ -6,6 +6,13 @@
 
 namespace atd {
 
+int read_or_complain(const char* node, const char* complaint, char* text, int size) {
+  const int rt = unified_sysfs_read(node, text, size);
+  if (rt >= 0) return 0;
+  SLOGE("%s%d\n", complaint, rt);
+  return 1;
+}
+
 int read_text(const char* node, const char* function, char* text, int size) {
   const int rt = unified_sysfs_read(node, text, size);
   if (rt >= 0) return 0;

@@ -4,43 +4,28 @@
 
 #include "channel/opcodes.h"
 #include "channel/request_channel.h"
+#include "channel/text_answer.h"
 #include "factory/item_registry.h"
 #include "factory/items.h"
 #include "platform/log.h"
 #include "platform/properties.h"
 #include "platform/records.h"
 #include "system/modem_test.h"
+#include "text/property.h"
 #include "text/text_writer.h"
 
 using namespace atd;
 
-namespace {
-
-// An answer as text; one that fills the record has its terminator here.
-struct Response {
-  char text[MAX_RZCMD_REQ_SIZE + 1] = {};
-  int length = 0;
-  int status = 0;
-
-  int ask(int opcode, const char* data, int data_length) {
-    return request_to_system(opcode, data, data_length, text, &length, &status);
-  }
-
-  void copy_to(char* out) const { TextWriter(out, MAX_RZCMD_REQ_SIZE).text(text); }
-};
-
-}  // namespace
-
 int system_powerkey_hardreset_enable(char c) {
-  Response response;
+  TextAnswer response;
   const char enable = c == '0' ? 0 : 1;
   if (response.ask(kHardResetKey, &enable, 1) != 0) return 1;
   return static_cast<unsigned char>(response.text[0]) == 255 ? 1 : 0;
 }
 
 int system_set_caldata_check_prop() {
-  Response response;
-  if (response.ask(kCalibrationCheck, nullptr, 0) != 0) {
+  TextAnswer response;
+  if (response.ask(kCalibrationCheck) != 0) {
     SLOGE("%s: failed to check cal data.", __func__);
     return -1;
   }
@@ -52,8 +37,7 @@ int system_set_caldata_check_prop() {
 }
 
 int get_low_batt_port_block_check() {
-  char block[PROPERTY_VALUE_MAX] = "";
-  if (qem_get_status != 1 || system_property_get("sys.cmd_block", block) <= 0 || block[0] != '1') return 0;
+  if (qem_get_status != 1 || first_character("sys.cmd_block") != '1') return 0;
   char found[MAX_RZCMD_REQ_SIZE + 1] = {};
   return tav_cal_data_check(found) != 0 || found[0] != '0' ? 1 : 0;
 }
@@ -80,7 +64,7 @@ int detach(char** arguments, int count, char* response) {
   const int data_length = static_cast<int>(text.length());
   SLOGI("[ATdetachreq] c.data : %s\n", data);
   SLOGI("[ATdetachreq] req.len : %d\n", data_length);
-  Response answer;
+  TextAnswer answer;
   const int error = answer.ask(kDetach, data, data_length);
   answer.copy_to(response);
   SLOGI("[ATdetachreq] rsp->result_status : %d\n", answer.status);
@@ -90,7 +74,7 @@ int detach(char** arguments, int count, char* response) {
 }
 
 int pattern_clear(const char* text, char* response) {
-  Response answer;
+  TextAnswer answer;
   const int error = answer.ask(kPatternClear, text, static_cast<int>(strnlen(text, MAX_RZCMD_REQ_SIZE + 1)));
   answer.copy_to(response);
   return error;
@@ -98,8 +82,8 @@ int pattern_clear(const char* text, char* response) {
 
 int get_phone_number(char* out, int* length) {
   SLOGI("Get phone number.\n");
-  Response answer;
-  const int error = answer.ask(kPhoneNumber, nullptr, 0);
+  TextAnswer answer;
+  const int error = answer.ask(kPhoneNumber);
   answer.copy_to(out);
   *length = answer.length;
   return error;

@@ -25,12 +25,12 @@ int detach(char** arguments, int count, char* response);
 // response (2048 bytes); 0, or the error of request_to_system.
 int pattern_clear(const char* text, char* response);
 
-// Puts the phone number into out (2048 bytes) as text and its length into *length, -1 on failure; 0, or the error of
-// request_to_system.
+// Puts the phone number into out (2048 bytes) as text, cut at 2047, and its answer's length into *length, -1 on
+// failure; 0, or the error of request_to_system.
 int get_phone_number(char* out, int* length);
 
 // Takes the codes of three digits out of a list of quoted texts: each quoted text but the first, as "450,310" in out
-// (2048 bytes, zeroed); always 0.
+// (2048 bytes); always 0.
 int get_mcc_list(const char* text, char* out);
 
 #pragma GCC visibility pop

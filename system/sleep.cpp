@@ -6,6 +6,7 @@
 #include "platform/node_access.h"
 #include "platform/properties.h"
 #include "system/lcd.h"
+#include "text/property.h"
 
 using namespace atd;
 
@@ -15,16 +16,6 @@ constexpr char kBlank[] = "/sys/class/graphics/fb0/blank";
 constexpr char kAutosleep[] = "/sys/power/autosleep";
 
 }  // namespace
-
-namespace atd {
-
-char first_character(const char* property) {
-  char value[PROPERTY_VALUE_MAX];
-  property_get(property, value, "0");
-  return value[0];
-}
-
-}  // namespace atd
 
 int normal_mode_check() {
   if (first_character("ro.minios.bootstart") == '1' || first_character("ro.fwx.bootstart") == '1') return 1;

@@ -21,10 +21,3 @@ int normal_mode_check();
 int system_get_factory_mode();
 
 #pragma GCC visibility pop
-
-namespace atd {
-
-// The first character of a property, '0' when it is not set.
-char first_character(const char* property);
-
-}  // namespace atd

@@ -8,6 +8,7 @@
 #include "platform/node_access.h"
 #include "system/reading.h"
 #include "text/number.h"
+#include "text/prefix.h"
 #include "text/text_writer.h"
 
 using namespace atd;
@@ -31,10 +32,7 @@ bool read_type(int zone, char* type) {
   return true;
 }
 
-bool is_sensor(const char* type) {
-  constexpr char kSensor[] = "tsens_tz_sensor";
-  return strncmp(type, kSensor, sizeof kSensor - 1) == 0;
-}
+bool is_sensor(const char* type) { return begins_with(type, "tsens_tz_sensor"); }
 
 int read_temperature(const char* function, int zone, int* number) {
   char node[64];

@@ -6,8 +6,8 @@
 // The number of thermal zones, from the first up to one without a type, whose type begins with "tsens_tz_sensor".
 int get_tsens_count();
 
-// Writes a tenth of the number of the zone n + 2 with one decimal, "31.5", to `out` (16 bytes). 0, or 1 with the empty
-// text when the zone cannot be read.
+// Reads the zone n + 2, in tenths of a degree, and writes degrees with one decimal, "31.5", to `out` (16 bytes). 0, or
+// 1 with the empty text when the zone cannot be read.
 int get_tsens_temp(int n, char* out);
 
 // Writes the degrees of the n-th sensor, the first is 1, with one decimal to `out` (16 bytes). Its number is degrees

@@ -10,6 +10,7 @@
 #include "platform/node_access.h"
 #include "platform/os.h"
 #include "platform/properties.h"
+#include "text/prefix.h"
 
 using namespace atd;
 
@@ -44,7 +45,7 @@ int failed(const char* function) {
   return -1;
 }
 
-ssize_t read_whole(int fd, char* text, size_t size) {
+ssize_t read_once(int fd, char* text, size_t size) {
   ssize_t length;
   do {
     length = read(fd, text, size);
@@ -89,7 +90,7 @@ int get_usb_lock() {
   const int fd = open_lock("get_usb_lock");
   if (fd < 0) return without_lock();
   char digit;
-  const ssize_t length = read_whole(fd, &digit, 1);
+  const ssize_t length = read_once(fd, &digit, 1);
   close(fd);
   return length == 1 ? digit - '0' : failed("get_usb_lock");
 }
@@ -155,7 +156,7 @@ int get_usbstate_from_sys() {
     return 0;
   }
   char text[1024 + 1];
-  const ssize_t length = read_whole(fd, text, sizeof text - 1);
+  const ssize_t length = read_once(fd, text, sizeof text - 1);
   const int error = errno;
   close(fd);
   if (length < 0) {
@@ -167,7 +168,7 @@ int get_usbstate_from_sys() {
   constexpr const char* kStates[] = {"DISCONNECTED", "CONNECTED", "CONFIGURED"};
   int state = 0;
   for (int i = 0; i < 3 && state == 0; ++i) {
-    if (strncmp(text, kStates[i], strlen(kStates[i])) == 0) state = i + 1;
+    if (begins_with(text, kStates[i])) state = i + 1;
   }
   if (state == 0) SLOGE("UNKNOWN USB State");
   SLOGI("The value returned from %s is %d ", "get_usbstate_from_sys", state);

@@ -8,6 +8,7 @@
 #include "system/adc.h"
 #include "system/hw_version.h"
 #include "system/reading.h"
+#include "text/prefix.h"
 #include "text/text_writer.h"
 
 using namespace atd;
@@ -29,8 +30,6 @@ constexpr int32_t kExceptions[3][3] = {
     {800, 950, 910},
 };
 
-bool begins_with(const char* text, const char* beginning) { return strncmp(text, beginning, strlen(beginning)) == 0; }
-
 }  // namespace
 
 void check_cable_tbl_exception(int32_t (*table)[3]) {
@@ -48,11 +47,7 @@ void check_cable_tbl_exception(int32_t (*table)[3]) {
 int get_usb_id_adc(char* out) {
   TextWriter writer(out, 24);
   char text[kAdcTextSize];
-  const int rt = unified_sysfs_read(kNode, text, sizeof text);
-  if (rt < 0) {
-    SLOGE("get_usb_id_adc:fail to fopen rt:%d\n", rt);
-    return 1;
-  }
+  if (read_or_complain(kNode, "get_usb_id_adc:fail to fopen rt:", text, sizeof text) != 0) return 1;
   const int value = adc_to_val(text);
   if (value < 0) {
     SLOGE("get_usb_id_adc:fail to change adc to val rt:%d\n", value);

@@ -14,8 +14,8 @@ int system_write_pid_info();
 // first that fails.
 int nv_factoryitem_sync();
 
-// Each of them: 0 when the modem has it, also where it is too short to be written, or 1 when it cannot be told, written
-// or kept.
+// Each of them: 0 when the modem has the text, and for a missing or too short one (under 6, 1 and 4 characters), which
+// is not written. 1 when the software version cannot be read, or the modem does not take or keep the text.
 int system_nvwrite_version_info();
 int system_nvwrite_hwversion_info();
 int system_nvwrite_model_name_info();

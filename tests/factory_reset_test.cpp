@@ -117,6 +117,8 @@ TEST_F(FactoryResetTest, StatusesAndRefusals) {
   device().items.set(2, std::string(1, '\0'));
   device().faults.fail("set_ftm_item 2");
   EXPECT_EQ(1, sfactoryreset());
+  device().faults.clear();
+  device().items.set(2, "\5");
   device().faults.fail("start_thread");
   EXPECT_EQ(-1, factoryreset_crst() * sfactoryreset());
 }

@@ -122,6 +122,7 @@ TEST_F(UsbTest, TheModemsTestMode) {
   }
   EXPECT_EQ(2, logged("get_tav_test_script_mode: 0abc") + logged("rf_device_check: 0abc"));
   device().modem.clear_answers();
+  device().faults.clear();
   device().properties.set_at_boot("ril.modembsp.bootup", "0");
   EXPECT_EQ(2, tav_check_modem() + set_tav_test_script_cal_data(1)) << "nothing was backed up";
   for (const auto& [kind, read] : {std::pair(0, "1"), {2, "0"}, {1, "1"}}) {

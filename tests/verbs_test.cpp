@@ -154,7 +154,7 @@ TEST_F(VerbTest, TheModemThePropertiesAndTheClock) {
             {{"property", "x", std::string(92, 'v')}, 64, "at most 91 bytes"},
             {{"usb", "disconnect"}, 0, ""},
             {{"usb"}, 0, "sys.usb.state  mtp,adb\nlock           0\nport           DISCONNECTED\n"},
-            {{"usb", "delay", "-1"}, 64, "the delay is never, or is a number from 0"},
+            {{"usb", "delay", "-1"}, 64, "the delay is \"never\" or milliseconds from 0"},
             {{"clock", "advance", "0"}, 64, "the time is a number from 1"}});
   char out[2048];
   int length = 0, status = 0;

@@ -16,7 +16,9 @@ int android_reboot(unsigned command, int, const char* arg) {
     default: errno = EINVAL; return -1;
   }
   SimulatedDevice& device = SimulatedDevice::current();
-  if (device.faults.hits(Call::android_reboot) || !device.power.request(what)) {
+  const bool refused = device.faults.hits(Call::android_reboot);
+  if (refused) device.power.note("refused " + what);
+  if (refused || !device.power.request(what)) {
     errno = EPERM;
     return -1;
   }

@@ -15,10 +15,11 @@ namespace atd::sim {
 
 namespace {
 
+constexpr int kZones = 100;  // more are not looked for
 constexpr char kZone[] = "/sys/devices/virtual/thermal/thermal_zone";
 
 void done(VerbCall& call, bool written) {
-  if (!written) call.fail(kFailed, "cannot write the phone's node: " + std::string(strerror(errno)));
+  if (!written) call.fail(kFailed, "cannot write the phone's nodes: " + std::string(strerror(errno)));
 }
 
 // Reads the i-th argument, a number with a fraction, in units of 1/scale; what is wrong fails the call.
@@ -95,28 +96,32 @@ void charging(SimulatedDevice& device, VerbCall& call) {
 }
 
 void cable(SimulatedDevice& device, VerbCall& call) {
+  if (call.count() == 0)
+    return call.answer(device.readings.cable() + "\n", {{"cable", device.readings.cable()}}), void();
   if (!one_of(call, "cable", Readings::cables())) return;
   done(call, device.readings.set_cable(call[0]));
   call.afterwards([&device] { device.heed_cable(); });
 }
 
 void fuel_gauge(SimulatedDevice& device, VerbCall& call) {
-  if (one_of(call, "fuel gauge", Readings::gauges())) done(call, device.readings.set_gauge(call[0]));
+  const std::string gauge = device.readings.gauge();
+  if (call.count() == 0) call.answer(gauge + "\n", {{"fuel_gauge", gauge}});
+  else if (one_of(call, "fuel gauge", Readings::gauges())) done(call, device.readings.set_gauge(call[0]));
 }
 
 void thermal(SimulatedDevice& device, VerbCall& call) {
   if (call.count() > 0) {
     int zone, tenths;
-    if (call.number(0, "the zone", 0, 999, &zone) && fraction(call, 1, "the temperature", -100, 200, 10, &tenths)) {
-      done(call, device.readings.set_zone(zone, tenths));
-    }
-    return;
+    if (!call.number(0, "the zone", 0, kZones - 1, &zone)) return;
+    if (!fraction(call, 1, "the temperature", -100, 200, 10, &tenths)) return;
+    if (!device.readings.has(kZone + call[0] + "/type")) return call.fail(kFailed, "there is no zone " + call[0]);
+    return done(call, device.readings.set_zone(zone, tenths));
   }
   std::vector<std::vector<std::string>> lines = {{"ZONE", "TYPE", "DEGREES"}};
   Json json = Json::array();
-  for (int zone = 0;; ++zone) {
+  for (int zone = 0; zone < kZones; ++zone) {
     const std::string folder = kZone + std::to_string(zone), type = device.readings.text(folder + "/type");
-    if (!device.readings.has(folder + "/type")) break;
+    if (!device.readings.has(folder + "/type")) continue;
     const Json degrees = value(device, folder + "/temp", 10);
     lines.push_back({std::to_string(zone), type, shown(degrees, "")});
     json.push_back({{"zone", zone}, {"type", type}, {"degrees", degrees}});
@@ -131,8 +136,9 @@ constexpr Verb kVerbs[] = {
      temperature},
     {"battery voltage", "VOLTS", "Sets the battery's voltage, and the system's: \"battery voltage 3.85\".", voltage},
     {"battery charging", "on|off|complete", "Sets what the charger does.", charging},
-    {"cable", "none|usb|56k|130k|910k", "Plugs a cable in, or out.", cable},
-    {"fuel-gauge", "MODEL|none", "Gives the phone a fuel gauge: max17050, max17048, max17047, rt5058, bms, bq27421.",
+    {"cable", "[none|usb|56k|130k|910k]", "Shows the cable, or plugs one in, or out.", cable},
+    {"fuel-gauge", "[MODEL|none]",
+     "Shows the fuel gauge, or gives the phone a fuel gauge: max17050, max17048, max17047, rt5058, bms, bq27421.",
      fuel_gauge},
     {"thermal", "[ZONE DEGREES]", "Shows the thermal zones, or sets one: \"thermal 3 45.0\".", thermal},
 };

@@ -16,10 +16,8 @@ void show(SimulatedDevice& device, VerbCall& call) {
 }
 
 void delay(SimulatedDevice& device, VerbCall& call) {
-  int milliseconds = -1;
-  if (call[0] == "never" || call.number(0, "the delay is never, or", 0, 86400000, &milliseconds)) {
-    device.deletion_service.set_delay(milliseconds);
-  }
+  int milliseconds;
+  if (call.delay(0, &milliseconds)) device.deletion_service.set_delay(milliseconds);
 }
 
 void idle(SimulatedDevice& device, VerbCall&) { device.deletion_service.set_deletes(false); }

@@ -30,10 +30,8 @@ void configure(SimulatedDevice& device, VerbCall& call) { put(device, call, "CON
 void disconnect(SimulatedDevice& device, VerbCall& call) { put(device, call, "DISCONNECTED"); }
 
 void delay(SimulatedDevice& device, VerbCall& call) {
-  int milliseconds = -1;
-  if (call[0] == "never" || call.number(0, "the delay is never, or", 0, 86400000, &milliseconds)) {
-    device.usb.set_delay(milliseconds);
-  }
+  int milliseconds;
+  if (call.delay(0, &milliseconds)) device.usb.set_delay(milliseconds);
 }
 
 constexpr Verb kVerbs[] = {

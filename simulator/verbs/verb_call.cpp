@@ -41,6 +41,13 @@ bool VerbCall::number(size_t i, const char* what, long long lowest, long long hi
   return false;
 }
 
+bool VerbCall::delay(size_t i, int* milliseconds) {
+  *milliseconds = -1;
+  if ((*this)[i] == "never" || read_number((*this)[i], 0, 86400000, milliseconds)) return true;
+  fail(kUsage, "the delay is \"never\" or milliseconds from 0 to 86400000, not \"" + (*this)[i] + "\"");
+  return false;
+}
+
 bool VerbCall::answer(const std::string& text, const Json& json) {
   ControlReply reply;
   reply.out = json_ ? as_utf8(json).dump() + "\n" : text;

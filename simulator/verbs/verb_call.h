@@ -37,6 +37,9 @@ class VerbCall {
   // false. `what` names it: "the opcode".
   bool number(size_t i, const char* what, long long lowest, long long highest, int* value);
 
+  // Reads the i-th argument, a time in milliseconds, or "never", which is -1; what is neither fails the call.
+  bool delay(size_t i, int* milliseconds);
+
   // Gives an answer: the text for a person, the JSON for a program. False when the caller is gone.
   bool answer(const std::string& text, const Json& json);
 
