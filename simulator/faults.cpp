@@ -1,7 +1,9 @@
 #include "simulator/faults.h"
 
+#include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
+#include <unistd.h>
 
 #include <algorithm>
 
@@ -56,7 +58,7 @@ std::string name_of(const Fault& fault) {
 
 std::string to_text(const Fault& fault) {
   std::string text = name_of(fault) + ": ";
-  text += fault.late_ms > 0 ? std::to_string(fault.late_ms) + " ms late" : "fails";
+  text += fault.kills ? "kills the daemon" : fault.late_ms > 0 ? std::to_string(fault.late_ms) + " ms late" : "fails";
   if (fault.times == 1) text += " once";
   else if (fault.times > 1) text += " " + std::to_string(fault.times) + " times";
   if (fault.passes > 0) text += ", after " + std::to_string(fault.passes) + " calls that are left alone";
@@ -111,6 +113,7 @@ bool Faults::hits(Call call, const std::string& object) {
         --fault.passes;
         continue;
       }
+      if (fault.kills) kill(getpid(), SIGKILL);
       if (fault.times > 0) --fault.times;
       late_ms = std::max(late_ms, fault.late_ms);
       fails |= fault.late_ms == 0;

@@ -62,6 +62,7 @@ struct Fault {
   int passes = 0;      // the next calls that are left alone
   int times = -1;      // how many are hit after those, -1 for all
   int late_ms = 0;     // above 0: a call that is hit is late by this much, and does not fail
+  bool kills = false;  // a call that is hit kills the process instead
 };
 
 // The fault in words: "set_ftm_item 13: fails", "request_to_modem_via_dmi: 5000 ms late once".

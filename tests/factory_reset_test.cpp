@@ -1,5 +1,6 @@
 // The factory reset: its states, the wipe, the card, the cache, and a reset that fails on its way.
 #include <linux/fs.h>
+#include <sys/wait.h>
 
 #include <set>
 #include <tuple>
@@ -224,6 +225,33 @@ TEST_F(FactoryResetTest, AResetThatFailsAnywhereAndIsRunAgainEndsAsOneThatDoesNo
     }
     EXPECT_EQ(*number == '1' ? "5" : "3", good.substr(0, 1));
     device().faults.clear();
+  }
+}
+
+TEST_F(FactoryResetTest, AResetThatIsKilledAnywhereAndIsRunAgainEndsAsOneThatIsNot) {
+  use();
+  EXPECT_EQ(0, request("1"));
+  const std::string good = left();
+  const auto open = [this] {
+    std::string error;
+    device_ = sim::SimulatedDevice::open(root_, &error);
+    device().clock.make_virtual();
+    device().syncs_writes = false;
+  };
+  for (int n = 1, status = 0; n == 1 || !WIFEXITED(status); ++n) {
+    use();
+    device_.reset();  // a process is forked without threads
+    const pid_t child = fork();
+    if (child == 0) {
+      open();
+      device().faults.set({.passes = n - 1, .kills = true});
+      request("1");
+      _exit(0);
+    }
+    waitpid(child, &status, 0);
+    open();
+    EXPECT_EQ(0, request("1")) << n;
+    EXPECT_EQ(good, left()) << n;
   }
 }
 

@@ -30,7 +30,8 @@ Json to_json(const Fault& fault) {
           {"object", fault.object.empty() ? Json() : Json(fault.object)},
           {"passes", fault.passes},
           {"times", fault.times < 0 ? Json() : Json(fault.times)},
-          {"late_ms", fault.late_ms == 0 ? Json() : Json(fault.late_ms)}};
+          {"late_ms", fault.late_ms == 0 ? Json() : Json(fault.late_ms)},
+          {"kills", fault.kills}};
 }
 
 void list(SimulatedDevice& device, VerbCall& call) {
@@ -48,8 +49,9 @@ void list(SimulatedDevice& device, VerbCall& call) {
   call.answer(text, {{"faults", faults}, {"calls", calls}});
 }
 
-// Reads "nth=N", "times=N" or "late=MILLISECONDS"; false for another word or a wrong number.
+// Reads "nth=N", "times=N", "late=MILLISECONDS" or "kill"; false for another word or a wrong number.
 bool take_option(const std::string& word, Fault* fault) {
+  if (word == "kill") return fault->kills = true;
   const size_t equals = word.find('=');
   if (equals == word.npos) return false;
   const std::string name = word.substr(0, equals), value = word.substr(equals + 1);
@@ -67,7 +69,7 @@ void set(SimulatedDevice& device, VerbCall& call) {
   for (size_t i = 1; i < call.count(); ++i) {
     if (take_option(call[i], &fault)) continue;
     if (i > 1 || call[i].find('=') != std::string::npos) {
-      return call.fail(kUsage, "\"" + call[i] + "\" after the call: write nth=N, times=N or late=MILLISECONDS");
+      return call.fail(kUsage, "\"" + call[i] + "\" after the call: write nth=N, times=N, late=MILLISECONDS or kill");
     }
     fault.object = call[i];
   }
@@ -82,8 +84,8 @@ void clear(SimulatedDevice& device, VerbCall& call) {
 
 constexpr Verb kVerbs[] = {
     {"fault list", "", "Shows the faults that are set, and the calls that can fail.", list},
-    {"fault set", "CALL [OBJECT] [nth=N] [times=N] [late=MILLISECONDS]",
-     "Makes a call fail, or come late: \"set_ftm_item 13\" fails every write of item 13.", set},
+    {"fault set", "CALL [OBJECT] [nth=N] [times=N] [late=MILLISECONDS] [kill]",
+     "Makes a call fail, come late or kill the daemon: \"set_ftm_item 13\" fails every write of item 13.", set},
     {"fault clear", "[CALL [OBJECT]]", "Takes the faults of a call back, or all.", clear},
 };
 
