@@ -165,6 +165,43 @@ TEST_F(SystemTest, CpuClocksAndListsAreBounded) {
   }
 }
 
+TEST_F(SystemTest, RequestsToModemAndPlatform) {
+  char out[2048], one[] = "1", two[] = "22";
+  char* arguments[] = {one, two};
+  int length;
+  device().modem.set_answer(60, std::string(2048, 'd'));
+  EXPECT_EQ(0, detach(arguments, 2, out));
+  EXPECT_EQ(std::string(2047, 'd'), out);
+  EXPECT_EQ("1,22", device().modem.requests().back().payload);
+  EXPECT_EQ(1, detach(nullptr, 0, out));
+  for (const auto& [found, block, blocked] : {std::tuple("0", "1", 0), {"1", "0", 0}, {"", "1", 1}, {"1bad", "1", 1}}) {
+    device().modem.set_answer(28, found);
+    set_property("sys.cmd_block", block);
+    qem_get_status = 1;
+    EXPECT_EQ(blocked, get_low_batt_port_block_check()) << found;
+    qem_get_status = 0;
+    EXPECT_EQ(0, get_low_batt_port_block_check() + system_set_caldata_check_prop());
+    EXPECT_EQ(found, property("sys.tav.caldata_check"));
+  }
+  device().modem.set_answer(202, "PID9");
+  EXPECT_EQ(0, system_write_pid_info() + system_write_pid_info());
+  EXPECT_EQ("PID91", item(4, 30) + std::to_string(logged("PID is written")));
+  for (const auto& [flag, told] : {std::pair("12", 0), {"1.2", 1}}) {
+    set_os_upgrade_flag_ftm_item(std::string(flag).append(10, '\0').c_str());
+    EXPECT_EQ(0, system_osupgrade_notify());
+    EXPECT_EQ(told, logged("[COMMON_INTERFACE] RZCMD OPCODE: 3140"));
+    EXPECT_EQ(told ? "" : flag, item(3586, 10));
+  }
+  EXPECT_EQ(1, pattern_clear("p", out) * get_phone_number(out, &length));
+  EXPECT_EQ(2, logged("[COMMON_INTERFACE] RZCMD OPCODE: 1701") + logged("[COMMON_INTERFACE] RZCMD OPCODE: 1700"));
+  set_node("/proc/tav_power/battery/present", "0\n");
+  set_property("sys.tav.pif", "1");
+  set_node(brightness_, "0\n");
+  const uint64_t slept = device().clock.slept();
+  EXPECT_EQ(0, system_set_lcd_brightness_loop());
+  EXPECT_EQ("10" + std::to_string(slept + 16'000'000), node(brightness_) + std::to_string(device().clock.slept()));
+}
+
 TEST_F(SystemTest, VersionsAndTheirCopies) {
   char out[128];
   for (const auto& [version, expected] : Pairs{{"SIM1-V10a", "SIM1-V10a_00"}, {"S-ZUX_old", "S-ZUX10a_00"}, {"", ""}}) {
