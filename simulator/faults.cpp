@@ -61,7 +61,7 @@ std::string to_text(const Fault& fault) {
   text += fault.kills ? "kills the daemon" : fault.late_ms > 0 ? std::to_string(fault.late_ms) + " ms late" : "fails";
   if (fault.times == 1) text += " once";
   else if (fault.times > 1) text += " " + std::to_string(fault.times) + " times";
-  if (fault.passes > 0) text += ", after " + std::to_string(fault.passes) + " calls that are left alone";
+  if (fault.passes > 0) text += ", from call " + std::to_string(fault.passes + 1) + " on";
   return text;
 }
 

@@ -265,7 +265,7 @@ void SimulatedDevice::read_later(const char* property, int milliseconds) {
     due->device.properties.get(due->property);
     return nullptr;
   };
-  auto reading = std::make_unique<Reading>(*this, property, milliseconds);
+  std::unique_ptr<Reading> reading(new Reading{*this, property, milliseconds});
   if (threads.start(read, reading.get()) == 0) reading.release();
 }
 

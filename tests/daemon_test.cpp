@@ -211,12 +211,15 @@ TEST_F(Daemon, RebootsAndSwitchesItselfOff) {
   EXPECT_EQ(0, end());
   EXPECT_EQ(0, end_by(SIGTERM, holder()));
   EXPECT_EQ("reboot\npower-off\nkilled\nstop\n", content(path("sim/power")));
-  // A power-off that waited for the cable goes on at the next start, and the cable is gone.
-  std::ofstream(path("system/build.prop")) << "ro.bootmode=pif-56k\nsys.tav.sleepmode.on=1\n";
+  // A power-off that waits for the cable goes on at the next start.
+  std::ofstream(path("system/build.prop")) << "ro.bootmode=pif-56k\nro.minios.bootstart=1\nsys.tav.sleepmode.on=1\n";
   std::ofstream(path("sim/items/2-1")) << '\5';
-  std::ofstream(path("sys/class/android_usb/android0/state")) << "DISCONNECTED\n";
-  start({"--device", "phone"});
+  start({"--device", "phone", "--background"});
   EXPECT_EQ(0, end());
+  EXPECT_TRUE(until([&] { return content(path("sys/kernel/atd_mid/atd_status")) == "1"; }));
+  const pid_t waiting = holder();
+  EXPECT_EQ(0, atdctl("", {"--device", root_ + "/phone", "phone", "cable", "none"}).status);
+  EXPECT_EQ(0, end(waiting));
   EXPECT_TRUE(has(content(path("sim/power")), "stop\npower-off\n"));
 }
 
