@@ -103,7 +103,13 @@ void Clock::advance(uint64_t us) {
 
 void Clock::await_waiters(int count) {
   std::unique_lock guard(lock_);
-  changed_.wait(guard, [&] { return waiters_ >= count; });
+  // One whose end has come waits no more, even where its thread has not noticed yet.
+  changed_.wait(guard, [&] {
+    const uint64_t now = now_locked(CLOCK_MONOTONIC);
+    const auto waits =
+        std::count_if(timed_waits_.begin(), timed_waits_.end(), [&](const TimedWait& wait) { return wait.end > now; });
+    return waits + std::distance(sleep_ends_.upper_bound(now), sleep_ends_.end()) >= count;
+  });
 }
 
 void Clock::await_reader() {
@@ -136,13 +142,13 @@ void Clock::sleep(uint64_t us) {
     return;
   }
   const uint64_t end = now_locked(CLOCK_MONOTONIC) + us;
-  ++waiters_;
+  const auto held = sleep_ends_.insert(end);
   changed_.notify_all();
   for (uint64_t now; !released_ && (now = now_locked(CLOCK_MONOTONIC)) < end;) {
     if (virtual_) changed_.wait(guard);
     else changed_.wait_for(guard, std::chrono::microseconds(end - now));
   }
-  --waiters_;
+  sleep_ends_.erase(held);
 }
 
 int Clock::timed_wait(pthread_cond_t* condition, pthread_mutex_t* mutex, clockid_t clock,
@@ -161,7 +167,6 @@ int Clock::timed_wait(pthread_cond_t* condition, pthread_mutex_t* mutex, clockid
     // A deadline from before the clock was put ahead may lie before the desktop's clock began.
     if (timed) real_deadline = to_timespec(std::max(microseconds(*deadline), ahead_.load()) - ahead_);
     else start_waker_locked();
-    ++waiters_;
     changed_.notify_all();
   }
   // One long wait, not many short ones: a signal is lost when it comes after a short wait has ended and before that has
@@ -170,7 +175,6 @@ int Clock::timed_wait(pthread_cond_t* condition, pthread_mutex_t* mutex, clockid
   std::lock_guard guard(lock_);
   if (now_locked(CLOCK_MONOTONIC) >= wait->end) result = ETIMEDOUT;
   timed_waits_.erase(wait);
-  --waiters_;
   return result;
 }
 
@@ -180,7 +184,6 @@ int Clock::wait_readable(int fd, uint64_t us) {
   std::unique_lock guard(lock_);
   const auto wait = timed_waits_.insert(timed_waits_.end(), {nullptr, over, now_locked(CLOCK_MONOTONIC) + us});
   if (virtual_) start_waker_locked();
-  ++waiters_;
   changed_.notify_all();
   struct pollfd ready[] = {{fd, POLLIN, 0}, {over, POLLIN, 0}};
   int result = 0, error = 0;
@@ -196,7 +199,6 @@ int Clock::wait_readable(int fd, uint64_t us) {
     result = 0;
   }
   timed_waits_.erase(wait);
-  --waiters_;
   close(over);
   errno = error;
   return result > 0 ? 1 : result;

@@ -10,6 +10,7 @@
 #include <condition_variable>
 #include <list>
 #include <mutex>
+#include <set>
 #include <thread>
 
 namespace atd::sim {
@@ -74,9 +75,9 @@ class Clock {
   bool released_ = false;
   bool gone_ = false;
   std::atomic<uint64_t> ahead_{0};
-  uint64_t virtual_now_ = 0;   // microseconds of the monotonic clock
-  uint64_t virtual_base_ = 0;  // how far the real-time clock is ahead of it
-  int waiters_ = 0;
+  uint64_t virtual_now_ = 0;            // microseconds of the monotonic clock
+  uint64_t virtual_base_ = 0;           // how far the real-time clock is ahead of it
+  std::multiset<uint64_t> sleep_ends_;  // of the sleeps that last, on the monotonic clock
   std::list<TimedWait> timed_waits_;
   std::thread waker_;  // wakes the timed waits that a sleep or `advance` has ended
   uint64_t slept_ = 0;
