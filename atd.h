@@ -5,9 +5,9 @@
 // calls the other functions on threads of its own, on several at once: requests to the modem and the platform, openings
 // of the modem interface and touches take turns by themselves. The rest does not. One transfer of the modem's bulk data
 // runs at a time. The functions of the modem's file system run on one thread at a time, with no other request to the
-// modem meanwhile. On one thread at a time run the functions of the SD card, those of the automatic test and its file
-// transfer, the factory resets, get_qem and set_qem, which write qem_get_status, and get_usb_id_adc, which writes
-// cable. stop_socket ends what waits and tells the clients.
+// modem meanwhile. On one thread at a time run the functions of the SD card, those that write dumps, those of the
+// automatic test and its file transfer, the factory resets, get_qem and set_qem, which write qem_get_status, and
+// get_usb_id_adc, which writes cable. stop_socket ends what waits and tells the clients.
 //
 // Texts are terminated. A buffer is the caller's and holds at least the bytes that its contract names.
 #pragma once
@@ -63,6 +63,22 @@
 #include "devicetest/mid_tool.h"        // the MID test tool
 #include "devicetest/misc_partition.h"  // bytes in a partition
 #include "logs/log_folders.h"           // where the logs are
+#include "logs/log_copy.h"              // copying a folder of logs
+#include "logs/log_save.h"              // collecting the logs
+#include "logs/log_erase.h"             // erasing them
+#include "logs/touch_result.h"          // the result of the touch test
+#include "logs/crash_log.h"             // the records of crashes
+#include "logs/file_copy.h"             // copying files and folders
+#include "logs/mts_log.h"               // the MTS log service
+#include "logs/screen_capture.h"        // pictures of the screen
+#include "logs/zip_maker.h"             // packing folders into archives, unpacking archives
+#include "logs/unpack.h"                // unpacking one entry
+#include "logs/checksum.h"              // small checksums
+#include "logs/code_crc.h"              // the CRC of the software partitions
+#include "logs/file_crc.h"              // the CRC of the phone's files
+#include "logs/nv_crc.h"                // the CRC of the modem's numbered items
+#include "logs/dump.h"                  // dumps of files and of the phone's status
+#include "logs/crc_command.h"           // the CRC commands by number
 #include "reset/factory_reset.h"        // the factory reset's steps
 #include "reset/hidden_reset.h"         // factory resets from the hidden menu
 #include "reset/data_deletion.h"        // deleting the user's data

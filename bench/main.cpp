@@ -37,6 +37,16 @@ constexpr Goal kGoals[] = {
     {"item write on the medium against the plain write", "item/write_synced/real_time", "item/write_plain/real_time",
      0},
     {"used size of 100,000 files against a bare walk", "card/used_size", "card/plain_walk", 0.77},
+    {"copy of a log file against the loop by lines", "logs/copy", "logs/plain_copy", 1.6},
+    {"the same with NULs in the file", "logs/copy_with_nuls", "logs/plain_copy_with_nuls", 1.6},
+    {"full HD from 32 to 16 bits against the plain loop", "screen/to_565", "screen/to_565_plain", 2.5},
+    {"full HD to one bit against the plain loop", "screen/to_bits", "screen/to_bits_plain", 5.0},
+    {"archive of 200 MB on two processors, one thread", "archive/two_cores/real_time", "archive/plain/real_time", 1.7},
+    {"the same on one processor", "archive/one_core/real_time", "archive/plain/real_time", 0.95},
+    {"code CRC of a modem partition against the plain loop", "crc/code", "crc/code_plain", 2.0},
+    {"file CRC of 50,000 contents against a plain walk", "crc/contents", "crc/contents_plain", 1.35},
+    {"file CRC of 50,000 sizes against a plain walk", "crc/sizes", "crc/sizes_plain", 0},
+    {"CRC-16 against the byte loop", "crc/crc16", "crc/crc16_plain", 8.0},
 };
 
 class Reporter : public benchmark::ConsoleReporter {

@@ -78,11 +78,17 @@ enum ModemOpcode {
   kNvRead = 550,  // a numbered item of the modem, in a packet of 132 bytes
   kNvWrite = 551,
   kHardResetKey = 610,  // enable the power key's hard reset
+  kNvCrc = 660,         // CRC of the numbered items, without those of a list
   kModemBackup = 960,   // backup of the modem's data
 };
 
 // Requests to the platform.
 enum PlatformOpcode {
+  kDbCrc = 1000,      // CRC of the databases
+  kFpriCrc = 1001,    // CRC of the FPRI
+  kDbDump = 1003,     // write the dump of the databases
+  kDbCopy = 1004,     // copy it
+  kMediaScan = 1005,  // look for new files on the SD card
   // The answers to these two count as success, whatever the result in them says.
   kPlatform1011 = 1011,
   kPlatform1012 = 1012,
@@ -97,7 +103,10 @@ enum PlatformOpcode {
   kAndroidWake = 1654,
   kPhoneNumber = 1700,   // the phone number
   kPatternClear = 1701,  // clear the screen's lock pattern
-  kOsUpgrade = 3140,     // the system was upgraded
+  kMtsArchive = 3051,    // pack the MTS logs into an archive of this name
+  kMtsArchive4 = 3052,   // the same, kinds 4 and 5
+  kMtsArchive5 = 3053,
+  kOsUpgrade = 3140,  // the system was upgraded
 };
 
 }  // namespace atd

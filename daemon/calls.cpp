@@ -24,7 +24,9 @@ constexpr size_t kOutSize = 64 * 1024;
 // What a function's result says.
 enum class Success {
   zero,   // 0 is success
+  one,    // 1 is success
   value,  // a value, negative for a failure
+  size,   // a size, 0 for a failure
   any,    // a value, never a failure
 };
 
@@ -109,6 +111,14 @@ struct Argument<int*> {
 };
 
 template <>
+struct Argument<unsigned*> {
+  explicit Argument(Words&) {}
+  unsigned* get() { return &number; }
+  void tell(std::string* out) { *out += std::to_string(number); }
+  unsigned number = 0;
+};
+
+template <>
 struct Argument<FpTestResult*> {
   explicit Argument(Words&) {}
   FpTestResult* get() { return &found; }
@@ -133,13 +143,38 @@ HostFunction row(const char* name, R (*function)(A...), const char* arguments, c
           (holder.tell(&outcome.out), ...);
         },
         holders);
-    outcome.failed = success == Success::zero ? outcome.result != 0 : success == Success::value && outcome.result < 0;
+    outcome.failed = success == Success::zero   ? outcome.result != 0
+                     : success == Success::one  ? outcome.result != 1
+                     : success == Success::size ? outcome.result == 0
+                                                : success == Success::value && outcome.result < 0;
     return outcome;
   };
   return {name, arguments, summary, run};
 }
 
+// The functions of an object of its own each.
+int capture(int left, int top, int width, int height, int bits) {
+  return ScreenCapture().captureScreen(left, top, width, height, bits);
+}
+
+int reduce(int threshold) {
+  ScreenCapture screen;
+  screen.captureScreen();
+  return screen.convertToBW(threshold);
+}
+
+int save(int png, const char* path) { return ScreenCapture().saveScreenToFile(png, path); }
+
 #define FUNCTION(name, ...) row(#name, name, __VA_ARGS__)
+
+// These two take texts that they may change.
+void copy_log_from(const char* destination, const char* source) {
+  copy_log(std::string(destination).data(), std::string(source).data());
+}
+
+int make_zip(const char* archive, const char* folder) {
+  return logsave_makezip(std::string(archive).data(), std::string(folder).data());
+}
 
 }  // namespace
 
@@ -267,6 +302,27 @@ std::vector<HostFunction> library_functions() {
       FUNCTION(tav_check_modem, "", "Tells whether the modem has booted: 0, else 1."),
       FUNCTION(tav_reset_modem, "", "Restarts the modem."),
 
+      row("captureScreen", capture, "LEFT TOP WIDTH HEIGHT BITS", "Tells the bytes of a rectangle of the screen.",
+          Success::size),
+      row("convertToBW", reduce, "THRESHOLD", "Tells the bytes of a bitmap of the screen.", Success::size),
+      row("saveScreenToFile", save, "PNG PATH", "Writes what is on the screen into a file: raw with 0, else PNG."),
+      FUNCTION(makedir, "PATH", "Makes a folder and those above it: 1, or 0 when it cannot.", Success::any),
+      FUNCTION(crc_command, "TYPE", "Runs the CRC command of this number, 0 to 8."),
+      FUNCTION(crcwizard_command, "TYPE", "Runs the CRC wizard's command 0: dumps, and the CRC of the files."),
+      FUNCTION(code_crc, "", "Tells the CRC of the software partitions.", Success::one),
+      FUNCTION(nv_crc, "", "Tells the CRC of the modem's numbered items.", Success::one),
+      FUNCTION(nv_dump, "", "Writes it to data/nvdump.", Success::one),
+      FUNCTION(nv_copy, "", "Copies that to the SD card.", Success::one),
+      FUNCTION(db_crc, "", "Asks the platform for the CRC of its databases.", Success::one),
+      FUNCTION(fpri_crc, "", "Asks the platform for the CRC of the FPRI.", Success::one),
+      FUNCTION(db_copy, "", "Has the platform copy its databases.", Success::one),
+      FUNCTION(db_dump, "", "Has the platform dump its databases, and writes the list of the files.", Success::one),
+      FUNCTION(crcwizard_file_dump, "", "Writes the list of the files alone.", Success::one),
+      FUNCTION(phone_status_dump, "", "Writes data/dbdump/phone_status.txt.", Success::one),
+      FUNCTION(crcwizard_phone_status_dump, "", "The same, with the SIM count as a digit.", Success::one),
+      FUNCTION(get_pid_crc, "", "Tells the CRC of the product ID."),
+      FUNCTION(atox, "TEXT", "Reads a hexadecimal number.", Success::any),
+
       FUNCTION(hidden_factoryreset, "", "Resets the phone to its factory state, which wipes it and reboots it."),
       FUNCTION(hidden_factoryreset_sdcard, "", "The same, with the SD card erased first."),
       FUNCTION(hidden_factoryreset_sdcard_power_off, "",
@@ -281,6 +337,32 @@ std::vector<HostFunction> library_functions() {
       FUNCTION(erase_partition, "", "Erases the cache partition."),
       FUNCTION(xboot_data_init, "", "Erases the cache partition and restarts, where a factory reset asks for it."),
       FUNCTION(tav_reset_production, "KIND", "Has the modem carry out a production reset."),
+
+      FUNCTION(set_directory_name, "", "Tells the name of a log save made now."),
+      FUNCTION(get_external_logsave_path, "", "Tests the SD card and tells its folder for log saves."),
+      FUNCTION(logsave, "TARGET", "Collects the logs in a folder below the target."),
+      row("copy_log", copy_log_from, "DESTINATION SOURCE", "Copies a folder of logs line by line."),
+      row("logsave_makezip", make_zip, "ARCHIVE FOLDER", "Packs a folder into an archive."),
+      FUNCTION(logsave_erase, "", "Erases the logs and the internal saves."),
+      FUNCTION(Delete_Folder, "PATH", "Removes a folder with its files and folders."),
+      FUNCTION(scan_auto_touch_result, "", "Tells the next piece of the touch test's result."),
+      FUNCTION(logsave_aat_touch, "", "The same."),
+      FUNCTION(check_transfer_status, "", "Tells whether there are more pieces: 1, else 0.", Success::any),
+      FUNCTION(get_crash_count, "", "Tells the number of crashes."),
+      FUNCTION(erase_crash_count, "", "Sets the number of crashes to 0."),
+      FUNCTION(crash_log_save, "COUNT", "Saves that many records of crashes and tells their second lines."),
+      FUNCTION(cap_screen, "", "Takes a picture of the screen for the MTS log service."),
+      FUNCTION(copy_file, "SOURCE DESTINATION", "Copies a file."),
+      FUNCTION(copy_dir, "SOURCE DESTINATION", "Copies a folder."),
+      FUNCTION(set_dest_path, "SOURCE", "Tells where a copy for the MTS log service lies."),
+      FUNCTION(clear_dest, "PATH", "Removes a file or a folder."),
+      FUNCTION(copy_latest, "SOURCE", "Copies a file or a folder for the MTS log service."),
+      FUNCTION(copy_to_mtslog, "", "Copies what crashes have left for the MTS log service."),
+      FUNCTION(mts_log_makezip, "NAME KIND", "Makes these copies and has the platform pack the MTS logs."),
+      FUNCTION(mts_log_erase, "", "Removes the MTS logs and their archive."),
+      FUNCTION(mts_log_on, "", "Tells whether the MTS log service is active."),
+      FUNCTION(mts_log_off, "", "The same."),
+      FUNCTION(mts_get_status, "", "Tells whether the MTS log service is idle or working: 0, else 2."),
   };
 }
 

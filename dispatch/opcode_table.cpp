@@ -8,6 +8,7 @@
 #include "dispatch/handlers.h"
 #include "factory/item_handlers.h"
 #include "factory/modem_handlers.h"
+#include "logs/crc_handlers.h"
 #include "reset/reset_handlers.h"
 #include "storage/storage_handlers.h"
 #include "system/modem_test_handlers.h"
@@ -58,7 +59,7 @@ constexpr Opcode kOpcodes[] = {
      "Answers the factory software version of kind 2."},
     {4012, "get_hw_revision",           P::none,     A::text,   0,     S::built,       handle_get_hw_revision,
      "Answers the hardware revision."},
-    {4013, "get_code_crc",              P::none,     A::text,   0,     S::not_built,   nullptr,
+    {4013, "get_code_crc",              P::none,     A::text,   0,     S::built,       handle_get_code_crc,
      "Answers the CRC of the code image."},
     {4015, "get_msn",                   P::none,     A::text,   0,     S::built,       handle_get_msn,
      "Answers the MSN."},
@@ -90,16 +91,16 @@ constexpr Opcode kOpcodes[] = {
      "Sends the SIM toolkit request of mode 1."},
     {4040, "pwr_hardreset_enable",      P::text,     A::result, M,     S::built,       handle_qct_bsp_pwr_hardreset_enable,
      "Enables the power key's hard reset; a text that begins with \"0\" disables it."},
-    {4059, "get_nv_crc",                P::none,     A::text,   M,     S::not_built,   nullptr,
+    {4059, "get_nv_crc",                P::none,     A::text,   M,     S::built,       handle_get_nv_crc,
      "Answers the CRC of the modem's numbered items."},
-    {4060, "crcwizard_set",             P::text,     A::result, 0,     S::not_built,   nullptr,
-     "Stores the selection of the CRC wizard."},
-    {4061, "crcwizard_get",             P::none,     A::text,   0,     S::not_built,   nullptr,
+    {4060, "crcwizard_set",             P::number,   A::result, 0,     S::built,       handle_crcwizard_set,
+     "Stores the selection of the CRC wizard, one digit."},
+    {4061, "crcwizard_get",             P::none,     A::text,   0,     S::built,       handle_crcwizard_get,
      "Answers the selection of the CRC wizard."},
-    {4062, "get_file_crc",              P::none,     A::text,   0,     S::not_built,   nullptr,
+    {4062, "get_file_crc",              P::none,     A::text,   0,     S::built,       handle_get_file_crc,
      "Answers the CRC of the files."},
-    {4063, "get_file_dump",             P::none,     A::text,   0,     S::not_built,   nullptr,
-     "Writes the dump of the files."},
+    {4063, "get_file_dump",             P::none,     A::text,   M,     S::built,       handle_get_file_dump,
+     "Writes the dumps of the files and of the phone's status, and answers the CRC of the files."},
     {4064, "automid_imei",              P::optional, A::text,   D | M, S::built,       handle_automid_imei,
      "Writes the IMEI, or answers it."},
     {4065, "automid_mac",               P::optional, A::text,   0,     S::built,       handle_automid_mac,

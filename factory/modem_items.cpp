@@ -9,6 +9,7 @@
 #include "channel/request_channel.h"
 #include "factory/items.h"
 #include "platform/log.h"
+#include "platform/os.h"
 #include "platform/properties.h"
 #include "platform/records.h"
 #include "text/text_writer.h"
@@ -101,6 +102,10 @@ int read_tav_pesn(char* rsp, int* rsp_len) { return answer_only_request(kPesnRea
 int tav_satpc_req(int mode, const char* data, int len, char* rsp, int* rsp_len) {
   if (mode != 0 && mode != 1) return RZCMD_FAIL;
   return ask(mode == 1 ? kSatpcMode1 : kSatpcMode0, data, len, rsp, rsp_len);
+}
+
+int tav_issim_req(const char* data, int len, char* rsp, int* rsp_len) {
+  return ask(kSimCountOpcode, data, len, rsp, rsp_len);
 }
 
 int write_tav_imei(int opcode, const char* data, int len, char* rsp, int* rsp_len) {

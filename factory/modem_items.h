@@ -57,4 +57,8 @@ int write_pid(const char* text);
 // mode or a null pointer.
 int tav_satpc_req(int mode, const char* data, int len, char* rsp, int* rsp_len);
 
+// Asks how many SIMs there are, a digit as text; 0, 1 when the modem does not answer, 2 when the request is not known,
+// or 1 without a request for a null pointer.
+int tav_issim_req(const char* data, int len, char* rsp, int* rsp_len);
+
 #pragma GCC visibility pop

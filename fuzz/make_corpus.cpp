@@ -1,6 +1,7 @@
 // Writes the seeds that are made from tables: make_corpus FOLDER. Others are lines of fuzz/seeds.txt.
 #include <stdio.h>
 #include <string.h>
+#include <zip.h>
 
 #include <filesystem>
 #include <fstream>
@@ -22,6 +23,21 @@ int g_count;
 void seed(const char* target, const std::string& bytes) {
   std::filesystem::create_directories(g_folder / target);
   std::ofstream(g_folder / target / std::to_string(++g_count)) << bytes;
+}
+
+// An archive in the folder, as a seed: one entry is deflated, the other one stored, with sizes of 64 bits.
+void seed_archive() {
+  const std::string file = g_folder / "fuzz_unzip" / "archive";
+  std::filesystem::create_directories(g_folder / "fuzz_unzip");
+  const zipFile zip = zipOpen64(file.c_str(), APPEND_STATUS_CREATE);
+  for (int method : {Z_DEFLATED, 0}) {
+    zipOpenNewFileInZip64(zip, method ? "there/a" : "b", nullptr, nullptr, 0, nullptr, 0, nullptr, method, 1, !method);
+    zipWriteInFileInZip(zip, "text text text", 14);
+    zipCloseFileInZip(zip);
+  }
+  zipClose(zip, nullptr);
+  std::ifstream archive(file);
+  seed("fuzz_unzip", "\0"s + std::string(std::istreambuf_iterator<char>(archive), {}));
 }
 
 std::string record(int opcode, const std::string& payload) {
@@ -54,6 +70,7 @@ int main(int argc, char** argv) {
       seed("fuzz_modem", head + answer + "\0\0011"s);
     }
   }
+  seed_archive();
   for (const atd::Verb& verb : atd::phone_verbs()) {
     for (const char* argument : {"", "1", "KEY_POWER", "hex:00", "factory_status", "set_ftm_item"}) {
       atd::ControlRequest request = {.words = {}, .json = *argument == 'K', .input = "{}"};

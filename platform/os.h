@@ -17,8 +17,10 @@ int os_ioctl(int fd, ioctl_request_t request, void* argument);
 // Runs a shell command and waits for it; its wait status as `system` gives it, or -1 when no shell could be started.
 int os_system(const char* command);
 
-// Runs argv[0], searched on the program path, and waits for it; its exit status 0..255, or -1 when it could not
-// be started or ended by a signal. argv ends with a null pointer and stays the caller's.
+// Runs argv[0], searched on the program path, and waits until it ends or is stopped; its wait status as `waitpid` gives
+// it, -1 with errno when no process could be started, or kNotExecuted with errno when that is not a program that runs.
+// argv ends with a null pointer and stays the caller's.
+inline constexpr int kNotExecuted = -2;
 int os_run(const char* const* argv);
 
 // Sleeps for the given number of microseconds.

@@ -39,6 +39,7 @@ const std::vector<CallName>& call_names() {
       {Call::unified_sysfs_read, "unified_sysfs_read", "NODE"},
       {Call::unified_sysfs_write, "unified_sysfs_write", "NODE"},
       {Call::volume, "volume", "COMMAND"},
+      {Call::selinux_android_restorecon, "selinux_android_restorecon", "PATH"},
   };
   return names;
 }

@@ -41,6 +41,7 @@ enum class Call {
   unified_sysfs_read,
   unified_sysfs_write,
   volume,
+  selinux_android_restorecon,
 };
 
 struct CallName {

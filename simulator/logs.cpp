@@ -2,6 +2,7 @@
 
 #include <android/log.h>
 #include <fcntl.h>
+#include <pthread.h>
 #include <stdarg.h>
 #include <stdio.h>
 #include <string.h>
@@ -11,6 +12,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <utility>
 
 #include "simulator/files.h"
 #include "simulator/standard_error.h"
@@ -34,6 +36,17 @@ struct timespec later(const struct timespec& time, uint64_t microseconds) {
           static_cast<long>(nanoseconds % 1000000000)};
 }
 
+std::atomic<Logs*> g_logs;  // of the phone that is open
+Logs* g_at_fork = nullptr;  // those that wait for a fork
+bool g_is_forked = false;   // in a child of the phone's process; its threads are not here
+
+// A process and a thread, as they stand in a line's head.
+std::string ids() {
+  char text[32];
+  snprintf(text, sizeof text, " %5d %5d ", getpid(), gettid());
+  return text;
+}
+
 }  // namespace
 
 char priority_letter(int priority) {
@@ -41,9 +54,31 @@ char priority_letter(int priority) {
 }
 
 Logs::Logs(std::string folder, const Clock& clock)
-    : folder_(std::move(folder)), clock_(clock), mover_([this] { move_lines(); }) {}
+    : folder_(std::move(folder)), clock_(clock), mover_([this] { move_lines(); }) {
+  g_logs = this;
+  [[maybe_unused]] static const int added = pthread_atfork(before_fork, in_parent, in_child);
+}
+
+// A child has the locks as they were at the fork, and comes after the lines that were written before.
+void Logs::before_fork() {
+  Logs* const logs = g_logs;
+  if (!logs) return;
+  logs->lock_.lock();
+  for (int i = 0; i < kBuffers; ++i) logs->flush_locked(i);
+  g_at_fork = logs;
+}
+
+void Logs::in_parent() {
+  if (Logs* const logs = std::exchange(g_at_fork, nullptr)) logs->lock_.unlock();
+}
+
+void Logs::in_child() {
+  in_parent();
+  g_is_forked = true;
+}
 
 Logs::~Logs() {
+  g_logs = nullptr;
   {
     std::lock_guard guard(lock_);
     ended_ = true;
@@ -60,6 +95,15 @@ Logs::~Logs() {
 
 std::string Logs::file(int buffer) const { return folder_ + "/" + kBufferNames[buffer]; }
 std::string Logs::fresh_file(int buffer) const { return folder_ + "/." + kBufferNames[buffer]; }
+
+// Appends a line to a file that another process writes, too.
+bool Logs::append_once(const std::string& file, const char* line, size_t size) {
+  const int fd = open(file.c_str(), O_WRONLY | O_APPEND | kNewFile, 0660);
+  if (fd < 0) return false;
+  const bool whole = ::write(fd, line, size) == static_cast<ssize_t>(size);
+  close(fd);
+  return whole;
+}
 
 bool Logs::open_locked(int buffer) {
   Buffer& b = buffers_[buffer];
@@ -148,11 +192,8 @@ void Logs::move_lines() {
 int Logs::write(int buffer, int priority, const char* tag, const char* format, va_list arguments) {
   if (buffer < 0 || buffer >= kBuffers) return -1;
   // The ids in a line's head stay the same on a thread, so they are formatted once.
-  thread_local const std::string process = [] {
-    char ids[32];
-    snprintf(ids, sizeof ids, " %5d %5d ", getpid(), gettid());
-    return std::string(ids);
-  }();
+  thread_local const std::string own = ids();
+  const std::string process = g_is_forked ? ids() : own;
   char line[kLineSize];
   char* out = line + kHeadSize;
   memcpy(out, process.data(), process.size());
@@ -189,6 +230,7 @@ int Logs::write(int buffer, int priority, const char* tag, const char* format, v
   line[kHeadSize - 1] = static_cast<char>('0' + milliseconds % 10);
 
   size_t size = static_cast<size_t>(out - line);
+  if (g_is_forked) return append_once(file(buffer), line, size) ? length : -1;
   if (priority >= echo_priority_) show({line, size});
   for (Follower* follower : followers_) {
     if (follower->lines_.size() == kLinesKept) follower->lines_.pop_front();

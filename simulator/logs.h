@@ -1,6 +1,7 @@
 // The phone's log buffers: text in logcat's threadtime form, kept below "/dev/log" in files of whole lines, where a
 // person reads it. A line gets there within 20 ms. Until then it is in a file of the hidden name ".NAME", with NULs
-// after it, which the phone's own logcat reads, too; so it is there even when the process is killed right after.
+// after it, which the phone's own logcat reads, too; so it is there even when the process is killed right after. A line
+// of a process that was forked is in the buffer's file at once.
 #pragma once
 
 #include <stdarg.h>
@@ -84,6 +85,11 @@ class Logs {
     char* fresh = nullptr;  // mapped, so that a line costs one copy and no system call
     size_t fresh_size = 0;
   };
+
+  static void before_fork();
+  static void in_parent();
+  static void in_child();
+  static bool append_once(const std::string& file, const char* line, size_t size);
 
   std::string file(int buffer) const;
   std::string fresh_file(int buffer) const;

@@ -3,8 +3,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <string_view>
+
 #include "simulator/files.h"
 #include "simulator/readings.h"
+#include "simulator/sample_logs.h"
+
+using namespace std::string_view_literals;
 
 namespace atd::sim {
 
@@ -18,7 +23,7 @@ enum class Life {
 
 struct Node {
   const char* path;
-  const char* content;
+  std::string_view content;
   off_t size = 0;  // of a partition, in bytes
   Life life = Life::kept;
 };
@@ -26,6 +31,26 @@ struct Node {
 constexpr Node kNodes[] = {
     {"/dev/block/bootdevice/by-name/misc", "", 1 << 20},
     {"/dev/block/bootdevice/by-name/cache", "", 4 << 20},
+    // An image begins with a header, which says where it ends.
+    {"/dev/block/bootdevice/by-name/aboot", "\5\0\0\0\3\0\0\0\0\0\0\0\0\0\xc0\x8f\0\xa0\4\0aboot V10a"sv, 1 << 20,
+     Life::optional},
+    {"/dev/block/bootdevice/by-name/sbl1",
+     "\xd1\xdc\x4b\x84\x34\x10\xd7\x73\x15\0\0\0\xff\xff\xff\xff\xff\xff\xff\xff\x50\0\0\0\0\0\x90\xf8\0\x80\2\0"
+     "\0\0\0\0\0\0\0\0sbl1 V10a"sv,
+     1 << 20, Life::optional},
+    {"/dev/block/bootdevice/by-name/sbl2", "\6\0\0\0\3\0\0\0\0\0\0\0\0\0\x10\x90\0\x20\1\0sbl2 V10a"sv, 1 << 19,
+     Life::optional},
+    {"/dev/block/bootdevice/by-name/sbl3", "\7\0\0\0\3\0\0\0\0\0\0\0\0\0\x20\x90\0\x40\1\0sbl3 V10a"sv, 1 << 19,
+     Life::optional},
+    {"/dev/block/bootdevice/by-name/rpm", "\x08\0\0\0\3\0\0\0\0\0\0\0\0\0\x20\0\0\xc0\2\0rpm V10a"sv, 1 << 19,
+     Life::optional},
+    {"/dev/block/bootdevice/by-name/tz", "\x09\0\0\0\3\0\0\0\0\0\0\0\0\0\x50\x86\0\x80\5\0tz V10a"sv, 1 << 20,
+     Life::optional},
+    {"/dev/block/bootdevice/by-name/boot", "ANDROID!\0\0\x60\0\0\x80\0\x80\0\0\x10\0boot V10a"sv, 8 << 20,
+     Life::optional},
+    {"/dev/block/bootdevice/by-name/recovery", "ANDROID!\0\0\x60\0\0\x80\0\x80\0\0\x18\0recovery V10a"sv, 8 << 20,
+     Life::optional},
+    {"/dev/block/bootdevice/by-name/modem", "modem V10a", 54000 * 1024, Life::optional},
     {"/proc/cmdline", "console=ttyMSM0 androidboot.bootdevice=624000.ufshc androidboot.hardware=sim tav.rev=rev_10\n"},
     {"/proc/meminfo", "MemTotal:        3881456 kB\nMemFree:         1204320 kB\nMemAvailable:    2417964 kB\n"},
     {"/proc/mounts",
@@ -44,6 +69,7 @@ constexpr Node kNodes[] = {
     {"/sys/block/sde/size", "3145728\n"},
     {"/sys/block/sdf/size", "1048576\n"},
     {"/dev/sg3", ""},
+    {"/dev/graphics/fb0", ""},
     {"/proc/tav_power/lcd/brightness", "183\n"},
     {"/sys/class/graphics/fb0/blank", "0\n", 0, Life::one_boot},
     {"/sys/class/android_usb/android0/lock", "0\n", 0, Life::one_boot},
@@ -77,7 +103,7 @@ bool make(const std::string& path, const Node& node) {
   struct stat there;
   // A kill leaves a partition without its size.
   if (stat(path.c_str(), &there) == 0 && (node.size == 0 || there.st_size > 0)) return true;
-  return make_folders(path.substr(0, path.rfind('/'))) && write_file(path, node.content) &&
+  return make_folders(path.substr(0, path.rfind('/'))) && write_file(path, std::string(node.content)) &&
          (node.size == 0 || truncate(path.c_str(), node.size) == 0);
 }
 
@@ -92,12 +118,12 @@ bool make_nodes(const std::string& root, std::string* culprit) {
     return false;
   }
   *culprit = root;
-  return !is_new || Readings(root).make();
+  return !is_new || (Readings(root).make() && make_sample_logs(root));
 }
 
 void boot_nodes(const std::string& root) {
   for (const Node& node : kNodes) {
-    if (node.life == Life::one_boot) write_file(resolve(root, node.path), node.content);
+    if (node.life == Life::one_boot) write_file(resolve(root, node.path), std::string(node.content));
   }
 }
 

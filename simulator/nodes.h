@@ -1,4 +1,4 @@
-// The kernel's nodes, the partitions and the version files of a new phone.
+// The kernel's nodes, the partitions, the version files and the first logs of a new phone.
 #pragma once
 
 #include <string>

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 
+#include "platform/os.h"
 #include "simulator/command_line.h"
 #include "simulator/files.h"
 
@@ -33,15 +34,19 @@ int refuse(const std::string& command, const std::string& reason) {
   return kSyntax;
 }
 
-// Starts a program with its arguments and waits for it; its wait status, or -1. `output` is its standard output, or -1.
+// Starts a program with its arguments and waits until it ends or is stopped; its wait status, -1 with errno when no
+// process could be started, or kNotExecuted with errno for a file that no program is. `output` is its standard output,
+// or -1.
 int spawn(const std::string& root, const std::string& program, const std::vector<std::string>& arguments, int output) {
   std::vector<char*> argv;
   for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
   argv.push_back(nullptr);
   std::string path = "PATH=" + root + "/system/bin:/usr/bin:/bin", home = "HOME=" + root, base = "ATD_ROOT=" + root;
   char* environment[] = {path.data(), home.data(), base.data(), nullptr};
-  pid_t child = fork();
-  if (child < 0) return -1;
+  // A program that starts closes the pipe. A child that cannot start it writes the errno.
+  int failure[2];
+  if (pipe2(failure, O_CLOEXEC) != 0) return -1;
+  const pid_t child = fork();
   if (child == 0) {
     // The daemon blocks and ignores signals that its programs are to obey.
     sigset_t none;
@@ -56,13 +61,24 @@ int spawn(const std::string& root, const std::string& program, const std::vector
     if (null > STDERR_FILENO) close(null);
     if (output >= 0) dup2(output, STDOUT_FILENO);
     execve(program.c_str(), argv.data(), environment);
+    [[maybe_unused]] const ssize_t told = write(failure[1], &errno, sizeof errno);
     _exit(126);
   }
-  int status;
-  pid_t ended;
-  while ((ended = waitpid(child, &status, 0)) < 0 && errno == EINTR) {
+  int error = errno, status = -1;
+  close(failure[1]);
+  ssize_t told = 0;
+  while (child > 0 && (told = read(failure[0], &error, sizeof error)) < 0 && errno == EINTR) {
   }
-  return ended < 0 ? -1 : status;
+  close(failure[0]);
+  while (child > 0 && waitpid(child, &status, WUNTRACED) < 0 && errno == EINTR) {
+  }
+  // Nobody at a desktop would let it go on.
+  if (child > 0 && WIFSTOPPED(status)) {
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+  }
+  errno = error;
+  return told > 0 ? kNotExecuted : status;
 }
 
 // Whether the words are those of the broadcast that has the platform wipe the phone.
@@ -146,7 +162,15 @@ bool Shell::start(const std::string& command, const std::vector<std::string>& wo
     const auto exit = exits_.find(name);
     if (exit != exits_.end()) return *status = exit->second << 8, true;
   }
+  // This one needs the phone's display, which no process has.
+  if (file == root_ + "/system/bin/screencap" && screencap_ && is_installed(file)) {
+    return *status = screencap_(arguments, output) << 8, true;
+  }
   *status = spawn(root_, file, arguments, output);
+  if (*status == kNotExecuted) {
+    complain(command, strerror(errno));
+    return *status = kNoProgram, false;
+  }
   if (*status == 0 && is_master_clear(words)) master_clear_();
   return *status != -1;
 }
@@ -180,7 +204,9 @@ int Shell::run(const std::vector<std::string>& arguments) {
   for (const std::string& argument : arguments) line += (line.empty() ? "" : " ") + argument;
   record(line);
   int status;
-  return start(line, arguments, -1, &status) && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  if (start(line, arguments, -1, &status) || status == -1) return status;
+  errno = status == kNotFound ? ENOENT : EACCES;
+  return kNotExecuted;
 }
 
 void Shell::set_exit(const std::string& program, int status) {

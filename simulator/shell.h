@@ -23,12 +23,19 @@ class Shell {
   // that is more than the shell knows or has a word that is refused. -1 when no process could be started.
   int system(const std::string& command);
 
-  // Runs a program of the phone; its exit status, or -1 when it cannot be started, has an argument that is refused, or
-  // is killed.
+  // Runs a program of the phone until it ends or is stopped; its wait status, -1 with errno when no process could be
+  // started, or kNotExecuted (platform/os.h) with errno where there is no such program, it is not one, or it has an
+  // argument that is refused. A program that is stopped is then killed.
   int run(const std::vector<std::string>& arguments);
 
   // Has this called after the program am has broadcast the master clear.
   void on_master_clear(std::function<void()> wipe) { master_clear_ = std::move(wipe); }
+
+  // Has this called in place of the phone's own program screencap, with its arguments, whose paths are the desktop's,
+  // and its standard output, or -1. It gives the exit status.
+  void on_screencap(std::function<int(const std::vector<std::string>& arguments, int output)> screencap) {
+    screencap_ = std::move(screencap);
+  }
 
   // Makes a program do nothing but end with this exit status, -1 for running again.
   void set_exit(const std::string& program, int status);
@@ -47,6 +54,7 @@ class Shell {
 
   std::string root_;
   std::function<void()> master_clear_ = [] {};
+  std::function<int(const std::vector<std::string>&, int)> screencap_;
   mutable std::mutex lock_;
   std::deque<std::string> history_;
   std::map<std::string, int> exits_;  // of the programs that do not run

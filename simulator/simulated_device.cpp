@@ -157,6 +157,7 @@ SimulatedDevice::SimulatedDevice(std::string root, int lock)
       input(root_),
       fingerprint(root_),
       readings(root_),
+      display(root_, clock, properties, readings),
       rtc(root_, clock),
       power(root_),
       scsi(root_),
@@ -175,6 +176,8 @@ SimulatedDevice::SimulatedDevice(std::string root, int lock)
     remove_leftovers(root_ + folder);
   }
   shell.on_master_clear([this] { master_clear(); });
+  shell.on_screencap(
+      [this](const std::vector<std::string>& arguments, int output) { return display.screencap(arguments, output); });
   reboot();
   properties.watch(
       [this](const std::string& name) {
@@ -229,6 +232,7 @@ void SimulatedDevice::reboot() {
   deletion_service.boot();
   modem.boot();
   input.boot();
+  display.boot();
   volume_daemon.hang_up();
   card.boot();
 }

@@ -10,6 +10,7 @@
 #include "simulator/card/card.h"
 #include "simulator/card/volume_daemon.h"
 #include "simulator/clock.h"
+#include "simulator/display/display.h"
 #include "simulator/factory_items.h"
 #include "simulator/factory_wipe.h"
 #include "simulator/faults.h"
@@ -95,6 +96,7 @@ class SimulatedDevice {
   Input input;
   Fingerprint fingerprint;
   Readings readings;
+  Display display;
   Rtc rtc;
   Power power;
   Scsi scsi;

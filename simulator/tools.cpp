@@ -50,27 +50,42 @@ printf '%s\n' "$2" > "$f"
 )sh";
 
 constexpr const char* kLogcat = R"sh(#!/bin/sh
-# logcat [-b BUFFER]... [-d] [-c] [-v FORMAT] [-f FILE]: the buffers main, system and crash, or those named, in
-# threadtime form; without -d it goes on with new lines until it is ended; -c empties them instead.
+# logcat [-b BUFFER]... [-d] [-c] [-v FORMAT] [-f FILE [-r KB] [-n COUNT]]: the buffers main, system and crash, or those
+# named; without -d it goes on with new lines until it is ended; -c empties them instead. FORMAT: threadtime, time,
+# brief, tag, raw. With -d and -r, what is over KB moves to FILE.1 and so on, COUNT files at most.
 root=$(readlink -f "$0"); root=${root%/system/bin/*}
 log=$root/dev/log
 [ "$(readlink -f "$log")" = "$log" ] || { echo "logcat: no folder $log" >&2; exit 1; }
 set -f
-buffers= clear= dump= out=
+buffers= clear= dump= out= kb= count=4 form=
 while [ $# -gt 0 ]; do
   case $1 in
     -b) buffers="$buffers $(echo "$2" | tr , ' ')"; shift ;;
     -c) clear=1 ;;
     -d) dump=1 ;;
     -f) out=$2; shift ;;
-    -v) shift ;;
-    *) echo "logcat: unknown argument $1; known: -b BUFFER, -d, -c, -v FORMAT, -f FILE" >&2; exit 1 ;;
+    -v)
+      head='^(.{18}) ( *[0-9]+) +[0-9]+ (.) ([^:]*): ' pad='(.{8}[^ ]*) *\('
+      case $2 in
+        threadtime) form= ;;
+        time) form="s/$head/\\1 \\3\/\\4        (\\2): /; s/^(.{19}..)$pad/\\1\\2(/" ;;
+        brief) form="s/$head/\\3\/\\4        (\\2): /; s/^(..)$pad/\\1\\2(/" ;;
+        tag) form="s/$head/\\3\/\\4        : /; s/^(..)(.{8}[^ ]*) *: /\\1\\2: /" ;;
+        raw) form="s/$head//" ;;
+        *) echo "logcat: no format $2" >&2; exit 1 ;;
+      esac
+      shift ;;
+    -r|-n)
+      case $2 in ''|0*|*[!0-9]*) echo "logcat: $1 $2 is not a number" >&2; exit 1 ;; esac
+      if [ "$1" = -r ]; then kb=$2; else count=$2; fi
+      shift ;;
+    *) echo "logcat: unknown argument $1; known: -b BUFFER, -d, -c, -v FORMAT, -f FILE, -r KB, -n COUNT" >&2; exit 1 ;;
   esac
   shift
 done
 set --
 for b in ${buffers:-main system crash}; do
-  case $b in main|radio|events|system|crash) ;; *) echo "logcat: no buffer $b" >&2; exit 1 ;; esac
+  case $b in main|radio|events|system|crash|packet) ;; *) echo "logcat: no buffer $b" >&2; exit 1 ;; esac
   for f in "$log/$b.1" "$log/$b" "$log/.$b"; do
     if [ -L "$f" ] || { [ -e "$f" ] && [ ! -f "$f" ]; }; then echo "logcat: $f is not a file" >&2; exit 1; fi
   done
@@ -80,25 +95,68 @@ if [ -n "$clear" ]; then
   for b; do rm -f "$log/$b.1"; [ ! -e "$log/$b" ] || : > "$log/$b"; done
   exit 0
 fi
-if [ -n "$out" ]; then exec > "$out"; fi
 fresh() { [ ! -e "$log/.$1" ] || tr -d '\000' < "$log/.$1"; }
-for b; do
-  shift
-  if [ -n "$dump" ]; then
+as() { if [ -n "$form" ]; then sed -u -E "$form"; else cat; fi; }
+dump() {
+  for b; do
     [ -e "$log/$b" ] || continue
     echo "--------- beginning of $b"
     # A phone that runs moves its last moment's lines to the file. What stays is of one that was killed.
     left=$(fresh "$b")
     [ -z "$left" ] || { sleep 0.05; case $(fresh "$b") in "$left"*) ;; *) left= ;; esac; }
-    cat "$log/$b.1" "$log/$b" 2>/dev/null
-    [ -z "$left" ] || printf '%s\n' "$left"
-  else
-    cat "$log/$b.1" 2>/dev/null
-    set -- "$@" "$log/$b"
-  fi
+    cat "$log/$b.1" "$log/$b" 2>/dev/null | as
+    [ -z "$left" ] || printf '%s\n' "$left" | as
+  done
+}
+if [ -n "$dump" ] && [ -n "$out" ] && [ -n "$kb" ]; then
+  # The oldest lines are in the first piece, and belong into the last file.
+  work=$(mktemp -d "$out.XXXXXX") || exit 1
+  trap 'rm -rf "$work"' EXIT
+  { cat "$out" 2>/dev/null; dump "$@"; } | split -C "${kb}k" -a 6 -d - "$work/" || exit 1
+  set +f
+  set -- "$work"/*
+  [ -e "$1" ] || { : >> "$out"; exit; }
+  status=0
+  for piece; do
+    left=$(($# - 1)); shift
+    [ $left -lt "$count" ] || continue
+    if [ $left -eq 0 ]; then cat "$piece" > "$out" || status=1; continue; fi
+    rm -f "$out.$left"  # it may be a link
+    cat "$piece" > "$out.$left" || status=1
+  done
+  exit $status
+fi
+if [ -n "$out" ]; then exec >> "$out" || exit 1; fi
+if [ -n "$dump" ]; then dump "$@"; exit; fi
+for b; do
+  shift
+  cat "$log/$b.1" 2>/dev/null | as
+  set -- "$@" "$log/$b"
 done
-[ -n "$dump" ] || exec tail -q -n +1 -F "$@" 2>/dev/null
-exit 0
+[ -n "$form" ] || exec tail -q -n +1 -F "$@" 2>/dev/null
+tail --pid=$$ -q -n +1 -F "$@" 2>/dev/null | as
+)sh";
+
+constexpr const char* kDmesg = R"sh(#!/bin/sh
+# dmesg: the kernel's log: how it has booted, then the lines of dev/kmsg, a file that a person may write.
+root=$(readlink -f "$0"); root=${root%/system/bin/*}
+is_file() { [ "$(readlink -f "$1")" = "$1" ] && [ -f "$1" ]; }
+say() { printf '[%12s] %s\n' "$@"; }
+memory=3881456
+is_file "$root/proc/meminfo" && read -r _ memory _ < "$root/proc/meminfo"
+say 0.000000 'Booting Linux on physical CPU 0x0'
+say 0.000000 'Linux version 3.18.71-sim (build@sim) (gcc version 4.9.x) #1 SMP PREEMPT Thu Jan 1 00:00:00 UTC 2026'
+say 0.000000 'CPU: ARMv7 Processor [410fd032] revision 2 (ARMv7), cr=10c5383d'
+is_file "$root/proc/cmdline" && say 0.000000 "Kernel command line: $(cat "$root/proc/cmdline")"
+say 0.000000 "Memory: ${memory}K available (12288K kernel code, 1436K rwdata, 5120K rodata)"
+say 0.214562 'CPU: All CPU(s) started in SVC mode.'
+say 0.873104 'pmic-arb: power-on reason 0x80 (power key)'
+say 1.482210 'scsi 0:0:0:0: Direct-Access     SIM      UFS              0100 PQ: 0 ANSI: 6'
+say 1.935127 'input: tav_touch as /devices/virtual/input/input2'
+say 2.604481 'EXT4-fs (sda12): mounted filesystem with ordered data mode'
+say 3.120977 'init: init first stage started!'
+say 5.771034 'android_usb: gadget configured'
+if is_file "$root/dev/kmsg"; then cat "$root/dev/kmsg"; fi
 )sh";
 
 constexpr const char* kPm = R"sh(#!/bin/sh
@@ -126,6 +184,25 @@ case $1 in
 esac
 )sh";
 
+constexpr const char* kScreencap = R"sh(#!/bin/sh
+# screencap [-p] [FILE]: what the screen of the running phone shows, as a raw image, or as PNG with -p and for a FILE
+# named *.png. Without FILE it goes to standard output. When the daemon runs this it draws the picture itself.
+root=$(readlink -f "$0"); root=${root%/system/bin/*}
+form=raw
+if [ "$1" = -p ]; then form=png; shift; fi
+case $1 in
+  -*) echo "screencap: unknown argument $1; known: -p" >&2; exit 1 ;;
+  *.png) form=png ;;
+esac
+# The client lies beside the daemon that runs the phone, or on the program path.
+daemon=$(readlink "/proc/$(cat "$root/sim/lock" 2>/dev/null)/exe") || { echo "screencap: the phone is off" >&2; exit 1; }
+client=${daemon%/*}/atdctl
+[ -x "$client" ] || client=atdctl
+file=$("$client" --device "$root" phone display picture $form) || exit 1
+if [ -n "$1" ]; then exec cp -T -- "$file" "$1"; fi
+exec cat -- "$file"
+)sh";
+
 constexpr Tool kTools[] = {
     {"am", Paths::none, "", nullptr, kAm},
     {"cat", Paths::followed, "", nullptr, nullptr},
@@ -139,7 +216,9 @@ constexpr Tool kTools[] = {
     {"pm", Paths::followed, "r", nullptr, kPm},
     {"getprop", Paths::none, "", nullptr, kGetprop},
     {"setprop", Paths::none, "", nullptr, kSetprop},
-    {"logcat", Paths::followed, "bcdfv", nullptr, kLogcat},
+    {"screencap", Paths::followed, "p", nullptr, kScreencap},
+    {"logcat", Paths::followed, "bcdfnrv", nullptr, kLogcat},
+    {"dmesg", Paths::none, "", nullptr, kDmesg},
 };
 
 // The last line of a script begins with this; then comes the sum of the text before it.
@@ -180,6 +259,11 @@ void install_script(const std::string& path, const Tool& tool) {
 }
 
 }  // namespace
+
+bool is_installed(const std::string& file) {
+  std::string text;
+  return read_file(file, &text) && is_unedited(text);
+}
 
 const Tool* find_tool(const std::string& name) {
   const auto found = std::find_if(std::begin(kTools), std::end(kTools), [&](const Tool& t) { return name == t.name; });

@@ -22,6 +22,9 @@ const Tool* find_tool(const std::string& name);
 // Where the desktop has the program that a link in "system/bin" stands for; "" for a link that the phone has not made.
 std::string desktop_program(const std::string& link);
 
+// Whether a file is a script that the phone has put there and nobody has edited.
+bool is_installed(const std::string& file);
+
 // Puts the tools into "system/bin". A script that an older version has put there is replaced, but one that a person has
 // written or edited stays.
 void install_tools(const std::string& root);

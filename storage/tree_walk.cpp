@@ -12,15 +12,18 @@
 
 namespace atd {
 
-TreeWalk::TreeWalk(const char* who, const char* root) : who_(who) {
+void TreeWalk::report_closed(const char* path) { SLOGE("directory open fail. %s\n", path); }
+
+TreeWalk::TreeWalk(const char* who, const char* root, Report closed) : who_(who), closed_(closed) {
   const size_t length = strlen(root);
+  errno = ENAMETOOLONG;
   if (length < sizeof path_) {
     memcpy(path_, root, length + 1);
     open_[0].folder.reset(new (std::nothrow) Folder(root));
     open_[0].path_length = length;
     if (open_[0].folder && open_[0].folder->is_open()) depth_ = 1;
   }
-  if (depth_ == 0) SLOGE("directory open fail. %s\n", root);
+  if (depth_ == 0) closed_(root);
 }
 
 // The folder's next entry, or null with errno 0 after the last one.
@@ -50,11 +53,12 @@ TreeWalk::Step TreeWalk::next() {
     }
     path_[top.path_length] = '/';
     memcpy(path_ + top.path_length + 1, entry->d_name, length + 1);
-    if (entry->d_type == DT_DIR) return Step::folder;
-    if (entry->d_type != DT_UNKNOWN) return Step::file;
+    type_ = entry->d_type;
     struct stat status;
-    const bool is_folder = fstatat(folder(), name(), &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(status.st_mode);
-    return is_folder ? Step::folder : Step::file;
+    if (type_ == DT_UNKNOWN && fstatat(folder(), name(), &status, AT_SYMLINK_NOFOLLOW) == 0) {
+      type_ = IFTODT(status.st_mode);
+    }
+    return type_ == DT_DIR ? Step::folder : Step::file;
   }
   return Step::end;
 }
@@ -68,7 +72,7 @@ TreeWalk::Entered TreeWalk::enter() {
   pending_ = child && child->is_open() ? read(*child) : nullptr;
   if (!pending_ && child && errno == 0) return Entered::empty;
   if (!pending_) {
-    SLOGE("directory open fail. %s\n", path_);
+    closed_(path_);
     return Entered::failed;
   }
   open_[depth_].folder = std::move(child);

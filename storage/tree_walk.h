@@ -21,9 +21,13 @@ class TreeWalk {
   // What enter() did. A failure is reported; the walk can go on after the folder.
   enum class Entered { yes, empty, failed };
 
+  // What reports a folder that cannot be opened, with errno.
+  using Report = void (*)(const char* path);
+  static void report_closed(const char* path);
+
   // Opens the folder of an absolute device path; a failure is reported. Reports are made in the name of the function
   // `who`.
-  TreeWalk(const char* who, const char* root);
+  TreeWalk(const char* who, const char* root, Report closed = report_closed);
 
   bool is_open() const { return depth_ > 0; }
 
@@ -40,6 +44,9 @@ class TreeWalk {
   const char* name() const { return path_ + open_[depth_ - 1].path_length + 1; }
   int folder() const { return open_[depth_ - 1].folder->fd(); }
 
+  // Its type, DT_REG and so on; DT_UNKNOWN when it cannot be looked at.
+  unsigned char type() const { return type_; }
+
  private:
   // Each open folder takes a descriptor.
   static constexpr int kMaxDepth = 256;
@@ -52,9 +59,11 @@ class TreeWalk {
   const struct dirent* read(Folder& folder);
 
   const char* who_;
+  const Report closed_;
   char path_[PATH_MAX];
   Level open_[kMaxDepth];
   int depth_ = 0;
+  unsigned char type_ = DT_UNKNOWN;
   // The first entry of a folder that was just entered.
   const struct dirent* pending_ = nullptr;
 };

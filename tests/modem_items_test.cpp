@@ -402,7 +402,7 @@ TEST_F(ModemItemsTest, OpcodesAskAndAnswer) {
       {4414, "", {121, ""}, "", 1, "", 1},
   };
   std::filesystem::create_directory(root_ + "/cache/minios");
-  std::set<int> asking;
+  std::set<int> asking = {4059, 4063};  // of the CRC commands
   for (const auto& row : rows) {
     const auto what = testing::Message() << row.opcode << " " << row.payload << " " << row.says;
     asking.insert(row.opcode);

@@ -155,6 +155,7 @@ TEST_F(PhoneFolder, NoLinkOrPipeLeadsAToolOutside) {
 TEST_F(PhoneFolder, CommandsAreWordsQuotesPatternsAndOneOutput) {
   root_ += "/it's \"a\" phone";
   ASSERT_EQ("", open_phone());
+  fs::remove_all(device().path("/data/logger"));
   fs::create_directories(device().path("/data/logger/deep"));
   for (const char* file : {"a b", "c", ".hidden"}) std::ofstream(device().path("/data/logger/") + file) << "x";
   fs::create_symlink(outside_ + "/file", device().path("/data/logger/link"));
@@ -220,7 +221,7 @@ TEST_F(PhoneFolder, CommandsAreWordsQuotesPatternsAndOneOutput) {
   const char *const list[] = {"ls", "/data/logger", "../data", nullptr}, *const missing[] = {"sh", nullptr};
   EXPECT_EQ(0, os_run(list));
   EXPECT_EQ("ls /data/logger ../data", device().shell.history().back());
-  EXPECT_EQ(-1, os_run(missing));
+  EXPECT_EQ(kNotExecuted, os_run(missing));
 }
 
 TEST_F(PhoneFolder, ToolsFindThePhoneThatTheyLieIn) {

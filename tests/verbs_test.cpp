@@ -294,6 +294,10 @@ TEST_F(ControlTest, FollowsTheLogUntilItHangsUp) {
   tell_all({{{"log", "--level", "loud"}, 64, "\"loud\" is not a level"},
             {{"log", "--buffer", "radar"}, 64, "\"radar\" is not a buffer"},
             {{"log", "-x"}, 64, "\"-x\" is not an option of log"}});
+  remove_all(std::filesystem::path(root_ + "/data/logger"));
+  tell_all({{{"logs", "fill"}, 0, ""}});
+  EXPECT_EQ(1, device().items.get(230, 16)[8]);
+  EXPECT_NE("", content(root_ + "/data/logger/crash_info/crash_log0.txt"));
   control_->hang_up();
   for (Caller* caller : {&all, &errors}) {
     for (ControlReply reply; !reply.last && reply.out != "(closed)";) reply = caller->next();
@@ -351,6 +355,13 @@ TEST_F(VerbTest, TheLibrarysFunctionsAreCalledByName) {
        {{"fingerprint"}, 0, "zone          0     -3\n"},
        {{"fingerprint", "set", "thumb", "0", "0"}, 64, "no test is named \"thumb\""},
        {{"call", "recursive_dir_check", "../../etc"}, 1, "result -1\n"},
+       {{"display", "size", "20x10", "format", "24"}, 0, "size    20x10\n"},
+       {{"display", "depth", "24"}, 64, "no setting \"depth 24\"; write size WIDTHxHEIGHT"},
+       {{"display", "size"}, 64, "no setting \"size \""},
+       {{"display", "picture", "raw"}, 0, root_ + "/sim/screen.raw\n"},
+       {{"call", "captureScreen", "0", "0", "20", "10", "16"}, 1, "result 0\ncaptureScreen says no"},
+       {{"display", "format", "32"}, 0, ""},
+       {{"call", "captureScreen", "0", "0", "20", "10", "32"}, 0, "result 800\n"},
        {{"program", "exit", "nothing"}, 64, "the phone has no program \"nothing\""},
        {{"program", "exit", "pm", "256"}, 64, "the exit status is a number"},
        {{"program", "exit", "pm", "7"}, 0, ""}});

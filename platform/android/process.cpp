@@ -25,7 +25,7 @@ namespace {
 pid_t wait_for(pid_t child, int* status) {
   pid_t result;
   do {
-    result = waitpid(child, status, 0);
+    result = waitpid(child, status, WUNTRACED);
   } while (result < 0 && errno == EINTR);
   return result;
 }
@@ -40,7 +40,9 @@ int os_run(const char* const* argv) {
   if (child == 0) become(argv, failure[1]);
   close(failure[1]);
   if (child < 0) {
+    const int error = errno;
     close(failure[0]);
+    errno = error;
     return -1;
   }
   int error = 0;
@@ -50,8 +52,10 @@ int os_run(const char* const* argv) {
   } while (length < 0 && errno == EINTR);
   close(failure[0]);
   int status = 0;
-  if (wait_for(child, &status) != child || length != 0 || !WIFEXITED(status)) return -1;
-  return WEXITSTATUS(status);
+  if (wait_for(child, &status) != child) return -1;
+  if (length == 0) return status;
+  errno = error;
+  return kNotExecuted;
 }
 
 }  // namespace atd

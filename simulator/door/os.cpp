@@ -1,6 +1,7 @@
 #include "platform/os.h"
 
 #include <errno.h>
+#include <limits.h>
 #include <stdio.h>
 #include <string.h>
 #include <sys/ioctl.h>
@@ -30,12 +31,23 @@ bool refuse(Call call, const std::string& object, int error) {
 // Whether a part of a path leads upwards.
 bool has_dots(const std::string& path) { return ("/" + path + "/").find("/../") != std::string::npos; }
 
+// The phone's path of a relative one, "" when the working folder is not in the phone.
+std::string below_working_folder(const std::string& path) {
+  char here[PATH_MAX];
+  const std::string& root = SimulatedDevice::current().root();
+  if (!getcwd(here, sizeof here)) return "";
+  const std::string folder = std::string(here) + "/";
+  return folder.starts_with(root + "/") ? folder.substr(root.size()) + path : "";
+}
+
 DevicePath place(const char* path, Last last) {
   DevicePath result;
-  // A relative path is one below the daemon's working folder.
+  // A relative path is one below the daemon's working folder. Where that is in the phone, its links are the phone's.
   std::string text = has_dots(path) ? "" : path;
-  if (path[0] == '/') {
-    text = SimulatedDevice::current().path(path, last);
+  std::string absolute = path[0] == '/' ? path : "";
+  if (!text.empty() && absolute.empty()) absolute = below_working_folder(text);
+  if (!absolute.empty()) {
+    text = SimulatedDevice::current().path(absolute, last);
     const std::string other = SimulatedDevice::current().card.stand_in(text, last);
     if (!other.empty()) text = other;
   }
@@ -54,6 +66,7 @@ int os_ioctl(int fd, ioctl_request_t request, void* argument) {
   if (refuse(Call::ioctl, std::to_string(request), EIO)) return -1;
   int result;
   if (SimulatedDevice::current().input.ioctl(fd, request, argument, &result)) return result;
+  if (SimulatedDevice::current().display.ioctl(fd, request, argument, &result)) return result;
   if (SimulatedDevice::current().scsi.ioctl(fd, request, argument, &result)) return result;
   if (SimulatedDevice::current().partitions.ioctl(fd, request, argument, &result)) return result;
   if (SimulatedDevice::current().rtc.ioctl(fd, request, argument, &result)) return result;
@@ -67,7 +80,7 @@ int os_system(const char* command) {
 int os_run(const char* const* argv) {
   std::vector<std::string> arguments;
   for (; *argv; ++argv) arguments.push_back(*argv);
-  if (arguments.empty()) return -1;
+  if (arguments.empty()) return errno = EINVAL, kNotExecuted;
   return refuse(Call::run, arguments[0], ENOMEM) ? -1 : SimulatedDevice::current().shell.run(arguments);
 }
 

@@ -4,8 +4,11 @@
 #include <errno.h>
 #include <string.h>
 #include <unistd.h>
+#include <zlib.h>
 
 #include <algorithm>
+#include <filesystem>
+#include <set>
 #include <string_view>
 #include <utility>
 
@@ -13,6 +16,7 @@
 #include "channel/opcodes.h"
 #include "desk/words.h"
 #include "simulator/files.h"
+#include "platform/os.h"
 #include "platform/records.h"
 
 using namespace std::string_view_literals;
@@ -36,6 +40,7 @@ enum class Kind {
   bulk_out,    // gives a chunk of bulk data
   nv_read,     // 132-byte packets about one of many numbered items
   nv_write,
+  nv_crc,  // the CRC of the numbered items without those of a list
 };
 
 constexpr size_t kMaxBulk = 16 * 1024 * 1024;
@@ -75,6 +80,7 @@ constexpr ModemItems::Item ModemItems::kItems[] = {
     {kCalibrationRestore,  "cal_data",         Kind::copy,       "1", "cal_backup"},
     {kCalibrationReset,    "cal_data",         Kind::put,        "1", "0"},
     {kModemDataClear,       "bulk",             Kind::clear_user, "1"},
+    {kSimCountOpcode,      "sim_count",        Kind::read_text,  "1"},
     {kSatpcMode0,            "",                 Kind::fixed,      "OK"},
     {kCamp,                "camped_band",      Kind::camp,       "OK"},
     {kWcdmaMaxPowerOn,     "wcdma_max_power",  Kind::put,        "1", "1"},
@@ -129,6 +135,7 @@ constexpr ModemItems::Item ModemItems::kItems[] = {
     {kResetServiceReturn,  "",                 Kind::fixed,      "1"},
     {kNvRead,              "nv_",              Kind::nv_read,    ""},
     {kNvWrite,             "nv_",              Kind::nv_write,   ""},
+    {kNvCrc,               "nv_",              Kind::nv_crc,     ""},
     {kHardResetKey,        "hard_reset_key",   Kind::flight,     "\0"sv},
     {kModemBackup,         "",                 Kind::fixed,      "1"},
     // clang-format on
@@ -202,6 +209,7 @@ bool ModemItems::carry_out(const Item& item, const std::string& payload, std::st
     case Kind::bulk_out: *answer = next_bulk_chunk(); return true;
     case Kind::nv_read: return access_nv(false, payload, answer);
     case Kind::nv_write: return access_nv(true, payload, answer);
+    case Kind::nv_crc: return sum_nv(payload, answer);
   }
   return false;
 }
@@ -250,6 +258,39 @@ bool ModemItems::access_nv(bool write, const std::string& bytes, std::string* an
   if (answer->empty()) return true;
   answer->resize(kNvDataSize);
   *answer += static_cast<char>(kNvDone);
+  return true;
+}
+
+bool ModemItems::sum_nv(const std::string& list, std::string* answer) {
+  constexpr size_t kListSize = 254;
+  if (list.size() != kListSize) {
+    __android_log_print(ANDROID_LOG_ERROR, "modem", "NV CRC: a list has 254 bytes");
+    return false;
+  }
+  // 0 ends the list.
+  std::string named;
+  std::set<int> left_out, items;
+  for (size_t i = 0; i < kListSize && (list[i] || list[i + 1]); i += 2) {
+    named += list.substr(i, 2);
+    left_out.insert(static_cast<uint8_t>(list[i]) | static_cast<uint8_t>(list[i + 1]) << 8);
+  }
+  std::error_code failed;
+  for (const auto& file : std::filesystem::directory_iterator(folder_, failed)) {
+    const std::string name = file.path().filename();
+    int item;
+    if (name.starts_with("nv_") && read_number(name.substr(3), 0, UINT16_MAX, &item)) items.insert(item);
+  }
+  uLong crc = crc32(0, nullptr, 0);
+  for (int item : items) {
+    if (left_out.contains(item)) continue;
+    std::string record = {static_cast<char>(item), static_cast<char>(item >> 8)};
+    record += stored("nv_" + std::to_string(item), "");
+    record.resize(2 + kNvDataSize);
+    crc = crc32(crc, reinterpret_cast<const Bytef*>(record.data()), static_cast<uInt>(record.size()));
+  }
+  *answer = std::string(1, static_cast<char>(named.size() / 2)) + '\0';
+  for (int shift : {24, 16, 8, 0}) *answer += static_cast<char>(crc >> shift);
+  *answer += named;
   return true;
 }
 

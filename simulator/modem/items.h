@@ -33,6 +33,7 @@ class ModemItems {
   bool receive_bulk(const std::string& chunk);
   std::string next_bulk_chunk();
   bool access_nv(bool write, const std::string& packet, std::string* answer);
+  bool sum_nv(const std::string& list, std::string* answer);
 
   std::string folder_;
   const std::atomic<bool>& syncs_;

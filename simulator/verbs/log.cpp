@@ -1,9 +1,12 @@
 // The phone's log.
 #include <android/log.h>
+#include <errno.h>
+#include <string.h>
 
 #include <algorithm>
 
 #include "desk/nearest.h"
+#include "simulator/sample_logs.h"
 #include "simulator/simulated_device.h"
 #include "simulator/verbs/levels.h"
 #include "simulator/verbs/verb_call.h"
@@ -112,9 +115,17 @@ void log_level(SimulatedDevice& device, VerbCall& call) {
   else device.logs.echo(level);
 }
 
+void fill(SimulatedDevice& device, VerbCall& call) {
+  if (!make_sample_logs(device.root()) || !make_sample_crash(device.items)) {
+    call.fail(kFailed, std::string("the logs cannot be written: ") + strerror(errno));
+  }
+}
+
 constexpr Verb kVerbs[] = {
     {"log", "[-f] [--level LEVEL] [--buffer NAME]",
      "Shows the buffers main, system and crash, or the one named, from a level on; -f goes on with new lines.", log},
+    {"logs fill", "", "Puts a new phone's sample logs back below data/, with the record of a crash in the items.",
+     fill},
     {"log-level", "LEVEL", "Sets the lowest level that the daemon shows on its standard error.", log_level},
 };
 

@@ -17,6 +17,7 @@ std::span<const Verb> fingerprint_rows();
 std::span<const Verb> usb_rows();
 std::span<const Verb> deletion_rows();
 std::span<const Verb> battery_rows();
+std::span<const Verb> display_rows();
 std::span<const Verb> program_rows();
 std::span<const Verb> call_rows();
 std::span<const Verb> card_rows();
