@@ -8,6 +8,7 @@
 #include <unistd.h>
 #include <zip.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iterator>

@@ -21,11 +21,22 @@ voidpf open_file(voidpf, const void* path, int mode) {
   return fopen(device_path(static_cast<const char*>(path)), mode & ZLIB_FILEFUNC_MODE_CREATE ? "wbe" : "rbe");
 }
 
-// The functions of minizip for files of any size, with descriptors that no program inherits.
+ZPOS64_T tell_file(voidpf, voidpf stream) { return static_cast<ZPOS64_T>(ftello(static_cast<FILE*>(stream))); }
+
+// minizip's numbers for where an offset counts from are those of the C library.
+long seek_file(voidpf, voidpf stream, ZPOS64_T offset, int origin) {
+  return fseeko(static_cast<FILE*>(stream), static_cast<off_t>(offset), origin) == 0 ? 0 : -1;
+}
+
+// The functions of minizip, with descriptors that no program inherits, and offsets of 64 bits however it was built.
 zlib_filefunc64_def file_functions() {
+  static_assert(ZLIB_FILEFUNC_SEEK_SET == SEEK_SET && ZLIB_FILEFUNC_SEEK_CUR == SEEK_CUR &&
+                ZLIB_FILEFUNC_SEEK_END == SEEK_END && sizeof(off_t) == 8);
   zlib_filefunc64_def functions;
   fill_fopen64_filefunc(&functions);
   functions.zopen64_file = open_file;
+  functions.ztell64_file = tell_file;
+  functions.zseek64_file = seek_file;
   return functions;
 }
 
@@ -48,6 +59,7 @@ ArchiveSource::ArchiveSource(const char* path) : fd_(open(device_path(path), O_R
   if (fstat(fd_, &status) == 0 && S_ISREG(status.st_mode)) {
     left_ = static_cast<unsigned long long>(status.st_size);
     is_large_ = left_ >= kLargeFile;
+    if (left_ == 0) left_ = kLargeFile - 1;
   } else {
     close(fd_);
     fd_ = -1;

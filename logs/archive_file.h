@@ -23,7 +23,8 @@ unzFile open_archive(const char* path);
 // A file that goes into an archive.
 class ArchiveSource {
  public:
-  // Opens a file at a device path. What it grows by from then on is not read.
+  // Opens a file at a device path. What it grows by from then on is not read, but for a file of size 0: nodes have that
+  // size.
   explicit ArchiveSource(const char* path);
   ~ArchiveSource();
   ArchiveSource(const ArchiveSource&) = delete;

@@ -107,7 +107,7 @@ void ArchiveWorkers::deflate_file(z_stream& stream, File& from) {
   uint8_t piece[kZipPieceSize];
   Chunk* chunk = nullptr;
   // The pieces are those of the plain way: with others the deflated bytes might differ.
-  while (const size_t length = source.is_open() ? source.next(piece) : 0) {
+  while (const size_t length = source.is_open() && !is_dropped(from) ? source.next(piece) : 0) {
     from.size += length;
     from.crc = crc32(from.crc, piece, static_cast<uInt>(length));
     stream.next_in = piece;
@@ -173,6 +173,11 @@ void ArchiveWorkers::give_back(Chunk* chunk) {
   free_ = chunk;
   ++free_count_;
   pthread_cond_broadcast(&room_);
+}
+
+bool ArchiveWorkers::is_dropped(const File& from) {
+  ScopedLock lock(lock_);
+  return from.is_dropped;
 }
 
 void ArchiveWorkers::drop(File& from) {

@@ -79,6 +79,7 @@ class ArchiveWorkers {
   void hand_over(z_stream& stream, File& from, Chunk* chunk);
   Chunk* await_chunk(File& from);
   void give_back(Chunk* chunk);
+  bool is_dropped(const File& from);
   void drop(File& from);
   void store_next();
 

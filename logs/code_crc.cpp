@@ -34,7 +34,7 @@ class Partition {
     char path[64];
     TextWriter(path).format("/dev/block/bootdevice/by-name/%s", name);
     fd_ = open(device_path(path), O_RDONLY | O_CLOEXEC);
-    if (fd_ < 0) SLOGE("file open error:%s : %s", path, strerror(errno));
+    if (fd_ < 0) SLOGE("file open error:%s", path);
     else posix_fadvise(fd_, 0, 0, POSIX_FADV_SEQUENTIAL);
   }
   ~Partition() {

@@ -53,8 +53,9 @@ class CopyLevel {
  private:
   struct Id {
     bool known;
-    dev_t device;
-    ino_t inode;
+    // On the phone dev_t and ino_t have fewer bits.
+    decltype(stat::st_dev) device;
+    decltype(stat::st_ino) inode;
     bool operator==(const Id& other) const {
       return known && other.known && device == other.device && inode == other.inode;
     }

@@ -25,8 +25,7 @@ void handle_get_file_dump(rzcmd_response* rsp) { answer(rsp, crcwizard_command, 
 
 void handle_crcwizard_set(const char* data, rzcmd_response* rsp) {
   int number;
-  const bool sane = parse_number(data, &number) && number >= 0;
-  respond(rsp, sane && set_crcwizard(number) == 0 ? RZCMD_OK : RZCMD_FAIL);
+  respond(rsp, parse_number(data, &number) && set_crcwizard(number) == 0 ? RZCMD_OK : RZCMD_FAIL);
 }
 
 void handle_crcwizard_get(rzcmd_response* rsp) {

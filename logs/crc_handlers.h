@@ -12,8 +12,8 @@ void handle_get_nv_crc(rzcmd_response* rsp);
 void handle_get_file_crc(rzcmd_response* rsp);
 void handle_get_file_dump(rzcmd_response* rsp);
 
-// Stores the selection of the CRC wizard, the first digit of a number; result 1 when it cannot be stored, or the text
-// is no number of 0 or more.
+// Stores the selection of the CRC wizard, the first character of a number; result 1 when it cannot be stored, or the
+// text is no number.
 void handle_crcwizard_set(const char* data, rzcmd_response* rsp);
 
 // Answers the selection's digit, or the empty text where none is stored; result 1 when it cannot be read.

@@ -31,7 +31,8 @@ int dump_files(const char* path, char* out) {
     return 0;
   }
   file_crc(out, dump);
-  return close_dump(dump) ? 1 : 0;
+  close_dump(dump);
+  return 1;
 }
 
 void dump_sim_count(FILE* dump, const char* format) {
@@ -50,7 +51,6 @@ void dump_sim_count(FILE* dump, const char* format) {
 }
 
 int dump_status(const char* sim_count) {
-  mkdir(device_path(DBDUMP_DIR), 0755);
   FILE* dump = open_dump(kPhoneStatus);
   if (!dump) {
     SLOGE("fopen file_crc_result.txt file failed.\n");
@@ -61,7 +61,8 @@ int dump_status(const char* sim_count) {
   fprintf(dump, "factory cable type : %s\r\n", boot);
   dump_sim_count(dump, sim_count);
   fprintf(dump, "sd card : %s\r\n", mmc_emt(nullptr) == 0 ? "true" : "false");
-  return close_dump(dump) ? 1 : 0;
+  close_dump(dump);
+  return 1;
 }
 
 }  // namespace
@@ -79,7 +80,6 @@ int db_dump(char* out) {
 
 int crcwizard_file_dump(char* out) {
   out[0] = '\0';
-  mkdir(device_path(DBDUMP_DIR), 0755);
   return dump_files(kWizardFileCrc, out);
 }
 

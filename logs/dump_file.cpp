@@ -1,8 +1,6 @@
 #include "logs/dump_file.h"
 
-#include <errno.h>
 #include <fcntl.h>
-#include <string.h>
 #include <unistd.h>
 
 #include "platform/log.h"
@@ -19,11 +17,9 @@ FILE* open_dump(const char* path) {
   return dump;
 }
 
-bool close_dump(FILE* dump) {
+void close_dump(FILE* dump) {
   const bool failed = ferror(dump) != 0;
-  if (fclose(dump) == 0 && !failed) return true;
-  SLOGE("[%s] the dump is not complete : %s\n", __func__, strerror(errno));
-  return false;
+  if (fclose(dump) != 0 || failed) SLOGE("[%s] Error : The dump is not complete\n", __func__);
 }
 
 }  // namespace atd

@@ -9,7 +9,7 @@ namespace atd {
 // cannot be made; else close_dump closes it.
 FILE* open_dump(const char* path);
 
-// Closes it; false, which is reported, when not all could be written.
-bool close_dump(FILE* dump);
+// Closes it, and reports when not all could be written.
+void close_dump(FILE* dump);
 
 }  // namespace atd

@@ -39,6 +39,8 @@ EntryPlace::EntryPlace(const char* path) : folder_(-1), name_(path) {
   for (const char* end; folder_ >= 0 && (end = strchr(name_, '/')) != nullptr; name_ = end + 1) {
     folder_ = enter(folder_, name_, static_cast<size_t>(end - name_));
   }
+  // "a/" is the folder itself.
+  if (*name_ == '\0' && name_ != path) name_ = ".";
 }
 
 EntryPlace::~EntryPlace() {

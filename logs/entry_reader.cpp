@@ -33,6 +33,7 @@ ZPOS64_T entry_size(unzFile archive, const unz_file_info64& info) {
 
 int EntryReader::open(const unz_file_info64& info, const char* password) {
   const bool is_encrypted = info.flag & 1;
+  if (is_encrypted && !password) return UNZ_PARAMERROR;
   left_ = entry_size(archive_, info);
   is_inflated_here_ = left_ != info.uncompressed_size;
   if (!is_inflated_here_) return unzOpenCurrentFilePassword(archive_, is_encrypted ? password : nullptr);

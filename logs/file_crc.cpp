@@ -73,8 +73,9 @@ void read_skip_list(Remove remove) {
   char* line = nullptr;
   size_t room = 0;
   for (ssize_t length; (length = getline(&line, &room, lines)) >= 0;) {
-    if (length > 0 && line[length - 1] == '\n') line[length - 1] = '\0';
-    if (remove(line)) SLOGI("skip file : %s", line);
+    if (length > 0 && line[length - 1] == '\n') line[--length] = '\0';
+    // No path has a NUL.
+    if (strlen(line) == static_cast<size_t>(length) && remove(line)) SLOGI("skip file : %s", line);
   }
   free(line);
   fclose(lines);
@@ -88,9 +89,15 @@ class Sizes {
     paths_.append(path, strlen(path) + 1);
   }
 
+  // Sorts the files by their paths, of each of which the first one stays: a folder that changes may tell a name twice.
   void sort() {
-    std::sort(files_.begin(), files_.end(),
-              [this](const File& a, const File& b) { return strcmp(path(a), path(b)) < 0; });
+    std::sort(files_.begin(), files_.end(), [this](const File& a, const File& b) {
+      const int order = strcmp(path(a), path(b));
+      return order != 0 ? order < 0 : a.path < b.path;
+    });
+    files_.erase(std::unique(files_.begin(), files_.end(),
+                             [this](const File& a, const File& b) { return strcmp(path(a), path(b)) == 0; }),
+                 files_.end());
   }
 
   // Skips a file of the sorted list; false when there is none, or it is skipped already.

@@ -40,13 +40,13 @@ void LogCopy::run(const CopyLevel* outer) {
   CopyLevel level(outer, source.text(), destination.text());
   if (level.goes_round()) {
     SLOGE("[%s] Error : %s leads into the copy\n", kWho, source.text());
-    return;
+  } else {
+    if (!Folder(destination.text()).is_open()) mkdir(device_path(destination.text()), 0777);
+    level.made(destination.text());
+    Folder folder(source.text());
+    if (!folder.is_open()) SLOGE("%s: do not open src file!!! : %s\n", kWho, source.text());
+    while (const struct dirent* entry = folder.next()) copy_entry(*entry, level);
   }
-  if (!Folder(destination.text()).is_open()) mkdir(device_path(destination.text()), 0777);
-  level.made(destination.text());
-  Folder folder(source.text());
-  if (!folder.is_open()) SLOGE("%s: do not open src file!!! : %s\n", kWho, source.text());
-  while (const struct dirent* entry = folder.next()) copy_entry(*entry, level);
   SLOGI("from %s to %s copy done!!!\n", source.text(), destination.text());
 }
 
@@ -59,14 +59,16 @@ void LogCopy::copy_entry(const struct dirent& entry, const CopyLevel& level) {
   const bool is_folder = entry.d_type != DT_REG && Folder(path).is_open();
   // In a folder whose path is that long, every entry's would be cut to the folder's own.
   const bool fits = source.add(entry.d_name) && destination.add(entry.d_name) &&
-                    (!is_folder || (source.length() < kSourceSize - 1 && source.add("/")));
+                    (!is_folder || (source.length() < kSourceSize - 1 && destination.length() < PATH_MAX - 1));
   if (!fits) {
     SLOGE("[%s] Error : Too long a path : %s in %s\n", kWho, entry.d_name, path);
   } else if (!is_folder) {
     copy_file(path);
-  } else if (is_link(destination.text()) || !destination.add("/")) {
+  } else if (is_link(destination.text())) {
     SLOGE("[%s] Error : %s is a link\n", kWho, destination.text());
   } else {
+    source.add("/");
+    destination.add("/");
     run(&level);
   }
   source.shrink(source_length);

@@ -122,6 +122,7 @@ void set_directory_name(char* out) {
   struct timespec now = {};
   os_clock_gettime(CLOCK_REALTIME, &now);
   struct tm local = {};
+  tzset();
   localtime_r(&now.tv_sec, &local);
   if (strftime(out, kDateSize, "%Y%m%d_%H%M%S", &local) == 0) out[0] = '\0';
 }

@@ -19,6 +19,7 @@
 #include "platform/properties.h"
 #include "system/board.h"
 #include "text/number.h"
+#include "text/prefix.h"
 #include "text/text_writer.h"
 
 using namespace atd;
@@ -45,12 +46,25 @@ struct LastPart {
   bool is(const char* other) const { return length == strlen(other) && memcmp(text, other, length) == 0; }
 };
 
-// Makes the folder of the present number, which mts_log_erase removes, too.
-void make_numbered_folder(const char* place) {
+// Makes the folder of the present number, which mts_log_erase removes, too; false with errno for a link in its place.
+bool make_numbered_folder(const char* place) {
   mkdir(device_path(MTS_DIR), 0777);
   char folder[kPlaceSize];
   TextWriter(folder).bytes(place, static_cast<size_t>(strrchr(place, '/') - place));
   mkdir(device_path(folder), 0777);
+  errno = ELOOP;
+  return !is_link(folder);
+}
+
+// Whether clearing the place of a copy leaves its source alone; false with errno.
+bool may_clear(const char* place, const char* source, const struct stat& status) {
+  struct stat there;
+  const bool is_itself =
+      stat(device_path(place), &there) == 0 && there.st_dev == status.st_dev && there.st_ino == status.st_ino;
+  const LastPart name(source);
+  errno = EINVAL;
+  // The place of "." and ".." would be the folder of all copies.
+  return !is_itself && !begins_with(source, place) && !name.is("..") && !name.is(".");
 }
 
 bool is_active() {
@@ -95,17 +109,12 @@ int clear_dest(const char* path) {
 
 int copy_latest(const char* source) {
   struct stat status;
-  const LastPart name(source);
-  const bool found = stat(device_path(source), &status) == 0;
-  // The place of such a copy would be the folder of all copies, which is cleared.
-  const bool leads_up = name.is("..") || name.is(".");
-  if (!found || leads_up) {
-    SLOGE("failed to copy %s. (%s)", source, strerror(found ? EINVAL : errno));
-    return -1;
-  }
   char place[kPlaceSize];
   set_dest_path(source, place);
-  make_numbered_folder(place);
+  if (stat(device_path(source), &status) != 0 || !may_clear(place, source, status) || !make_numbered_folder(place)) {
+    SLOGE("failed to copy %s. (%s)", source, strerror(errno));
+    return -1;
+  }
   clear_dest(place);
   if (S_ISDIR(status.st_mode)) copy_dir(source, place);
   else copy_file(source, place);

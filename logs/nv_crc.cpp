@@ -79,13 +79,14 @@ int nv_dump() {
   TextWriter(dump).format("[ Factory Reset NV CRC Result ] NV CRC : 0x%08lx, Total : %s, NV item : %s",
                           static_cast<unsigned long>(record.crc()), record.text, items);
   fwrite(dump, 1, sizeof dump, file);
-  return close_dump(file) ? 1 : 0;
+  close_dump(file);
+  return 1;
 }
 
 int nv_copy(char* out) {
   out[0] = '\0';
   char dump[kDumpSize] = {};
-  const int source = open(device_path(kDump), O_RDONLY | O_CLOEXEC);
+  const int source = open(device_path(kDump), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
   if (source < 0) return 0;
   const ssize_t got = read(source, dump, sizeof dump);
   close(source);
@@ -106,7 +107,7 @@ int nv_copy(char* out) {
     return 0;
   }
   fwrite(dump, 1, sizeof dump, file);
-  if (!close_dump(file)) return 0;
+  close_dump(file);
   if (request_crc_text(kMediaScan, out) != 0) {
     SLOGE(" ##   scan fail! ");
     return 0;

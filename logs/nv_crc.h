@@ -12,7 +12,7 @@ int frst_modem_data_clear_check(char* response, int* length);
 int nv_crc(char* out);
 
 // Writes the CRC and the items left out to /data/nvdump/nvcrc.txt, 1024 bytes; 1, or 0 when the modem does not answer
-// or the file cannot be written.
+// or the file cannot be made.
 int nv_dump();
 
 // Copies that file to the SD card's folder nvdump, or without a card to the folder nvdump of the working folder, and

@@ -65,16 +65,13 @@ bool read_whole(int fd, void* out, size_t size) {
   return true;
 }
 
-// Reads a raw image's header; false for one that the file is too short for.
-bool read_header(int fd, ImageHeader* header) {
+// Whether the file is as long as its header says.
+bool has_rows(int fd, const ImageHeader& header) {
   struct stat file;
-  if (fstat(fd, &file) != 0 || !S_ISREG(file.st_mode) || !read_whole(fd, header, sizeof *header)) return false;
-  SLOGI("ScreenCapture: X:%d, Y:%d, Format:%d\n", static_cast<int>(header->width), static_cast<int>(header->height),
-        static_cast<int>(header->format));
-  if (!is_size(header->width, header->height)) return false;
-  const int bytes = bits_of(header->format) / 8;
-  return static_cast<off_t>(header->width) * static_cast<off_t>(header->height) * bytes <=
-         file.st_size - static_cast<off_t>(sizeof *header);
+  if (fstat(fd, &file) != 0 || !is_size(header.width, header.height)) return false;
+  const int bytes = bits_of(header.format) / 8;
+  return static_cast<off_t>(header.width) * static_cast<off_t>(header.height) * bytes <=
+         file.st_size - static_cast<off_t>(sizeof header);
 }
 
 // Reads all rows of the image whose header was read; null, which is reported, when that fails. Freed by the caller.
@@ -88,8 +85,14 @@ uint8_t* read_rows(int fd, const ImageHeader& header) {
   return nullptr;
 }
 
-// Has screencap write the temporary image and opens it; -1 with errno.
-int open_image(ScreenCapture* capture) {
+void remove_image(int fd) {
+  close(fd);
+  unlink(device_entry(kImage));
+  os_umount2(kFolder, MNT_FORCE);
+}
+
+// Has screencap write the temporary image, opens it and reads its header; -1 with errno.
+int open_image(ScreenCapture* capture, ImageHeader* header) {
   if (access(device_path(kFolder), F_OK) != 0 && mkdir(device_path(kFolder), 0744) != 0) {
     const int error = errno;
     SLOGE("captureScreen: Can not create %s!\n", kFolder);
@@ -104,13 +107,14 @@ int open_image(ScreenCapture* capture) {
     return -1;
   }
   // A pipe in the file's place does not hold the capture up.
-  return open(device_path(kImage), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-}
-
-void remove_image(int fd) {
-  close(fd);
-  unlink(device_entry(kImage));
-  os_umount2(kFolder, MNT_FORCE);
+  const int fd = open(device_path(kImage), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  if (fd < 0) return -1;
+  SLOGI("captureScreen: next!");
+  struct stat file;
+  if (fstat(fd, &file) == 0 && S_ISREG(file.st_mode) && read_whole(fd, header, sizeof *header)) return fd;
+  remove_image(fd);
+  errno = EIO;
+  return -1;
 }
 
 }  // namespace
@@ -181,7 +185,6 @@ int ScreenCapture::captureScreen() {
 
 int ScreenCapture::captureScreen(int left, int top, int width, int height, int bits) {
   forget(&captured_, &captured_size_);
-  set_rectangle(left, top, width, height);
   if (!initialized_) init();
   if (!fits(left, width, screen_width_) || !fits(top, height, screen_height_)) {
     SLOGE("Invalid capture request!!!!!\n");
@@ -203,6 +206,7 @@ int ScreenCapture::captureScreenFB(int left, int top, int width, int height, int
   if (!fits(left, width, screen_width_) || !fits(top, height, screen_height_) ||
       (framebuffer_ && end > framebuffer_size_)) {
     SLOGE("Invalid capture request!!!!!\n");
+    set_rectangle(0, 0, 0, 0);
     return 0;
   }
   captured_ = allocate(width, height, bits == 32 ? 4 : 2);
@@ -216,7 +220,8 @@ int ScreenCapture::captureScreenSF(int left, int top, int width, int height, int
   forget(&captured_, &captured_size_);
   set_rectangle(left, top, width, height);
   SLOGI("captureScreen: left=%d, top=%d, width=%d, height=%d\n", left, top, width, height);
-  const int fd = open_image(this);
+  ImageHeader header;
+  const int fd = open_image(this, &header);
   if (fd < 0) {
     SLOGE("ScreenCapture: Fail to get image data from SF.[err = %s]\n", strerror(errno));
     surface_flinger_ = 0;
@@ -225,19 +230,22 @@ int ScreenCapture::captureScreenSF(int left, int top, int width, int height, int
     surface_flinger_ = 1;
     return captured_size_;
   }
-  SLOGI("captureScreen: next!");
-  ImageHeader header;
+  SLOGI("ScreenCapture: X:%d, Y:%d, Format:%d\n", static_cast<int>(header.width), static_cast<int>(header.height),
+        static_cast<int>(header.format));
   uint8_t* rows = nullptr;
-  if (!read_header(fd, &header)) {
+  if (!has_rows(fd, header)) {
     SLOGE("ScreenCapture: Wrong temp image file!\n");
   } else {
     screen_width_ = static_cast<int>(header.width);
     screen_height_ = static_cast<int>(header.height);
     bits_per_pixel_ = bits_of(header.format);
     // The image need not have the framebuffer's size.
-    if (!fits(left, width, screen_width_) || !fits(top, height, screen_height_)) {
+    const int64_t end = static_cast<int64_t>(screen_width_) * (top + height - 1) + left + width;  // in pixels
+    if (!fits(left, width, screen_width_) || !fits(top, height, screen_height_) ||
+        (bits == 32 && end * 32 > static_cast<int64_t>(screen_width_) * screen_height_ * bits_per_pixel_)) {
       SLOGE("Invalid capture request!!!!!\n");
-    } else if (bits != 32 || bits_per_pixel_ == 32) {
+      set_rectangle(0, 0, 0, 0);
+    } else {
       captured_ = allocate(width, height, bits == 32 ? 4 : 2);
       rows = read_rows(fd, header);
     }

@@ -12,6 +12,7 @@ class ScreenCapture {
   ScreenCapture();
   virtual ~ScreenCapture();
   ScreenCapture(const ScreenCapture&) = delete;
+  ScreenCapture& operator=(const ScreenCapture&) = delete;
 
   // Reads the screen's size and depth from the framebuffer, and maps it where images are not taken from screencap. 0,
   // also when it is mapped already, or -1 when the framebuffer cannot be opened, asked or mapped.
@@ -28,17 +29,18 @@ class ScreenCapture {
   // not on the screen, an image of another depth, and any other failure.
   int captureScreen(int left, int top, int width, int height, int bits);
 
-  // Captures from the framebuffer that init has mapped.
+  // Captures from the framebuffer, which only captureScreenSF maps, where it has no image; 0 while it is not mapped.
   int captureScreenFB(int left, int top, int width, int height, int bits);
 
   // Captures by screencap, from the framebuffer where screencap gives no image. An image that is shorter than it says
-  // has the size 0, and so has one of 24 bits, and at 32 bits one of any other depth: they are not converted.
+  // has the size 0, and so has one of 24 bits at 16 bits: it is not converted. At 32 bits, words of any image are
+  // copied as they are, where the rectangle lies in it.
   int captureScreenSF(int left, int top, int width, int height, int bits);
 
   // Copy the rectangle of the last capture from a picture of the whole screen, whose size they believe, to rows without
-  // gaps: 32-bit pixels to 16-bit ones, 16-bit pixels, 32-bit pixels. In a framebuffer a row of 256 pixels or more is
-  // rounded up to a multiple of the bits per pixel, but never in getRectangleTrue32. The bytes written, 0 without a
-  // source or a destination.
+  // gaps: 32-bit pixels to 16-bit ones, 16-bit pixels, 32-bit pixels. While captureScreenSF reads the framebuffer, a
+  // row of 256 pixels or more is rounded up to a multiple of the bits per pixel, but never in getRectangleTrue32. The
+  // bytes written, 0 without a source or a destination.
   int getRectangle32(const void* source, void* destination);
   int getRectangle16(const void* source, void* destination);
   int getRectangleTrue32(const void* source, void* destination);

@@ -56,10 +56,12 @@ bool resume(FILE* result) {
 }
 
 void keep_offset(long long offset) {
-  const int fd = open_target(kOffset, O_TRUNC, 0666);
+  // Not emptied first: on a full disk the old offset must not get lost.
+  const int fd = open_target(kOffset, 0, 0666);
   char text[24];
   const int length = snprintf(text, sizeof text, "%lld", offset);
-  if (fd < 0 || write(fd, text, static_cast<size_t>(length)) != length) {
+  errno = ENOSPC;  // of a short write
+  if (fd < 0 || write(fd, text, static_cast<size_t>(length)) != length || ftruncate(fd, length) != 0) {
     SLOGE("[%s] Error : Can not write %s. errno %d(%s)\n", "scan_auto_touch_result", kOffset, errno, strerror(errno));
   }
   if (fd >= 0) close(fd);

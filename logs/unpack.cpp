@@ -75,7 +75,7 @@ int ask(const char* path) {
 // above it prevents, is no failure.
 int extract_folder(char* name) {
   SLOGI("MINIOS_UNZIP : creating directory: %s\n", name);
-  name[strlen(name) - 1] = '\0';
+  for (size_t length = strlen(name); length > 1 && strchr(kSeparators, name[length - 1]);) name[--length] = '\0';
   if (make_folder(name) || (errno != ENOTDIR && errno != ELOOP)) return UNZ_OK;
   SLOGE("MINIOS_UNZIP : error creating %s\n", name);
   return UNZ_ERRNO;

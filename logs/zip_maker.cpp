@@ -28,6 +28,24 @@ const char* entry_name(const char* path, int root_length) {
   return name + strspn(name, "/\\");
 }
 
+// A folder on the way, and those around it.
+struct Level {
+  const Level* outer;
+  Folder folder;
+  struct stat id = {};
+
+  Level(const Level* around, const char* path) : outer(around), folder(path) {
+    if (folder.is_open()) fstat(folder.fd(), &id);
+  }
+
+  // A link to a folder around it would have no end.
+  bool goes_round() const {
+    const Level* level = outer;
+    while (level && (level->id.st_dev != id.st_dev || level->id.st_ino != id.st_ino)) level = level->outer;
+    return level != nullptr;
+  }
+};
+
 // The way of one archive through a tree.
 struct Packing {
   MakeZipFile& zip;
@@ -35,22 +53,20 @@ struct Packing {
   int root_length;
   char path[kArchivePathSize];
 
-  // Adds the entry of a folder whose path is in `path`, with all that lies below it.
-  void add(const Folder& folder, size_t length, const char* name) {
-    const int added = snprintf(path + length, sizeof path - length, "/%s", name);
+  // Adds an entry of a folder whose path is in `path`, with all that lies below it.
+  void add(const Level& level, size_t length, const dirent& entry) {
+    const int added = snprintf(path + length, sizeof path - length, "/%s", entry.d_name);
     if (added >= static_cast<int>(sizeof path - length)) {
       // A part of the path would name something else.
       SLOGE("LOGSAVE : too long a path %s...\n", path);
-    } else if (Folder below(folder.fd(), name); below.is_open()) {
-      add_all(below, length + static_cast<size_t>(added));
+    } else if (entry.d_type == DT_REG) {
+      add_file();
+    } else if (Level below(&level, path); below.folder.is_open() && !below.goes_round()) {
+      while (const dirent* inner = below.folder.next()) add(below, length + static_cast<size_t>(added), *inner);
     } else {
       add_file();
     }
     path[length] = '\0';
-  }
-
-  void add_all(Folder& folder, size_t length) {
-    while (const dirent* entry = folder.next()) add(folder, length, entry->d_name);
   }
 
   void add_file() {
@@ -81,19 +97,19 @@ void MakeZipFile::CloseZip() {
 
 int MakeZipFile::FolderToZip(char* folder, int top) {
   if (top == 1) root_length_ = static_cast<int>(strlen(folder));
-  Folder opened(folder);
-  if (!opened.is_open()) {
+  Level top_level(nullptr, folder);
+  if (!top_level.folder.is_open()) {
     SLOGI("LOGSAVE : [FolderToZip] Directory Open ERROR!!!!\n");
     return 1;
   }
   Packing packing = {*this, ArchiveWorkers(zip_), root_length_, ""};
-  while (const dirent* entry = opened.next()) {
+  while (const dirent* entry = top_level.folder.next()) {
     // The caller's text loses a "/" with each entry.
     const size_t length = strlen(folder);
     if (length > 0 && folder[length - 1] == '/') folder[length - 1] = '\0';
     TextWriter path(packing.path);
     if (path.text(folder).cut()) SLOGE("LOGSAVE : too long a path %s...\n", packing.path);
-    else packing.add(opened, path.length(), entry->d_name);
+    else packing.add(top_level, path.length(), *entry);
   }
   return 0;
 }

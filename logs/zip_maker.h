@@ -20,10 +20,12 @@ class MakeZipFile {
   // Writes the archive's directory and closes it.
   void CloseZip();
 
-  // Adds all files below a folder in the order of the folders; 0, or 1 when the folder cannot be opened. A file that
-  // cannot be read becomes an empty entry, and so does a link to a folder. With `top` 1, entry names begin behind the
+  // Adds all files below a folder in the order of the folders; 0, or 1 when the folder cannot be opened. A link
+  // counts as what it leads to; what cannot be read becomes an empty entry, and so does a link to a folder that it is
+  // in. With `top` 1, entry names begin behind the
   // folder's path. A "/" at the folder's end is removed in the caller's text once the folder has an entry. A path of
-  // more than 999 characters is left out. Takes at most 8 MiB of memory, and ends the threads that it starts.
+  // more than 999 characters is left out. Takes at most 8 MiB of memory apart from the archive's directory and the
+  // folders that are open, and ends the threads that it starts.
   int FolderToZip(char* folder, int top);
 
   // Adds a file with what it holds when it is opened; 0 also for a file that cannot be read or added, or -104 without

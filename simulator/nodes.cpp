@@ -102,7 +102,9 @@ bool make(const std::string& path, const Node& node) {
   if (path.empty()) return false;
   struct stat there;
   // A kill leaves a partition without its size.
-  if (stat(path.c_str(), &there) == 0 && (node.size == 0 || there.st_size > 0)) return true;
+  if (stat(path.c_str(), &there) == 0 && (node.size == 0 || there.st_size > static_cast<off_t>(node.content.size()))) {
+    return true;
+  }
   return make_folders(path.substr(0, path.rfind('/'))) && write_file(path, std::string(node.content)) &&
          (node.size == 0 || truncate(path.c_str(), node.size) == 0);
 }
@@ -122,6 +124,8 @@ bool make_nodes(const std::string& root, std::string* culprit) {
 }
 
 void boot_nodes(const std::string& root) {
+  // Made by init on a phone.
+  if (const std::string dumps = resolve(root, "/data/dbdump"); !dumps.empty()) make_folders(dumps);
   for (const Node& node : kNodes) {
     if (node.life == Life::one_boot) write_file(resolve(root, node.path), std::string(node.content));
   }

@@ -29,6 +29,8 @@ done
 is_file() { [ -f "$1" ] && [ ! -L "$1" ]; }
 if [ $# -eq 0 ]; then
   for f in "$root"/dev/__properties__/* "$root"/data/property/*; do
+    # A property that is being set has a second file for a moment.
+    case $f in *.new~*) continue ;; esac
     is_file "$f" && printf '[%s]: [%s]\n' "${f##*/}" "$(cat "$f")"
   done
   exit 0
@@ -52,7 +54,7 @@ printf '%s\n' "$2" > "$f"
 constexpr const char* kLogcat = R"sh(#!/bin/sh
 # logcat [-b BUFFER]... [-d] [-c] [-v FORMAT] [-f FILE [-r KB] [-n COUNT]]: the buffers main, system and crash, or those
 # named; without -d it goes on with new lines until it is ended; -c empties them instead. FORMAT: threadtime, time,
-# brief, tag, raw. With -d and -r, what is over KB moves to FILE.1 and so on, COUNT files at most.
+# brief, tag, raw. With -d and -r, what is over KB moves to FILE.1 and so on, to FILE.COUNT at most.
 root=$(readlink -f "$0"); root=${root%/system/bin/*}
 log=$root/dev/log
 [ "$(readlink -f "$log")" = "$log" ] || { echo "logcat: no folder $log" >&2; exit 1; }
@@ -119,7 +121,7 @@ if [ -n "$dump" ] && [ -n "$out" ] && [ -n "$kb" ]; then
   status=0
   for piece; do
     left=$(($# - 1)); shift
-    [ $left -lt "$count" ] || continue
+    [ $left -le "$count" ] || continue
     if [ $left -eq 0 ]; then cat "$piece" > "$out" || status=1; continue; fi
     rm -f "$out.$left"  # it may be a link
     cat "$piece" > "$out.$left" || status=1

@@ -56,7 +56,7 @@ TreeWalk::Step TreeWalk::next() {
     type_ = entry->d_type;
     struct stat status;
     if (type_ == DT_UNKNOWN && fstatat(folder(), name(), &status, AT_SYMLINK_NOFOLLOW) == 0) {
-      type_ = IFTODT(status.st_mode);
+      type_ = static_cast<unsigned char>((status.st_mode & S_IFMT) >> 12);
     }
     return type_ == DT_DIR ? Step::folder : Step::file;
   }

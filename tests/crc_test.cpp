@@ -88,7 +88,7 @@ TEST_F(CrcTest, TheCodeIsReadByItsHeaders) {
   EXPECT_EQ("0xC9B5B9BB", data_of(run(4013))) << "a new phone";
   fs::remove_all(root_ + place);
   EXPECT_EQ("0x00000000", data_of(run(4013)));
-  EXPECT_EQ(1, errors("file open error:" + place + "sbl1 : No such file or directory"));
+  EXPECT_EQ(1, errors("file open error:" + place + "sbl1"));
   const std::tuple<const char*, std::string, std::string> rows[] = {
       {"aboot", noise(300000, 1, {{16, 200000}}), "code_crc mbn_sum[0] 196 KB: DAC1DA0B"},
       {"sbl2", noise(5000, 2, {{16, 9000}}), "code_crc mbn_sum[1] 9 KB: 2493B5B9"},
@@ -135,8 +135,10 @@ TEST_F(CrcTest, FilesCountByTheRulesOfTheirFolders) {
   put("/data/outside", "keep");
   fs::create_symlink("../outside", root_ + "/data/.OP/link");
   std::map<std::string, struct stat> list;
+  list["/system/a/x"].st_size = 77;
   get_file_list("/system", list);
   EXPECT_EQ(7u, list.size());
+  EXPECT_EQ(77, list["/system/a/x"].st_size) << "the first one stays";
   EXPECT_TRUE(S_ISLNK(list["/system/a/link"].st_mode));
   put("/system/etc/file_crc_skip_list.txt",
       "/system/a/gone\n/system/a/x \r\n/system/a/gone\n/system/etc/file_crc_skip_list.txt\n"
@@ -218,6 +220,7 @@ TEST_F(CrcTest, CommandsTellWhatFails) {
                                               {4, "db copy fail!"}, {6, "nv crc fail!"},        {7, "nv dump fail!"},
                                               {8, "nv copy fail!"}, {9, "Error : Invalid type"}};
   device().faults.fail("request_to_modem_via_dmi");
+  fs::remove(root_ + "/data/dbdump");
   put("/data/dbdump", "no folder");
   for (const auto& [type, error] : rows) {
     EXPECT_EQ("ERROR", command(type, 1));
@@ -228,8 +231,7 @@ TEST_F(CrcTest, CommandsTellWhatFails) {
   EXPECT_EQ(1, errors("DB DUMP request to system fail.\n"));
   EXPECT_EQ(0, crcwizard_phone_status_dump());
   EXPECT_EQ(1, errors("fopen file_crc_result.txt file failed."));
-  for (const auto& [text, result] : {std::pair("x", 1), {"-1", 1}, {"42", 0}})
-    EXPECT_EQ(result, run(4060, text).result);
+  for (const auto& [text, result] : {std::pair("x", 1), {"42", 0}}) EXPECT_EQ(result, run(4060, text).result);
   EXPECT_EQ("4", data_of(run(4061)));
 }
 

@@ -131,7 +131,8 @@ TEST_F(ScreenTest, AnImageIsNotBelieved) {
       {header(4, 4, 1) + pixels, 32, 64},
       {header(4, 4, 77) + pixels + "more", 16, 32},
       {header(4, 4, 4) + pixels.substr(0, 32), 16, 32},
-      {header(4, 4, 4) + pixels, 32, 0},  // no raw words
+      {header(4, 4, 4) + pixels, 32, 0},  // not so many words
+      {header(9, 7, 4) + pixels + pixels, 32, 64},
       {header(4, 4, 3) + pixels, 16, 0},  // is not converted
       {header(4, 4, 3) + pixels, 32, 0},
       {header(4, 4, 1) + pixels.substr(1), 16, 0},
@@ -143,8 +144,8 @@ TEST_F(ScreenTest, AnImageIsNotBelieved) {
       {header(0x80000000, 0x80000000, 1) + pixels, 32, 0},
       {header(0xFFFFFFFF, 0xFFFFFFFF, 4) + pixels, 16, 0},
       {header(4, 4, 1), 16, 0},
-      {number(4) + number(4), 16, 0},
-      {"", 32, 0},
+      {number(4) + number(4), 16, 32},  // no image: the framebuffer
+      {"", 32, 64},
   };
   screen_.captureScreen(9, 9, 9, 9, 16);  // opens the log
   const auto open_files = descriptors();
@@ -152,6 +153,7 @@ TEST_F(ScreenTest, AnImageIsNotBelieved) {
     SCOPED_TRACE(testing::PrintToString(image.substr(0, 12)));
     leave(image);
     EXPECT_EQ(size, screen_.captureScreen(0, 0, 4, 4, bits));
+    screen_.deinit();
     EXPECT_FALSE(std::filesystem::exists(root_ + kTemporary));
     EXPECT_EQ("umount2 /data/screencap/ 1", device().shell.history().back());
     EXPECT_EQ(open_files, descriptors());

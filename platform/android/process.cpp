@@ -35,17 +35,16 @@ pid_t wait_for(pid_t child, int* status) {
 int os_run(const char* const* argv) {
   // A program that starts closes the pipe. A child that cannot start it writes the errno.
   int failure[2];
-  if (!argv[0] || pipe2(failure, O_CLOEXEC) != 0) return -1;
-  pid_t child = fork();
+  if (pipe2(failure, O_CLOEXEC) != 0) return -1;
+  const pid_t child = fork();
+  int error = errno;
   if (child == 0) become(argv, failure[1]);
   close(failure[1]);
   if (child < 0) {
-    const int error = errno;
     close(failure[0]);
     errno = error;
     return -1;
   }
-  int error = 0;
   ssize_t length;
   do {
     length = read(failure[0], &error, sizeof error);

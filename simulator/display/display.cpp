@@ -130,7 +130,8 @@ bool Display::ioctl(int fd, unsigned long request, void* argument, int* result) 
     fixed.line_length = static_cast<__u32>(row_bytes(now));
     fixed.visual = FB_VISUAL_TRUECOLOR;
     *static_cast<struct fb_fix_screeninfo*>(argument) = fixed;
-    draw(now);
+    // What the program maps must be there.
+    if (!draw(now)) errno = EIO, *result = -1;
     return true;
   }
   struct fb_var_screeninfo variable = {};
@@ -163,15 +164,15 @@ std::vector<std::string> Display::lines() const {
           std::to_string(now.width) + "x" + std::to_string(now.height) + " " + std::to_string(now.depth) + " bit"};
 }
 
-// Gives the framebuffer its size, and brings the test card in it up to date. A file that is large enough keeps its
-// size: a program may have mapped it.
-void Display::draw(const DisplaySettings& now) {
+// Gives the framebuffer its size, and brings the test card in it up to date; false when that fails. A file that is
+// large enough keeps its size: a program may have mapped it.
+bool Display::draw(const DisplaySettings& now) {
   const int fd = open(framebuffer().c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
   struct stat file;
   if (fd < 0 || fstat(fd, &file) != 0 || !S_ISREG(file.st_mode)) {
     complain("dev/graphics/fb0", fd < 0 ? strerror(errno) : "this is not a file");
     if (fd >= 0) close(fd);
-    return;
+    return false;
   }
   const bool own = is_own();
   std::string card;
@@ -191,6 +192,7 @@ void Display::draw(const DisplaySettings& now) {
   }
   if (!written) complain("dev/graphics/fb0", strerror(errno));
   close(fd);
+  return written;
 }
 
 Image Display::picture() const {
@@ -229,7 +231,7 @@ int Display::screencap(const std::vector<std::string>& arguments, int output) co
   std::string file;
   for (size_t i = 1; i < arguments.size(); ++i) {
     if (arguments[i] == "-p") png = true;
-    else file = arguments[i];
+    else file = arguments[i].starts_with('/') ? arguments[i] : root_ + "/" + arguments[i];
   }
   const std::string image = png || file.ends_with(".png") ? to_png(picture()) : raw();
   const bool written = file.empty() ? output < 0 || write_all(output, image) : write_file(file, image);

@@ -62,7 +62,7 @@ class Display {
   std::string framebuffer() const;
   bool is_own() const;
   std::vector<std::string> lines() const;
-  void draw(const DisplaySettings& now);
+  bool draw(const DisplaySettings& now);
 
   std::string root_;
   Clock& clock_;
