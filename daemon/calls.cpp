@@ -306,7 +306,7 @@ std::vector<HostFunction> library_functions() {
           Success::size),
       row("convertToBW", reduce, "THRESHOLD", "Tells the bytes of a bitmap of the screen.", Success::size),
       row("saveScreenToFile", save, "PNG PATH", "Writes what is on the screen into a file: raw with 0, else PNG."),
-      FUNCTION(makedir, "PATH", "Makes a folder and those above it: 1, or 0 when it cannot.", Success::any),
+      FUNCTION(makedir, "PATH", "Makes a folder and those above it: 1, or 0 when it cannot.", Success::one),
       FUNCTION(crc_command, "TYPE", "Runs the CRC command of this number, 0 to 8."),
       FUNCTION(crcwizard_command, "TYPE", "Runs the CRC wizard's command 0: dumps, and the CRC of the files."),
       FUNCTION(code_crc, "", "Tells the CRC of the software partitions.", Success::one),

@@ -125,7 +125,9 @@ bool make_nodes(const std::string& root, std::string* culprit) {
 
 void boot_nodes(const std::string& root) {
   // Made by init on a phone.
-  if (const std::string dumps = resolve(root, "/data/dbdump"); !dumps.empty()) make_folders(dumps);
+  for (const char* folder : {"/data/dbdump", "/data/mtslog"}) {
+    if (const std::string place = resolve(root, folder); !place.empty()) make_folders(place);
+  }
   for (const Node& node : kNodes) {
     if (node.life == Life::one_boot) write_file(resolve(root, node.path), std::string(node.content));
   }

@@ -148,7 +148,7 @@ TEST(ClientPhone, HelpNeedsNoPhone) {
   EXPECT_TRUE(has(items, "  item list ") && has(items, "  item import ") && !has(items, "  log ")) << items;
   const std::string set = atdctl_phone("", {"item", "set", "5", "--help"}).out;
   EXPECT_TRUE(has(set, "  item set INDEX|NAME VALUE  ") && !has(set, "  item get ")) << set;
-  EXPECT_EQ("atdctl 0.5.0\n", atdctl("", {"--version"}).out);
+  EXPECT_EQ("atdctl 0.6.0\n", atdctl("", {"--version"}).out);
   const std::string manual = atdctl("", {"manual"}).out;
   EXPECT_TRUE(has(manual, "\n\\fBitem set\\fR \\fIINDEX|NAME VALUE\\fR\n")) << manual;
   EXPECT_TRUE(has(manual, "\n\\fBget_wine_ime\\fR \\fI(3200)\\fR\nAnswers the wine IME flag, ")) << manual;

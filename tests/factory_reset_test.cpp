@@ -64,7 +64,7 @@ TEST_F(FactoryResetTest, TheWholeCycle) {
   device().reboot();
   device().clock.hold_sleeps();
   EXPECT_EQ(0, sfactoryreset());
-  EXPECT_EQ("50000 /data/dbdump /data/property ABCDEF123456", left());
+  EXPECT_EQ("50000 /data/dbdump /data/mtslog /data/property ABCDEF123456", left());
   for (const char* wizard : {"", "1", "2"}) {
     device().clock.await_waiters();
     EXPECT_EQ(5, get_factory_status());
