@@ -80,7 +80,8 @@ TEST_F(CardTest, TheDaemonIsLateFailsAndMisbehaves) {
     close(fd);
   }
   using enum sim::DaemonManner;
-  for (const auto& [how, answer] : {std::pair{crash, "(closed)"}, {normal, "500 7 "}, {chatty, "640 disk:8,0 8|500"}}) {
+  // The first one waits for the late one's end.
+  for (const auto& [how, answer] : {std::pair{normal, "500 7 "}, {crash, "(closed)"}, {chatty, "640 disk:8,0 8|500"}}) {
     device().volume_daemon.behave(how);
     EXPECT_EQ(0u, ask("").find(answer)) << answer;
   }

@@ -81,6 +81,8 @@ const char* text_of(int code) {
 bool await_read(int fd) {
   int unread = 0;
   for (int us = 0; us < kPatienceUs && ioctl(fd, SIOCOUTQ, &unread) == 0 && unread > 0; us += 100) usleep(100);
+  // A reader that has the bytes still looks for more of them before its call ends.
+  usleep(1000);
   return unread == 0;
 }
 
