@@ -1,7 +1,6 @@
 #include "logs/archive_file.h"
 
 #include <errno.h>
-#include <fcntl.h>
 #include <stdio.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -9,6 +8,7 @@
 #include <algorithm>
 
 #include "platform/os.h"
+#include "text/file.h"
 
 namespace atd {
 
@@ -17,14 +17,14 @@ namespace {
 // Below 4 GiB by more than deflate can add to what it cannot compress.
 constexpr unsigned long long kLargeFile = 0xff000000;
 
-voidpf open_file(voidpf, const void* path, int mode) {
+voidpf open_stream(voidpf, const void* path, int mode) {
   return fopen(device_path(static_cast<const char*>(path)), mode & ZLIB_FILEFUNC_MODE_CREATE ? "wbe" : "rbe");
 }
 
-ZPOS64_T tell_file(voidpf, voidpf stream) { return static_cast<ZPOS64_T>(ftello(static_cast<FILE*>(stream))); }
+ZPOS64_T tell_stream(voidpf, voidpf stream) { return static_cast<ZPOS64_T>(ftello(static_cast<FILE*>(stream))); }
 
 // minizip's numbers for where an offset counts from are those of the C library.
-long seek_file(voidpf, voidpf stream, ZPOS64_T offset, int origin) {
+long seek_stream(voidpf, voidpf stream, ZPOS64_T offset, int origin) {
   return fseeko(static_cast<FILE*>(stream), static_cast<off_t>(offset), origin) == 0 ? 0 : -1;
 }
 
@@ -34,9 +34,9 @@ zlib_filefunc64_def file_functions() {
                 ZLIB_FILEFUNC_SEEK_END == SEEK_END && sizeof(off_t) == 8);
   zlib_filefunc64_def functions;
   fill_fopen64_filefunc(&functions);
-  functions.zopen64_file = open_file;
-  functions.ztell64_file = tell_file;
-  functions.zseek64_file = seek_file;
+  functions.zopen64_file = open_stream;
+  functions.ztell64_file = tell_stream;
+  functions.zseek64_file = seek_stream;
   return functions;
 }
 
@@ -52,18 +52,12 @@ unzFile open_archive(const char* path) {
   return unzOpen2_64(path, &functions);
 }
 
-// Without O_NONBLOCK a pipe without a writer would hold up the archive for ever.
-ArchiveSource::ArchiveSource(const char* path) : fd_(open(device_path(path), O_RDONLY | O_NONBLOCK | O_CLOEXEC)) {
+ArchiveSource::ArchiveSource(const char* path) : fd_(open_file(path)) {
   struct stat status;
-  if (fd_ < 0) return;
-  if (fstat(fd_, &status) == 0 && S_ISREG(status.st_mode)) {
-    left_ = static_cast<unsigned long long>(status.st_size);
-    is_large_ = left_ >= kLargeFile;
-    if (left_ == 0) left_ = kLargeFile - 1;
-  } else {
-    close(fd_);
-    fd_ = -1;
-  }
+  if (fd_ < 0 || fstat(fd_, &status) != 0) return;
+  left_ = static_cast<unsigned long long>(status.st_size);
+  is_large_ = left_ >= kLargeFile;
+  if (left_ == 0) left_ = kLargeFile - 1;
 }
 
 ArchiveSource::~ArchiveSource() {
@@ -72,14 +66,8 @@ ArchiveSource::~ArchiveSource() {
 
 size_t ArchiveSource::next(void* piece) {
   const size_t wanted = static_cast<size_t>(std::min<unsigned long long>(left_, kZipPieceSize));
-  size_t length = 0;
-  while (length < wanted) {
-    const ssize_t got = read(fd_, static_cast<char*>(piece) + length, wanted - length);
-    if (got < 0 && errno == EINTR) continue;
-    failed_ = got < 0;
-    if (got <= 0) break;
-    length += static_cast<size_t>(got);
-  }
+  const size_t length = read_up_to(fd_, piece, wanted);
+  failed_ = failed_ || errno != 0;
   left_ = length == wanted ? left_ - length : 0;
   return length;
 }

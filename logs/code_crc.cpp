@@ -1,6 +1,5 @@
 #include "logs/code_crc.h"
 
-#include <errno.h>
 #include <fcntl.h>
 #include <stdint.h>
 #include <string.h>
@@ -12,6 +11,7 @@
 #include "logs/block_crc.h"
 #include "platform/log.h"
 #include "platform/os.h"
+#include "text/file.h"
 #include "text/text_writer.h"
 
 using namespace atd;
@@ -46,16 +46,7 @@ class Partition {
   bool is_open() const { return fd_ >= 0; }
 
   // Reads the next bytes and returns how many there were.
-  size_t read_next(uint8_t* bytes, size_t size) {
-    size_t done = 0;
-    while (done < size) {
-      const ssize_t got = read(fd_, bytes + done, size - done);
-      if (got < 0 && errno == EINTR) continue;
-      if (got <= 0) break;
-      done += static_cast<size_t>(got);
-    }
-    return done;
-  }
+  size_t read_next(uint8_t* bytes, size_t size) { return read_up_to(fd_, bytes, size); }
 
   // The sum of the CRCs of the next blocks.
   uint32_t sum_next(uint64_t blocks) {
@@ -102,7 +93,7 @@ int code_crc(char* out) {
     image.read_next(header, sizeof header);
     const uint32_t size = number(header, 16);
     SLOGI("mbn_size [%u]: %08X (%u) \n", at, size, size);
-    const uint32_t blocks = size / 1024 + 1;
+    const uint32_t blocks = size / kBlockSize + 1;
     sum += image.sum_next(blocks);
     SLOGI("code_crc mbn_sum[%u] %u KB: %08X", at, blocks, sum);
   }
@@ -115,7 +106,7 @@ int code_crc(char* out) {
     image.read_next(header, sizeof header);
     const uint32_t kernel = number(header, 8), ramdisk = number(header, 16);
     SLOGI("img_size [%u]: kernel : %08X (%u), ramdisk : %08X (%u) \n", at, kernel, kernel, ramdisk, ramdisk);
-    const uint64_t blocks = (uint64_t{kernel} + ramdisk + kBootImageRest) / 1024 + 1;
+    const uint64_t blocks = (uint64_t{kernel} + ramdisk + kBootImageRest) / kBlockSize + 1;
     sum += image.sum_next(blocks);
     SLOGI("code_crc kernel_sum[%u] %u KB: %08X", at, static_cast<unsigned>(blocks), sum);
   }
@@ -125,7 +116,7 @@ int code_crc(char* out) {
     const uint32_t size = number(header, 28);
     SLOGI("sbl1_size : %08X (%u) \n", size, size);
     // One block less than the other images have, on purpose.
-    const uint32_t blocks = size / 1024;
+    const uint32_t blocks = size / kBlockSize;
     sum += image.sum_next(blocks);
     SLOGI("code_crc sbl1_sum %u KB: %08X", blocks, sum);
   }

@@ -1,4 +1,4 @@
-// What keeps a copy of folders inside of its target, and lets it end. Paths are absolute device paths.
+// What keeps a copy of folders inside of its target, and lets a walk end that follows links. Paths are absolute device paths.
 #pragma once
 
 #include <stddef.h>
@@ -40,7 +40,8 @@ class WalkPath {
 // A folder that a copy is in, and what it is copied to.
 class CopyLevel {
  public:
-  // `outer` is the level of the folder around it, or null; it outlives this one. The destination need not be there.
+  // `outer` is the level of the folder around it, or null; it outlives this one. The destination need not be there, and
+  // is null for a walk that writes to no folder.
   CopyLevel(const CopyLevel* outer, const char* source, const char* destination);
 
   // True when the source is its own destination, or a folder that the copy is in or writes to: a link led there, and
@@ -65,15 +66,5 @@ class CopyLevel {
   const CopyLevel* outer_;
   Id source_, destination_;
 };
-
-// Opens a file for reading, without waiting; a descriptor, or -1 with errno, which is EINVAL for what is not a file.
-int open_file(const char* path);
-
-// Opens a file for writing, without waiting, and makes it with the mode where there is none; `flags` may be O_TRUNC. A
-// descriptor, or -1 with errno, which is EINVAL for what is there and is not a file, links included.
-int open_target(const char* path, int flags, mode_t mode);
-
-// Whether this is a link. The path has no "/" at its end.
-bool is_link(const char* path);
 
 }  // namespace atd

@@ -9,10 +9,10 @@
 #include <unistd.h>
 
 #include "factory/item_registry.h"
-#include "logs/copy_guard.h"
 #include "platform/ftm_item.h"
 #include "platform/log.h"
 #include "platform/os.h"
+#include "text/file.h"
 #include "text/folder.h"
 #include "text/text_writer.h"
 
@@ -41,7 +41,7 @@ static_assert(sizeof(CrashRecord) == item<kFirstItem>.length);
 
 // Writes a record's text to its file; false, with the failure reported, when that cannot be written.
 bool write_text(const char* path, const CrashRecord& record) {
-  if (!Folder(kFolder).is_open() && mkdir(device_path(kFolder), 0755) != 0 && errno == ENOENT) {
+  if (mkdir(device_path(kFolder), 0755) != 0 && errno == ENOENT) {
     SLOGE("couldn't makedir directory : %s\n", kFolder);
     return false;
   }

@@ -13,24 +13,24 @@ using namespace atd;
 
 namespace {
 
-// Reports what a worker, which returns 1 for success, has made: success as `format` with its text, where there is one.
-bool report(int result, const char* text, const char* format, const char* failure) {
+// Logs the result of a CRC function, 1 for success, a named one with its text; true for success.
+bool report(int result, const char* text, const char* name, const char* failure) {
   if (result != 1) SLOGE("%s", failure);
-  else if (format) SLOGI(format, text);
+  else if (name) SLOGI("%s CRC: %s", name, text);
   return result == 1;
 }
 
 bool run(int type, char* text) {
   switch (type) {
-    case 0: return report(db_crc(text), text, "DB CRC: %s", "db crc fail!");
-    case 1: return report(fpri_crc(text), text, "FPRI CRC: %s", "fpri crc fail!");
-    case 2: return report(code_crc(text), text, "CODE CRC: %s", "");
+    case 0: return report(db_crc(text), text, "DB", "db crc fail!");
+    case 1: return report(fpri_crc(text), text, "FPRI", "fpri crc fail!");
+    case 2: return report(code_crc(text), text, "CODE", "");
     case 3:
       return report(db_dump(text), text, nullptr, "db dump fail!") &&
              report(phone_status_dump(), text, nullptr, "phone status dump fail!");
     case 4: return report(db_copy(text), text, nullptr, "db copy fail!");
-    case 5: return report(file_crc(text, nullptr), text, "FILE CRC: %s", "");
-    case 6: return report(nv_crc(text), text, "NV CRC: %s", "nv crc fail!");
+    case 5: return report(file_crc(text, nullptr), text, "FILE", "");
+    case 6: return report(nv_crc(text), text, "NV", "nv crc fail!");
     case 7: return report(nv_dump(), text, nullptr, "nv dump fail!");
     case 8: return report(nv_copy(text), text, nullptr, "nv copy fail!");
     default: SLOGE("Error : Invalid type"); return false;

@@ -35,7 +35,7 @@ int dump_files(const char* path, char* out) {
   return 1;
 }
 
-void dump_sim_count(FILE* dump, const char* format) {
+void dump_sim_count(FILE* dump, bool as_character) {
   char count[MAX_RZCMD_REQ_SIZE + 1] = {};
   const int error = tav_issim_req("", 0, count, nullptr);
   if (error != 0) {
@@ -46,11 +46,13 @@ void dump_sim_count(FILE* dump, const char* format) {
     fputs("SIM count : 0\r\n", dump);
   } else {
     SLOGI("success issim! \n");
-    fprintf(dump, format, static_cast<unsigned char>(count[0]));
+    // The digit as a number, on purpose: one SIM is 49.
+    if (as_character) fprintf(dump, "SIM count : %c\r\n", count[0]);
+    else fprintf(dump, "SIM count : %d\r\n", static_cast<unsigned char>(count[0]));
   }
 }
 
-int dump_status(const char* sim_count) {
+int dump_status(bool sim_count_as_character) {
   FILE* dump = open_dump(kPhoneStatus);
   if (!dump) {
     SLOGE("fopen file_crc_result.txt file failed.\n");
@@ -59,7 +61,7 @@ int dump_status(const char* sim_count) {
   char boot[PROPERTY_VALUE_MAX] = "";
   system_property_get("ro.bootmode", boot);
   fprintf(dump, "factory cable type : %s\r\n", boot);
-  dump_sim_count(dump, sim_count);
+  dump_sim_count(dump, sim_count_as_character);
   fprintf(dump, "sd card : %s\r\n", mmc_emt(nullptr) == 0 ? "true" : "false");
   close_dump(dump);
   return 1;
@@ -83,6 +85,5 @@ int crcwizard_file_dump(char* out) {
   return dump_files(kWizardFileCrc, out);
 }
 
-// The digit as a number, on purpose: one SIM is 49.
-int phone_status_dump() { return dump_status("SIM count : %d\r\n"); }
-int crcwizard_phone_status_dump() { return dump_status("SIM count : %c\r\n"); }
+int phone_status_dump() { return dump_status(false); }
+int crcwizard_phone_status_dump() { return dump_status(true); }

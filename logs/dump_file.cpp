@@ -4,13 +4,12 @@
 #include <unistd.h>
 
 #include "platform/log.h"
-#include "platform/os.h"
+#include "text/file.h"
 
 namespace atd {
 
 FILE* open_dump(const char* path) {
-  unlink(device_entry(path));
-  const int fd = open(device_path(path), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0644);
+  const int fd = open_new(path, O_WRONLY);
   if (fd < 0) return nullptr;
   FILE* dump = fdopen(fd, "w");
   if (!dump) close(fd);

@@ -9,7 +9,7 @@
 
 namespace atd {
 
-// Results below 0 are minizip's errors. An object is used from open to close by one entry.
+// Results below 0 are errors of minizip or zlib. An object is used from open to close by one entry.
 class EntryReader {
  public:
   explicit EntryReader(unzFile archive) : archive_(archive) {}

@@ -9,6 +9,7 @@
 #include "logs/copy_guard.h"
 #include "platform/log.h"
 #include "platform/os.h"
+#include "text/file.h"
 #include "text/folder.h"
 
 using namespace atd;
@@ -21,19 +22,18 @@ constexpr size_t kPathSize = 512;
 // Copies what follows in a file; false, with the failure reported, when that cannot be read or written.
 bool copy_blocks(int in, int out, const char* source) {
   char block[kBlock];
-  while (true) {
-    const ssize_t got = read(in, block, sizeof block);
-    if (got == 0) return true;
-    if (got < 0 && errno == EINTR) continue;
-    if (got < 0) {
-      SLOGE("copy failed. read error from (%s)", source);
-      return false;
-    }
-    if (write(out, block, static_cast<size_t>(got)) != got) {
+  while (const size_t got = read_up_to(in, block, sizeof block)) {
+    const int error = errno;
+    if (!write_all(out, block, got)) {
       SLOGE("copy failed. write error from (%s)", source);
       return false;
     }
+    errno = error;
+    if (error != 0) break;
   }
+  if (errno == 0) return true;
+  SLOGE("copy failed. read error from (%s)", source);
+  return false;
 }
 
 // A copy from folder to folder.
@@ -64,6 +64,7 @@ void FolderCopy::copy_entry(const struct dirent& entry, const CopyLevel& level) 
   const size_t source_length = source.length(), destination_length = destination.length();
   struct stat status;
   if (!source.add_name(entry.d_name) || !destination.add_name(entry.d_name)) {
+    source.shrink(source_length);
     SLOGE("[copy_dir] Error : Too long a path : %s in %s\n", entry.d_name, source.text());
   } else if (stat(device_path(source.text()), &status) == 0) {
     if (S_ISREG(status.st_mode)) copy_file(source.text(), destination.text());

@@ -34,7 +34,7 @@ bool contains(const char* text, size_t length, const char (&part)[size]) {
 }
 
 // Whether what the walk has come upon counts by the rules of its folder.
-bool counts(const TreeWalk& tree) {
+bool is_counted(const TreeWalk& tree) {
   const char* folder = tree.path();
   const char* name = tree.name();
   const size_t length = static_cast<size_t>(name - 1 - folder);
@@ -54,7 +54,7 @@ template <typename Visit>
 void walk_list(const char* root, Visit visit) {
   TreeWalk tree("get_file_list", root, report_no_access);
   for (TreeWalk::Step step; (step = tree.next()) != TreeWalk::Step::end;) {
-    if ((step != TreeWalk::Step::file && step != TreeWalk::Step::folder) || !counts(tree)) continue;
+    if ((step != TreeWalk::Step::file && step != TreeWalk::Step::folder) || !is_counted(tree)) continue;
     struct stat status;
     if (step == TreeWalk::Step::folder) tree.enter();
     else if (fstatat(tree.folder(), tree.name(), &status, AT_SYMLINK_NOFOLLOW) == 0) visit(tree.path(), status);
@@ -82,14 +82,14 @@ void read_skip_list(Remove remove) {
 }
 
 // What file_crc keeps of a file list: the paths, one behind the other, and what it needs of each.
-class Sizes {
+class FileList {
  public:
   void add(const char* path, off_t size) {
     files_.push_back({paths_.size(), size, false});
     paths_.append(path, strlen(path) + 1);
   }
 
-  // Sorts the files by their paths, of each of which the first one stays: a folder that changes may tell a name twice.
+  // Sorts the files by path. A folder that changes while it is read may give a name twice; the first one stays.
   void sort() {
     std::sort(files_.begin(), files_.end(), [this](const File& a, const File& b) {
       const int order = strcmp(path(a), path(b));
@@ -159,7 +159,7 @@ int fold_tree(const char* dir, FILE* list, uint32_t* crc) {
   if (!tree.is_open()) return 1;
   Bytef piece[kPieceSize];
   for (TreeWalk::Step step; (step = tree.next()) != TreeWalk::Step::end;) {
-    if ((step != TreeWalk::Step::file && step != TreeWalk::Step::folder) || !counts(tree)) continue;
+    if ((step != TreeWalk::Step::file && step != TreeWalk::Step::folder) || !is_counted(tree)) continue;
     if (strlen(tree.path()) >= kHashedPathSize) {
       SLOGE("[find_file] Error : Too long a path : %s\n", tree.path());
     } else if (step == TreeWalk::Step::folder) {
@@ -184,11 +184,11 @@ int file_crc(char* out, FILE* list) {
 }
 
 uint32_t getfilesizecrc(const char* root, uint32_t crc, FILE* list) {
-  Sizes sizes;
-  walk_list(root, [&](const char* path, const struct stat& status) { sizes.add(path, status.st_size); });
-  sizes.sort();
-  read_skip_list([&](const char* path) { return sizes.skip(path); });
-  return sizes.fold(crc, list);
+  FileList files;
+  walk_list(root, [&](const char* path, const struct stat& status) { files.add(path, status.st_size); });
+  files.sort();
+  read_skip_list([&](const char* path) { return files.skip(path); });
+  return files.fold(crc, list);
 }
 
 int find_file(const char* dir, FILE* list) {

@@ -2,7 +2,8 @@
 
 #include <errno.h>
 #include <string.h>
-#include <unistd.h>
+
+#include "text/file.h"
 
 namespace atd {
 
@@ -10,17 +11,6 @@ namespace {
 
 constexpr size_t kPiece = 255;
 constexpr size_t kBlock = 64 * 1024;
-
-bool write_all(int fd, const char* bytes, size_t size) {
-  while (size > 0) {
-    const ssize_t written = write(fd, bytes, size);
-    if (written < 0 && errno == EINTR) continue;
-    if (written <= 0) return false;
-    bytes += written;
-    size -= static_cast<size_t>(written);
-  }
-  return true;
-}
 
 }  // namespace
 
@@ -54,12 +44,12 @@ size_t LineFilter::filter(char* block, size_t size) {
 int copy_lines(int source, int destination) {
   LineFilter lines;
   char block[kBlock];
-  while (true) {
-    const ssize_t got = read(source, block, sizeof block);
-    if (got == 0) return 0;
-    if (got < 0 && errno == EINTR) continue;
-    if (got < 0 || !write_all(destination, block, lines.filter(block, static_cast<size_t>(got)))) return -1;
+  while (const size_t got = read_up_to(source, block, sizeof block)) {
+    const int error = errno;
+    if (!write_all(destination, block, lines.filter(block, got))) return -1;
+    if (error != 0) return errno = error, -1;
   }
+  return errno == 0 ? 0 : -1;
 }
 
 }  // namespace atd

@@ -12,6 +12,7 @@
 #include "logs/line_copy.h"
 #include "platform/log.h"
 #include "platform/os.h"
+#include "text/file.h"
 #include "text/folder.h"
 #include "text/text_writer.h"
 
@@ -23,6 +24,11 @@ constexpr char kWho[] = "copy_log";
 
 // An entry's path in the source is cut at this size, terminator included.
 constexpr size_t kSourceSize = 256;
+
+bool is_same(int fd, int other) {
+  struct stat one, two;
+  return fstat(fd, &one) == 0 && fstat(other, &two) == 0 && one.st_dev == two.st_dev && one.st_ino == two.st_ino;
+}
 
 // A copy from folder to folder. Both paths end in "/".
 class LogCopy {
@@ -41,7 +47,7 @@ void LogCopy::run(const CopyLevel* outer) {
   if (level.goes_round()) {
     SLOGE("[%s] Error : %s leads into the copy\n", kWho, source.text());
   } else {
-    if (!Folder(destination.text()).is_open()) mkdir(device_path(destination.text()), 0777);
+    mkdir(device_path(destination.text()), 0777);
     level.made(destination.text());
     Folder folder(source.text());
     if (!folder.is_open()) SLOGE("%s: do not open src file!!! : %s\n", kWho, source.text());
@@ -61,7 +67,8 @@ void LogCopy::copy_entry(const struct dirent& entry, const CopyLevel& level) {
   const bool fits = source.add(entry.d_name) && destination.add(entry.d_name) &&
                     (!is_folder || (source.length() < kSourceSize - 1 && destination.length() < PATH_MAX - 1));
   if (!fits) {
-    SLOGE("[%s] Error : Too long a path : %s in %s\n", kWho, entry.d_name, path);
+    source.shrink(source_length);
+    SLOGE("[%s] Error : Too long a path : %s in %s\n", kWho, entry.d_name, source.text());
   } else if (!is_folder) {
     copy_file(path);
   } else if (is_link(destination.text())) {
@@ -78,8 +85,9 @@ void LogCopy::copy_entry(const struct dirent& entry, const CopyLevel& level) {
 void LogCopy::copy_file(const char* from) {
   const int in = open_file(from);
   if (in < 0) return;
-  const int out = open_target(destination.text(), O_TRUNC, 0666);
-  if (out >= 0 && copy_lines(in, out) != 0) {
+  const int out = open_target(destination.text(), 0, 0666);
+  // A link may have led from the source to the destination.
+  if (out >= 0 && !is_same(in, out) && (ftruncate(out, 0) != 0 || copy_lines(in, out) != 0)) {
     SLOGE("[%s] Error : Can not copy %s. errno %d(%s)\n", kWho, from, errno, strerror(errno));
   }
   close(in);

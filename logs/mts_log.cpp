@@ -10,7 +10,6 @@
 
 #include "channel/opcodes.h"
 #include "channel/request_channel.h"
-#include "logs/copy_guard.h"
 #include "logs/file_copy.h"
 #include "logs/log_erase.h"
 #include "logs/log_folders.h"
@@ -18,6 +17,7 @@
 #include "platform/os.h"
 #include "platform/properties.h"
 #include "system/board.h"
+#include "text/file.h"
 #include "text/number.h"
 #include "text/prefix.h"
 #include "text/text_writer.h"
@@ -30,7 +30,7 @@ constexpr char kArchive[] = "/data/mtslogsave.zip";
 constexpr size_t kPlaceSize = 64;
 constexpr int kNameMax = 31;
 
-// The last part of a path, whatever slashes follow it, and its length. A path without one has this.
+// The last part of a path without the slashes behind it; "dummy" for a path that has none.
 struct LastPart {
   const char* text = "dummy";
   size_t length = 5;
@@ -96,8 +96,8 @@ int set_dest_path(const char* source, char* out) {
 
 int clear_dest(const char* path) {
   struct stat status;
-  if (stat(device_path(path), &status) != 0) return 0;
-  if (S_ISREG(status.st_mode) || is_link(path)) {
+  if (lstat(device_entry(path), &status) != 0) return 0;
+  if (S_ISREG(status.st_mode) || S_ISLNK(status.st_mode)) {
     remove(device_entry(path));
     SLOGI("removed file: %s", path);
   } else if (S_ISDIR(status.st_mode)) {

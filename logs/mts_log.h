@@ -7,14 +7,15 @@
 void cap_screen();
 
 // Writes the place of a copy, in the folder of the present number, to out (64 bytes): the path's last part, cut at 31
-// characters. Always 0.
+// characters, "dummy" for a path that has none. Always 0.
 int set_dest_path(const char* source, char* out);
 
 // Removes the file or the folder at a path, of a link the link alone. Always 0.
 int clear_dest(const char* path);
 
-// Copies a file or a folder to its place, which is cleared before; 0, or -1 when there is no such source, or its last
-// part is "..".
+// Copies a file or a folder to its place, which is made and cleared before; 0, also when not all was copied, or -1 when
+// there is no such source, its place is the source or holds it, its last part is "." or "..", or the number's folder is
+// a link.
 int copy_latest(const char* source);
 
 // Copies what crashes of the kernel and of programs have left; always 0.

@@ -16,6 +16,7 @@
 #include "platform/os.h"
 #include "platform/records.h"
 #include "storage/card.h"
+#include "text/file.h"
 #include "text/folder.h"
 #include "text/text_writer.h"
 
@@ -86,7 +87,7 @@ int nv_dump() {
 int nv_copy(char* out) {
   out[0] = '\0';
   char dump[kDumpSize] = {};
-  const int source = open(device_path(kDump), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  const int source = open_file(kDump);
   if (source < 0) return 0;
   const ssize_t got = read(source, dump, sizeof dump);
   close(source);

@@ -1,9 +1,9 @@
-// The CRC of the modem's numbered items, which the modem computes without a fixed list of them.
+// The CRC of the modem's numbered items, all of them but those of a fixed list. The modem computes it.
 #pragma once
 
 #pragma GCC visibility push(default)
 
-// Sends the list and puts the modem's record into response (2048 bytes), its length into *length: the number of items
+// Sends that list and puts the modem's record into response (2048 bytes), its length into *length: the number of items
 // left out, a byte, the CRC with its highest byte first, and the items left out, two bytes each with the lower one
 // first. 0, or the error of request_to_system.
 int frst_modem_data_clear_check(char* response, int* length);

@@ -42,7 +42,7 @@ inline unsigned block_to_bits(const uint8_t* pixels, int16_t limit) {
 void to_565(const uint32_t* __restrict pixels, size_t count, uint16_t* __restrict out) {
   for (; count >= kBlock; count -= kBlock, pixels += kBlock, out += kBlock) {
     for (size_t i = 0; i < kBlock; i += 2) {
-      // Two pixels make a word. What narrows a word to its half is dear without instructions for it.
+      // Two pixels make a word: narrowing is slow where the processor has no instruction for it.
       const uint32_t two = one_565(pixels[i]) | upper_565(pixels[i + 1]);
       memcpy(out + i, &two, sizeof two);
     }

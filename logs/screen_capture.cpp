@@ -15,6 +15,7 @@
 #include "platform/log.h"
 #include "platform/os.h"
 #include "platform/security.h"
+#include "text/file.h"
 
 using namespace atd;
 
@@ -54,17 +55,6 @@ void forget(unsigned char** array, int* size) {
   *size = 0;
 }
 
-bool read_whole(int fd, void* out, size_t size) {
-  for (uint8_t* at = static_cast<uint8_t*>(out); size > 0;) {
-    const ssize_t got = read(fd, at, size);
-    if (got < 0 && errno == EINTR) continue;
-    if (got <= 0) return false;
-    at += got;
-    size -= static_cast<size_t>(got);
-  }
-  return true;
-}
-
 // Whether the file is as long as its header says.
 bool has_rows(int fd, const ImageHeader& header) {
   struct stat file;
@@ -79,7 +69,8 @@ uint8_t* read_rows(int fd, const ImageHeader& header) {
   const int width = static_cast<int>(header.width), height = static_cast<int>(header.height);
   const int bytes = bits_of(header.format) / 8;
   uint8_t* rows = allocate(width, height, bytes);
-  if (rows && read_whole(fd, rows, static_cast<size_t>(width) * static_cast<size_t>(height * bytes))) return rows;
+  const size_t size = static_cast<size_t>(width) * static_cast<size_t>(height * bytes);
+  if (rows && read_up_to(fd, rows, size) == size) return rows;
   SLOGE("ScreenCapture: Can not read temp image file!\n");
   free(rows);
   return nullptr;
@@ -106,12 +97,10 @@ int open_image(ScreenCapture* capture, ImageHeader* header) {
     errno = error;
     return -1;
   }
-  // A pipe in the file's place does not hold the capture up.
-  const int fd = open(device_path(kImage), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  const int fd = open_file(kImage);
   if (fd < 0) return -1;
   SLOGI("captureScreen: next!");
-  struct stat file;
-  if (fstat(fd, &file) == 0 && S_ISREG(file.st_mode) && read_whole(fd, header, sizeof *header)) return fd;
+  if (read_up_to(fd, header, sizeof *header) == sizeof *header) return fd;
   remove_image(fd);
   errno = EIO;
   return -1;

@@ -6,7 +6,8 @@
 #pragma GCC visibility push(default)
 
 // Captures rectangles of the screen, by the program screencap, or from the framebuffer where that fails. One thread
-// uses an object at a time; its arrays stay its own, each until the next one of its kind is made.
+// uses an object at a time. The object owns its arrays; each lasts until the next capture, also a failing one, or the
+// next bitmap.
 class ScreenCapture {
  public:
   ScreenCapture();
@@ -29,7 +30,8 @@ class ScreenCapture {
   // not on the screen, an image of another depth, and any other failure.
   int captureScreen(int left, int top, int width, int height, int bits);
 
-  // Captures from the framebuffer, which only captureScreenSF maps, where it has no image; 0 while it is not mapped.
+  // Captures from the framebuffer; 0 while it is not mapped, which only captureScreenSF does when screencap gives no
+  // image.
   int captureScreenFB(int left, int top, int width, int height, int bits);
 
   // Captures by screencap, from the framebuffer where screencap gives no image. An image that is shorter than it says

@@ -8,9 +8,9 @@
 #include <unistd.h>
 
 #include "factory/items.h"
-#include "logs/copy_guard.h"
 #include "platform/log.h"
 #include "platform/os.h"
+#include "text/file.h"
 #include "text/text_writer.h"
 
 using namespace atd;
@@ -60,7 +60,7 @@ void keep_offset(long long offset) {
   const int fd = open_target(kOffset, 0, 0666);
   char text[24];
   const int length = snprintf(text, sizeof text, "%lld", offset);
-  errno = ENOSPC;  // of a short write
+  if (fd >= 0) errno = ENOSPC;  // a short write sets none
   if (fd < 0 || write(fd, text, static_cast<size_t>(length)) != length || ftruncate(fd, length) != 0) {
     SLOGE("[%s] Error : Can not write %s. errno %d(%s)\n", "scan_auto_touch_result", kOffset, errno, strerror(errno));
   }
@@ -83,12 +83,13 @@ int scan_auto_touch_result(char* out) {
     put_pid(writer);
   }
   char token[2049];
-  for (size_t total = 0; total <= kPieceSize && fscanf(result, "%2048s", token) == 1;) {
+  size_t total = 0;
+  while (total <= kPieceSize && fscanf(result, "%2048s", token) == 1) {
     writer.text(token).put(' ');
     total += strlen(token) + 1;
-    if (total > kPieceSize) keep_offset(ftello(result));
-    else remove(device_entry(kOffset));
   }
+  if (total > kPieceSize) keep_offset(ftello(result));
+  else if (total > 0) remove(device_entry(kOffset));
   fclose(result);
   SLOGI("%s", out);
   return 0;

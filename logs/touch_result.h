@@ -4,8 +4,9 @@
 
 #pragma GCC visibility push(default)
 
-// Appends the next piece of the result, a little more than 512 characters, to the text in out, which the caller has
-// emptied (2600 bytes); the first piece begins with the PID. 0, or -1 when there is no result.
+// Appends the next words of the result, until they have more than 512 characters, to the text in out, which the caller
+// has emptied (2600 bytes); a word is cut at 2048, and the first piece begins with the PID. 0, or -1 when there is no
+// result.
 int scan_auto_touch_result(char* out);
 int logsave_aat_touch(char* out);
 

@@ -13,6 +13,7 @@
 #include "logs/entry_reader.h"
 #include "platform/log.h"
 #include "platform/os.h"
+#include "text/file.h"
 
 using namespace atd;
 
@@ -31,8 +32,11 @@ bool make_folder(const char* path) {
 
 // The part of a name after its last separator.
 const char* last_part(const char* name) {
-  for (size_t length; name[length = strcspn(name, kSeparators)] != '\0';) name += length + 1;
-  return name;
+  const char* last = name;
+  for (; *name; ++name) {
+    if (strchr(kSeparators, *name)) last = name + 1;
+  }
+  return last;
 }
 
 // Makes a folder after those above it; false for one with a missing part.
@@ -93,17 +97,6 @@ int create_file(const char* path) {
   return EntryPlace(path).create_file();
 }
 
-bool write_all(int fd, const char* bytes, size_t length) {
-  while (length > 0) {
-    const ssize_t written = write(fd, bytes, length);
-    if (written < 0 && errno == EINTR) continue;
-    if (written <= 0) return false;
-    bytes += written;
-    length -= static_cast<size_t>(written);
-  }
-  return true;
-}
-
 // Writes the entry that is open to a file.
 int extract_file(EntryReader& entry, const char* path, char* piece) {
   const int fd = create_file(path);
@@ -126,13 +119,15 @@ int extract_file(EntryReader& entry, const char* path, char* piece) {
 
 int extract(unzFile archive, char* name, const unz_file_info64& info, int without_paths, int* overwrite,
             const char* password, char* piece) {
-  const char* path = without_paths ? last_part(name) : name;
-  if (path[0] == '\0' && name[0] != '\0') return UNZ_OK;
+  const char* last = last_part(name);
+  const bool is_folder = last[0] == '\0' && name[0] != '\0';
+  if (is_folder && without_paths) return UNZ_OK;
+  const char* path = without_paths ? last : name;
   if (leads_out(path)) {
     SLOGE("MINIOS_UNZIP : error opening %s, which leads out of the folder\n", name);
     return UNZ_BADZIPFILE;
   }
-  if (last_part(name)[0] == '\0' && name[0] != '\0') return extract_folder(name);
+  if (is_folder) return extract_folder(name);
   EntryReader entry(archive);
   int error = entry.open(info, password);
   if (error != UNZ_OK) {

@@ -10,6 +10,7 @@
 
 #include "logs/archive_file.h"
 #include "logs/archive_workers.h"
+#include "logs/copy_guard.h"
 #include "logs/unpack.h"
 #include "platform/log.h"
 #include "platform/os.h"
@@ -28,24 +29,6 @@ const char* entry_name(const char* path, int root_length) {
   return name + strspn(name, "/\\");
 }
 
-// A folder on the way, and those around it.
-struct Level {
-  const Level* outer;
-  Folder folder;
-  struct stat id = {};
-
-  Level(const Level* around, const char* path) : outer(around), folder(path) {
-    if (folder.is_open()) fstat(folder.fd(), &id);
-  }
-
-  // A link to a folder around it would have no end.
-  bool goes_round() const {
-    const Level* level = outer;
-    while (level && (level->id.st_dev != id.st_dev || level->id.st_ino != id.st_ino)) level = level->outer;
-    return level != nullptr;
-  }
-};
-
 // The way of one archive through a tree.
 struct Packing {
   MakeZipFile& zip;
@@ -54,19 +37,24 @@ struct Packing {
   char path[kArchivePathSize];
 
   // Adds an entry of a folder whose path is in `path`, with all that lies below it.
-  void add(const Level& level, size_t length, const dirent& entry) {
+  void add(const CopyLevel& outer, size_t length, const dirent& entry) {
     const int added = snprintf(path + length, sizeof path - length, "/%s", entry.d_name);
     if (added >= static_cast<int>(sizeof path - length)) {
       // A part of the path would name something else.
       SLOGE("LOGSAVE : too long a path %s...\n", path);
-    } else if (entry.d_type == DT_REG) {
-      add_file();
-    } else if (Level below(&level, path); below.folder.is_open() && !below.goes_round()) {
-      while (const dirent* inner = below.folder.next()) add(below, length + static_cast<size_t>(added), *inner);
-    } else {
+    } else if (entry.d_type == DT_REG || !add_all(outer, length + static_cast<size_t>(added))) {
       add_file();
     }
     path[length] = '\0';
+  }
+
+  // Adds what is in the folder in `path`; false for what is none, or is a folder that the way has led through.
+  bool add_all(const CopyLevel& outer, size_t length) {
+    Folder folder(path);
+    const CopyLevel level(&outer, path, nullptr);
+    if (!folder.is_open() || level.goes_round()) return false;
+    while (const dirent* entry = folder.next()) add(level, length, *entry);
+    return true;
   }
 
   void add_file() {
@@ -97,19 +85,20 @@ void MakeZipFile::CloseZip() {
 
 int MakeZipFile::FolderToZip(char* folder, int top) {
   if (top == 1) root_length_ = static_cast<int>(strlen(folder));
-  Level top_level(nullptr, folder);
-  if (!top_level.folder.is_open()) {
+  const CopyLevel level(nullptr, folder, nullptr);
+  Folder opened(folder);
+  if (!opened.is_open()) {
     SLOGI("LOGSAVE : [FolderToZip] Directory Open ERROR!!!!\n");
     return 1;
   }
   Packing packing = {*this, ArchiveWorkers(zip_), root_length_, ""};
-  while (const dirent* entry = top_level.folder.next()) {
+  while (const dirent* entry = opened.next()) {
     // The caller's text loses a "/" with each entry.
     const size_t length = strlen(folder);
     if (length > 0 && folder[length - 1] == '/') folder[length - 1] = '\0';
     TextWriter path(packing.path);
     if (path.text(folder).cut()) SLOGE("LOGSAVE : too long a path %s...\n", packing.path);
-    else packing.add(top_level, path.length(), *entry);
+    else packing.add(level, path.length(), *entry);
   }
   return 0;
 }

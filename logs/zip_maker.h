@@ -20,12 +20,11 @@ class MakeZipFile {
   // Writes the archive's directory and closes it.
   void CloseZip();
 
-  // Adds all files below a folder in the order of the folders; 0, or 1 when the folder cannot be opened. A link
-  // counts as what it leads to; what cannot be read becomes an empty entry, and so does a link to a folder that it is
-  // in. With `top` 1, entry names begin behind the
-  // folder's path. A "/" at the folder's end is removed in the caller's text once the folder has an entry. A path of
-  // more than 999 characters is left out. Takes at most 8 MiB of memory apart from the archive's directory and the
-  // folders that are open, and ends the threads that it starts.
+  // Adds all files below a folder in the order of the folders; 0, or 1 when the folder cannot be opened. A link counts
+  // as what it leads to; what cannot be read becomes an empty entry, and so does a link to a folder that it is in. With
+  // `top` 1, entry names begin behind the folder's path. Each entry takes one "/" off the end of the caller's text. A
+  // path of more than 999 characters is left out. Takes at most 8 MiB of memory apart from the archive's directory and
+  // the folders that are open, and ends the threads that it starts.
   int FolderToZip(char* folder, int top);
 
   // Adds a file with what it holds when it is opened; 0 also for a file that cannot be read or added, or -104 without
@@ -55,3 +54,5 @@ class MakeZipFile {
 };
 
 #pragma GCC visibility pop
+
+static_assert(sizeof(MakeZipFile) == (sizeof(void*) == 4 ? 16 : 32), "hosts are built with this layout");

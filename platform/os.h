@@ -18,8 +18,8 @@ int os_ioctl(int fd, ioctl_request_t request, void* argument);
 int os_system(const char* command);
 
 // Runs argv[0], searched on the program path, and waits until it ends or is stopped; its wait status as `waitpid` gives
-// it, -1 with errno when no process could be started, or kNotExecuted with errno when that is not a program that runs.
-// argv ends with a null pointer and stays the caller's.
+// it, -1 with errno when no process could be started or waited for, or kNotExecuted with errno when argv[0] cannot be
+// executed. Nobody waits again for a program that was stopped. argv ends with a null pointer and stays the caller's.
 inline constexpr int kNotExecuted = -2;
 int os_run(const char* const* argv);
 

@@ -11,6 +11,7 @@
 #include "storage/card.h"
 #include "storage/card_path.h"
 #include "storage/volume.h"
+#include "text/file.h"
 #include "text/text_writer.h"
 
 using namespace atd;
@@ -20,12 +21,6 @@ namespace {
 constexpr char kRwText[] = "1234";
 constexpr char kCheckText[] = "SD card test";
 constexpr char kCardDetect[] = "/sys/devices/soc.0/7864900.sdhci/mmc_host/mmc1/cd_status";
-
-// Makes a file on the card anew, for writing and reading. A link of its name must not lead the test out of the card.
-int open_new(const char* path) {
-  unlink(device_entry(path));
-  return open(device_path(path), O_RDWR | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0644);
-}
 
 // Writes a text with one write; true when it is written whole, else false with errno.
 bool write_text(int fd, const char* text) {
@@ -67,7 +62,7 @@ int StartSDCardRWTest() {
   char folder[kCardPathSize], path[kCardPathSize];
   if (!card_path("", folder)) return -1;
   TextWriter(path).format("%s/test.txt", folder);
-  const int fd = open_new(path);
+  const int fd = open_new(path, O_RDWR);
   if (fd < 0) {
     const int error = errno;
     SLOGE("[%s] Error : Can not open folder %s. errno %d(%s)\n", __func__, folder, error, strerror(error));
@@ -119,7 +114,7 @@ int mmc_sdcheck(char*) {
   char path[kCardPathSize];
   if (!card_path("/Test.txt", path)) return -1;
   if (!require_mounted(__func__)) return 1;
-  const int fd = open_new(path);
+  const int fd = open_new(path, O_RDWR);
   if (fd < 0) {
     report(__func__, "Write");
     return 1;

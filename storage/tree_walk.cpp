@@ -55,6 +55,7 @@ TreeWalk::Step TreeWalk::next() {
     memcpy(path_ + top.path_length + 1, entry->d_name, length + 1);
     type_ = entry->d_type;
     struct stat status;
+    // The DT_ values are the type bits of a mode.
     if (type_ == DT_UNKNOWN && fstatat(folder(), name(), &status, AT_SYMLINK_NOFOLLOW) == 0) {
       type_ = static_cast<unsigned char>((status.st_mode & S_IFMT) >> 12);
     }

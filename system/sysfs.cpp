@@ -8,6 +8,7 @@
 
 #include "platform/log.h"
 #include "platform/os.h"
+#include "text/file.h"
 
 using namespace atd;
 
@@ -22,32 +23,11 @@ int open_for_reading(const char* path) {
   return fd;
 }
 
-// Reads until the end or until n bytes are there; their number.
-int read_bytes(int fd, char* buffer, int n) {
-  int length = 0;
-  while (length < n) {
-    const ssize_t got = read(fd, buffer + length, static_cast<size_t>(n - length));
-    if (got < 0 && errno == EINTR) continue;
-    if (got <= 0) break;
-    length += static_cast<int>(got);
-  }
-  return length;
-}
-
 // Writes all bytes, logs what prevents it, and returns 0 or -1. A node takes a text in one write.
 int write_bytes(int fd, const char* path, const void* buffer, int n) {
-  const char* bytes = static_cast<const char*>(buffer);
-  while (n > 0) {
-    const ssize_t written = write(fd, bytes, static_cast<size_t>(n));
-    if (written < 0 && errno == EINTR) continue;
-    if (written <= 0) {
-      SLOGE("write_sysfs: Write Error(%s): %s", written < 0 ? strerror(errno) : "nothing taken", path);
-      return -1;
-    }
-    bytes += written;
-    n -= static_cast<int>(written);
-  }
-  return 0;
+  if (n <= 0 || write_all(fd, buffer, static_cast<size_t>(n))) return 0;
+  SLOGE("write_sysfs: Write Error(%s): %s", strerror(errno), path);
+  return -1;
 }
 
 // Gives an open file the owner, the group and the mode of a directory.
@@ -73,7 +53,7 @@ int read_sysfs(const char* path, void* buffer, int n) {
   if (n > 0) memset(buffer, 0, static_cast<size_t>(n));
   const int fd = open_for_reading(path);
   if (fd < 0) return -1;
-  read_bytes(fd, static_cast<char*>(buffer), n);
+  if (n > 0) read_up_to(fd, buffer, static_cast<size_t>(n));
   close(fd);
   return n;
 }
@@ -83,7 +63,7 @@ int read_sysfs(const char* path, void* buffer) {
   text[0] = '\0';
   const int fd = open_for_reading(path);
   if (fd < 0) return -1;
-  const int length = read_bytes(fd, text, kNodeMax);
+  const int length = static_cast<int>(read_up_to(fd, text, kNodeMax));
   close(fd);
   text[length] = '\0';
   return length;

@@ -52,7 +52,7 @@ int os_run(const char* const* argv) {
   close(failure[0]);
   int status = 0;
   if (wait_for(child, &status) != child) return -1;
-  if (length == 0) return status;
+  if (length <= 0) return status;
   errno = error;
   return kNotExecuted;
 }
