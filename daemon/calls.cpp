@@ -30,6 +30,17 @@ enum class Success {
   any,    // a value, never a failure
 };
 
+bool is_failure(Success success, long long result) {
+  switch (success) {
+    case Success::zero: return result != 0;
+    case Success::one: return result != 1;
+    case Success::value: return result < 0;
+    case Success::size: return result == 0;
+    case Success::any: return false;
+  }
+  return false;
+}
+
 // The words that were given, taken one by one.
 struct Words {
   const std::vector<std::string>& words;
@@ -143,16 +154,13 @@ HostFunction row(const char* name, R (*function)(A...), const char* arguments, c
           (holder.tell(&outcome.out), ...);
         },
         holders);
-    outcome.failed = success == Success::zero   ? outcome.result != 0
-                     : success == Success::one  ? outcome.result != 1
-                     : success == Success::size ? outcome.result == 0
-                                                : success == Success::value && outcome.result < 0;
+    outcome.failed = is_failure(success, outcome.result);
     return outcome;
   };
   return {name, arguments, summary, run};
 }
 
-// The functions of an object of its own each.
+// Each makes a ScreenCapture of its own.
 int capture(int left, int top, int width, int height, int bits) {
   return ScreenCapture().captureScreen(left, top, width, height, bits);
 }
@@ -165,8 +173,6 @@ int reduce(int threshold) {
 
 int save(int png, const char* path) { return ScreenCapture().saveScreenToFile(png, path); }
 
-#define FUNCTION(name, ...) row(#name, name, __VA_ARGS__)
-
 // These two take texts that they may change.
 void copy_log_from(const char* destination, const char* source) {
   copy_log(std::string(destination).data(), std::string(source).data());
@@ -175,6 +181,8 @@ void copy_log_from(const char* destination, const char* source) {
 int make_zip(const char* archive, const char* folder) {
   return logsave_makezip(std::string(archive).data(), std::string(folder).data());
 }
+
+#define FUNCTION(name, ...) row(#name, name, __VA_ARGS__)
 
 }  // namespace
 

@@ -228,7 +228,11 @@ int serve(Options options, const char* log_level) {
     device.reset();
   });
   const bool stuck = end.wait_for(kLongestEnd) == std::future_status::timeout;
-  if (stuck) say("phone " + options.device + ": something waits for what does not come any more; it is left behind");
+  if (stuck) {
+    say("phone " + options.device + ": something waits for what does not come any more; it is left behind");
+    // An end that was asked for is no kill.
+    [[maybe_unused]] const int cleared = truncate((options.device + "/sim/lock").c_str(), 0);
+  }
   if (signal == kRebootSignal) say("phone " + options.device + ": " + g_ended_by);
   if (signal == kRebootSignal && g_ended_by != "power-off" && g_ended_by != "reboot dload") {
     boot_again(options, log_level, spare_socket);

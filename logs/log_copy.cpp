@@ -47,7 +47,9 @@ void LogCopy::run(const CopyLevel* outer) {
   if (level.goes_round()) {
     SLOGE("[%s] Error : %s leads into the copy\n", kWho, source.text());
   } else {
-    mkdir(device_path(destination.text()), 0777);
+    if (mkdir(device_path(destination.text()), 0777) != 0 && errno != EEXIST) {
+      SLOGE("[%s] Error : Can not make %s. errno %d(%s)\n", kWho, destination.text(), errno, strerror(errno));
+    }
     level.made(destination.text());
     Folder folder(source.text());
     if (!folder.is_open()) SLOGE("%s: do not open src file!!! : %s\n", kWho, source.text());

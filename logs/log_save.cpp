@@ -54,6 +54,10 @@ void copy_source(const char* folder, const char* base, const char* name) {
   copy_log(destination, source);
 }
 
+void run_tool(const char* command) {
+  if (os_system(command) != 0) SLOGE("[logsave] Error : %s\n", command);
+}
+
 // Saves the log buffers, the kernel's log and the properties; false when there is no memory.
 bool capture(const char* target, const char* date) {
   char* command = static_cast<char*>(malloc(kCommandSize));
@@ -62,14 +66,14 @@ bool capture(const char* target, const char* date) {
     SLOGI("Save %s log to %s%s/%s.log\n", buffer, target, date, buffer);
     TextWriter(command, kCommandSize)
         .format("/system/bin/logcat -d -v time -b %s -f %s%s/%s.log -n 4 -r 4096", buffer, target, date, buffer);
-    os_system(command);
+    run_tool(command);
   }
   SLOGI("Save kernel log to %s%s/%s\n", target, date, "kernel.log");
   TextWriter(command, kCommandSize).format("/system/bin/dmesg > %s%s/kernel.log", target, date);
-  os_system(command);
+  run_tool(command);
   SLOGI("Save prop log to %s%s/%s\n", target, date, "property.log");
   TextWriter(command, kCommandSize).format("/system/bin/getprop > %s%s/property.log", target, date);
-  os_system(command);
+  run_tool(command);
   free(command);
   return true;
 }

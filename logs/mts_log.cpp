@@ -81,7 +81,7 @@ void cap_screen() {
   SLOGI("mts_time: %s\n", now);
   // The names have always begun with "_".
   TextWriter(command).format("screencap %s_%s_%s.png", MTS_DIR, "mts_screen_cap", now);
-  os_system(command);
+  if (os_system(command) != 0) SLOGE("[cap_screen] Error : %s\n", command);
 }
 
 int set_dest_path(const char* source, char* out) {

@@ -79,7 +79,7 @@ int MakeZipFile::OpenZip(const char* path) {
 }
 
 void MakeZipFile::CloseZip() {
-  if (zip_ && zipClose(zip_, nullptr) != ZIP_OK) SLOGE("LOGSAVE : error in closing the zipfile\n");
+  if (zip_ && zipClose(zip_, nullptr) != ZIP_OK) SLOGE("LOGSAVE : error in closing the zipfile (%s)\n", strerror(errno));
   zip_ = nullptr;
 }
 

@@ -88,18 +88,22 @@ bool read_file(const std::string& path, std::string* content) {
   return whole;
 }
 
-bool write_file(const std::string& path, const std::string& content, bool synced) {
-  // The thread in the name keeps two writers of one file apart; the last rename wins.
-  std::string fresh = path + kFresh + std::to_string(gettid());
-  int fd = open(fresh.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0660);
-  if (fd < 0) return false;
+bool write_rest(int fd, const std::string& content) {
   size_t done = 0;
   ssize_t put = 0;
   while (done < content.size() && (put = write(fd, content.data() + done, content.size() - done)) > 0) {
     done += static_cast<size_t>(put);
   }
+  return done == content.size();
+}
+
+bool write_file(const std::string& path, const std::string& content, bool synced) {
+  // The thread in the name keeps two writers of one file apart; the last rename wins.
+  std::string fresh = path + kFresh + std::to_string(gettid());
+  int fd = open(fresh.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0660);
+  if (fd < 0) return false;
   // The content is on the medium before its name is: else the name could stand there with half of it.
-  bool whole = done == content.size() && (!synced || fsync(fd) == 0);
+  bool whole = write_rest(fd, content) && (!synced || fsync(fd) == 0);
   int error = errno;
   if (close(fd) != 0 && whole) whole = false, error = errno;
   if (whole && rename(fresh.c_str(), path.c_str()) != 0) whole = false, error = errno;

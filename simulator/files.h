@@ -20,6 +20,9 @@ bool is_pipe_or_device(const std::string& path);
 // Reads what follows in an open file; false with errno when it cannot be read.
 bool read_rest(int fd, std::string* content);
 
+// Writes bytes to an open file; false with errno when they cannot all be written.
+bool write_rest(int fd, const std::string& content);
+
 // Reads a whole file; false with errno when it cannot be read, or is a link or no file.
 bool read_file(const std::string& path, std::string* content);
 

@@ -37,7 +37,7 @@ struct timespec later(const struct timespec& time, uint64_t microseconds) {
 }
 
 std::atomic<Logs*> g_logs;  // of the phone that is open
-Logs* g_at_fork = nullptr;  // those that wait for a fork
+thread_local Logs* g_at_fork = nullptr;  // those whose lock this thread holds for a fork
 bool g_is_forked = false;   // in a child of the phone's process; its threads are not here
 
 // A process and a thread, as they stand in a line's head.
@@ -45,6 +45,15 @@ std::string ids() {
   char text[32];
   snprintf(text, sizeof text, " %5d %5d ", getpid(), gettid());
   return text;
+}
+
+// Appends a line to a file that nothing keeps open.
+bool append_once(const std::string& file, const char* line, size_t size) {
+  const int fd = open(file.c_str(), O_WRONLY | O_APPEND | kNewFile, 0660);
+  if (fd < 0) return false;
+  const bool whole = ::write(fd, line, size) == static_cast<ssize_t>(size);
+  close(fd);
+  return whole;
 }
 
 }  // namespace
@@ -97,14 +106,6 @@ std::string Logs::file(int buffer) const { return folder_ + "/" + kBufferNames[b
 std::string Logs::fresh_file(int buffer) const { return folder_ + "/." + kBufferNames[buffer]; }
 
 // Appends a line to a file that another process writes, too.
-bool Logs::append_once(const std::string& file, const char* line, size_t size) {
-  const int fd = open(file.c_str(), O_WRONLY | O_APPEND | kNewFile, 0660);
-  if (fd < 0) return false;
-  const bool whole = ::write(fd, line, size) == static_cast<ssize_t>(size);
-  close(fd);
-  return whole;
-}
-
 bool Logs::open_locked(int buffer) {
   Buffer& b = buffers_[buffer];
   b.fd = open(file(buffer).c_str(), O_WRONLY | O_APPEND | kNewFile, 0660);
@@ -192,8 +193,8 @@ void Logs::move_lines() {
 int Logs::write(int buffer, int priority, const char* tag, const char* format, va_list arguments) {
   if (buffer < 0 || buffer >= kBuffers) return -1;
   // The ids in a line's head stay the same on a thread, so they are formatted once.
-  thread_local const std::string own = ids();
-  const std::string process = g_is_forked ? ids() : own;
+  thread_local std::string process = ids();
+  if (g_is_forked) process = ids();
   char line[kLineSize];
   char* out = line + kHeadSize;
   memcpy(out, process.data(), process.size());

@@ -89,7 +89,6 @@ class Logs {
   static void before_fork();
   static void in_parent();
   static void in_child();
-  static bool append_once(const std::string& file, const char* line, size_t size);
 
   std::string file(int buffer) const;
   std::string fresh_file(int buffer) const;

@@ -68,7 +68,7 @@ constexpr struct {
 bool write_log(const std::string& path, const std::string& text) {
   const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0660);
   if (fd < 0) return false;
-  const bool written = write(fd, text.data(), text.size()) == static_cast<ssize_t>(text.size());
+  const bool written = write_rest(fd, text);
   close(fd);
   return written;
 }

@@ -47,6 +47,12 @@ int spawn(const std::string& root, const std::string& program, const std::vector
   int failure[2];
   if (pipe2(failure, O_CLOEXEC) != 0) return -1;
   const pid_t child = fork();
+  if (child < 0) {
+    const int error = errno;
+    for (int end : failure) close(end);
+    errno = error;
+    return -1;
+  }
   if (child == 0) {
     // The daemon blocks and ignores signals that its programs are to obey.
     sigset_t none;
@@ -64,16 +70,16 @@ int spawn(const std::string& root, const std::string& program, const std::vector
     [[maybe_unused]] const ssize_t told = write(failure[1], &errno, sizeof errno);
     _exit(126);
   }
-  int error = errno, status = -1;
+  int error = 0, status = -1;
   close(failure[1]);
-  ssize_t told = 0;
-  while (child > 0 && (told = read(failure[0], &error, sizeof error)) < 0 && errno == EINTR) {
+  ssize_t told;
+  while ((told = read(failure[0], &error, sizeof error)) < 0 && errno == EINTR) {
   }
   close(failure[0]);
-  while (child > 0 && waitpid(child, &status, WUNTRACED) < 0 && errno == EINTR) {
+  while (waitpid(child, &status, WUNTRACED) < 0 && errno == EINTR) {
   }
   // Nobody at a desktop would let it go on.
-  if (child > 0 && WIFSTOPPED(status)) {
+  if (WIFSTOPPED(status)) {
     kill(child, SIGKILL);
     waitpid(child, nullptr, 0);
   }
@@ -138,12 +144,13 @@ bool Shell::map(const std::string& word, const Tool* tool, std::string* mapped, 
   return error->empty();
 }
 
-// Runs the words of a command. False when its program could not be started; then *status is what a shell gives for
-// that.
+// Runs the words of a command. False with errno when its program could not be started; then *status is what a shell
+// gives for that.
 bool Shell::start(const std::string& command, const std::vector<std::string>& words, int output, int* status) {
   const std::string file = program(words[0], status);
   if (file.empty()) {
     complain(command, *status == kNotFound ? "the phone has no such program" : "this is not a program");
+    errno = *status == kNotFound ? ENOENT : EACCES;
     return false;
   }
   // By the program that runs: a link of any name may lead to it.
@@ -154,6 +161,7 @@ bool Shell::start(const std::string& command, const std::vector<std::string>& wo
     std::string error;
     if (map(words[i], tool, &arguments.emplace_back(), &error)) continue;
     *status = refuse(command, error);
+    errno = EACCES;
     return false;
   }
   const std::string name = words[0].substr(words[0].rfind('/') + 1);
@@ -168,7 +176,9 @@ bool Shell::start(const std::string& command, const std::vector<std::string>& wo
   }
   *status = spawn(root_, file, arguments, output);
   if (*status == kNotExecuted) {
-    complain(command, strerror(errno));
+    const int error = errno;
+    complain(command, strerror(error));
+    errno = error;
     return *status = kNoProgram, false;
   }
   if (*status == 0 && is_master_clear(words)) master_clear_();
@@ -204,9 +214,7 @@ int Shell::run(const std::vector<std::string>& arguments) {
   for (const std::string& argument : arguments) line += (line.empty() ? "" : " ") + argument;
   record(line);
   int status;
-  if (start(line, arguments, -1, &status) || status == -1) return status;
-  errno = status == kNotFound ? ENOENT : EACCES;
-  return kNotExecuted;
+  return start(line, arguments, -1, &status) || status == -1 ? status : kNotExecuted;
 }
 
 void Shell::set_exit(const std::string& program, int status) {

@@ -29,8 +29,8 @@ int row_pixels(const DisplaySettings& now) {
 size_t row_bytes(const DisplaySettings& now) { return static_cast<size_t>(row_pixels(now) * now.depth / 8); }
 size_t all_bytes(const DisplaySettings& now) { return row_bytes(now) * static_cast<size_t>(now.height); }
 
-// Reads a setting; false for one that there is not.
-bool read(const std::string& name, const std::string& value, DisplaySettings* out) {
+// Takes a setting; false for one that there is not.
+bool parse_setting(const std::string& name, const std::string& value, DisplaySettings* out) {
   int number = 0;
   const size_t by = value.find('x');
   if (name == "size" && by != value.npos) {
@@ -61,15 +61,6 @@ std::string to_rows(const Image& image, int bits, size_t size) {
   return rows;
 }
 
-bool write_all(int fd, const std::string& text) {
-  size_t done = 0;
-  ssize_t put = 0;
-  while (done < text.size() && (put = write(fd, text.data() + done, text.size() - done)) > 0) {
-    done += static_cast<size_t>(put);
-  }
-  return done == text.size();
-}
-
 void complain(const std::string& what, const std::string& why) {
   __android_log_print(ANDROID_LOG_ERROR, "display", "%s: %s", what.c_str(), why.c_str());
 }
@@ -81,8 +72,9 @@ std::string Display::framebuffer() const { return resolve(root_, "/dev/graphics/
 void Display::boot() {
   std::lock_guard guard(lock_);
   const std::string file = framebuffer();
-  if (!is_pipe_or_device(file)) [[maybe_unused]]
-    const int emptied = truncate(file.c_str(), 0);
+  if (!is_pipe_or_device(file)) {
+    [[maybe_unused]] const int emptied = truncate(file.c_str(), 0);
+  }
   drawn_ = {};
 }
 
@@ -94,7 +86,7 @@ DisplaySettings Display::settings() const {
   for (std::string line, name, value; std::getline(lines, line);) {
     std::istringstream words(line);
     if (!(words >> name) || name[0] == '#') continue;
-    if (!(words >> value) || !read(name, value, &result)) complain("sim/display", "no such setting: " + line);
+    if (!(words >> value) || !parse_setting(name, value, &result)) complain("sim/display", "no such setting: " + line);
   }
   return result;
 }
@@ -102,7 +94,7 @@ DisplaySettings Display::settings() const {
 bool Display::set(const std::string& name, const std::string& value, std::string* error) {
   std::lock_guard guard(lock_);
   DisplaySettings now = settings();
-  if (!read(name, value, &now)) {
+  if (!parse_setting(name, value, &now)) {
     return *error = "no setting \"" + name + " " + value + "\"; write size WIDTHxHEIGHT (1 to 8192), depth 16|32 or " +
                     "format 16|24|32",
            false;
@@ -175,13 +167,12 @@ bool Display::draw(const DisplaySettings& now) {
     return false;
   }
   const bool own = is_own();
-  std::string card;
-  for (const std::string& line : lines()) card += line + "\n";
+  const std::vector<std::string> text = lines();
   bool written =
       file.st_size >= static_cast<off_t>(all_bytes(now)) || ftruncate(fd, static_cast<off_t>(all_bytes(now))) == 0;
-  if (own && (file.st_size == 0 || card != drawn_card_)) {
-    written = written && write_all(fd, to_rows(test_card(now.width, now.height, lines()), now.depth, row_bytes(now)));
-    drawn_card_ = card;
+  if (own && (file.st_size == 0 || text != drawn_lines_)) {
+    written = written && write_rest(fd, to_rows(test_card(now.width, now.height, text), now.depth, row_bytes(now)));
+    drawn_lines_ = written ? text : std::vector<std::string>{};
   }
   if (own) {
     // Not the present time: whoever writes after this leaves another one.
@@ -234,7 +225,7 @@ int Display::screencap(const std::vector<std::string>& arguments, int output) co
     else file = arguments[i].starts_with('/') ? arguments[i] : root_ + "/" + arguments[i];
   }
   const std::string image = png || file.ends_with(".png") ? to_png(picture()) : raw();
-  const bool written = file.empty() ? output < 0 || write_all(output, image) : write_file(file, image);
+  const bool written = file.empty() ? output < 0 || write_rest(output, image) : write_file(file, image);
   if (!written) complain("screencap", file + ": " + strerror(errno));
   return written ? 0 : 1;
 }

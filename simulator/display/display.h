@@ -70,7 +70,7 @@ class Display {
   const Readings& readings_;
   mutable std::mutex lock_;
   Version drawn_;           // the framebuffer as the display has left it
-  std::string drawn_card_;  // what the test card in it says
+  std::vector<std::string> drawn_lines_;  // what the test card in it says
 };
 
 }  // namespace atd::sim
