@@ -6,9 +6,9 @@
 // of the modem interface and touches take turns by themselves. The rest does not. One transfer of the modem's bulk data
 // runs at a time. The functions of the modem's file system run on one thread at a time, with no other request to the
 // modem meanwhile. On one thread at a time run the functions of the SD card, those that write dumps, those of the
-// automatic test and its file transfer, the factory resets, the saves and erasures of logs, the unpacking of archives, which changes the working
-// folder, the touch test's result, get_qem and set_qem, which write qem_get_status, and get_usb_id_adc, which writes
-// cable. stop_socket ends what waits and tells the clients.
+// automatic test and its file transfer, the factory resets, the saves and erasures of logs, the unpacking of archives,
+// which changes the working folder, the touch test's result, get_qem and set_qem, which write qem_get_status, and
+// get_usb_id_adc, which writes cable. stop_socket ends what waits and tells the clients.
 //
 // Texts are terminated. A buffer is the caller's and holds at least the bytes that its contract names.
 #pragma once

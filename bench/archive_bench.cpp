@@ -17,7 +17,7 @@
 #include <string>
 
 #include "atd.h"
-#include "simulator/simulated_device.h"
+#include "bench/memory_phone.h"
 
 namespace fs = std::filesystem;
 
@@ -49,12 +49,10 @@ std::string log_text() {
 }
 
 // A phone with logs, in memory.
-class LogTree {
+class LogTree : public MemoryPhone {
  public:
-  LogTree() : root_("/dev/shm/atd-bench-XXXXXX") {
+  LogTree() {
     static const std::string text = log_text();
-    std::string error;
-    if (!mkdtemp(root_.data()) || !(device_ = atd::sim::SimulatedDevice::open(root_, &error))) abort();
     size_t from = 0;
     for (const auto& row : kTree) {
       const std::string folder = root_ + "/data/logs/" + row.folder;
@@ -70,16 +68,6 @@ class LogTree {
       }
     }
   }
-  ~LogTree() {
-    device_.reset();
-    fs::remove_all(root_);
-  }
-
-  std::string path(const std::string& path) const { return root_ + path; }
-
- private:
-  std::string root_;
-  std::unique_ptr<atd::sim::SimulatedDevice> device_;
 };
 
 // So many processors for this thread and those that it starts, until the end of the scope.
@@ -132,8 +120,8 @@ void add_plain(zipFile zip, const fs::path& path, size_t root_length) {
 }
 
 void pack_plain(const LogTree& tree) {
-  const zipFile zip = zipOpen(tree.path("/data/plain.zip").c_str(), 0);
-  add_plain(zip, tree.path("/data/logs"), tree.path("/data/logs/").size());
+  const zipFile zip = zipOpen(tree.at("/data/plain.zip").c_str(), 0);
+  add_plain(zip, tree.at("/data/logs"), tree.at("/data/logs/").size());
   zipClose(zip, nullptr);
 }
 
@@ -158,7 +146,7 @@ void packed(benchmark::State& state, int processors) {
     zip.CloseZip();
   }
   pack_plain(tree);
-  if (these.are_there() && whole(tree.path("/data/logs.zip")) != whole(tree.path("/data/plain.zip"))) abort();
+  if (these.are_there() && whole(tree.at("/data/logs.zip")) != whole(tree.at("/data/plain.zip"))) abort();
 }
 
 BENCHMARK(plain)->Name("archive/plain")->Unit(benchmark::kMillisecond)->UseRealTime();

@@ -18,8 +18,8 @@
 #include <vector>
 
 #include "atd.h"
+#include "bench/memory_phone.h"
 #include "platform/os.h"
-#include "simulator/simulated_device.h"
 
 namespace {
 
@@ -43,25 +43,13 @@ std::string hex(uint32_t number) {
 }
 
 // A phone in memory, with no other trees and partitions than the benchmark's.
-class Phone {
+class Phone : public MemoryPhone {
  public:
-  Phone() : root_("/dev/shm/atd-bench-XXXXXX") {
-    std::string error;
-    if (!mkdtemp(root_.data()) || !(device_ = atd::sim::SimulatedDevice::open(root_, &error))) abort();
+  Phone() {
     for (const char* tree : {"/system", "/cust", "/data/.OP"}) fs::remove_all(root_ + tree);
     fs::remove_all(root_ + kPartitions);
     fs::create_directories(root_ + kPartitions);
   }
-  ~Phone() {
-    device_.reset();
-    fs::remove_all(root_);
-  }
-
-  std::string at(const std::string& path) const { return root_ + path; }
-
- protected:
-  std::string root_;
-  std::unique_ptr<atd::sim::SimulatedDevice> device_;
 };
 
 struct ModemPhone : Phone {

@@ -9,9 +9,9 @@
 #include <string>
 
 #include "atd.h"
+#include "bench/memory_phone.h"
 #include "platform/os.h"
 #include "simulator/files.h"
-#include "simulator/simulated_device.h"
 
 namespace {
 
@@ -31,18 +31,12 @@ std::string log_text(bool has_nuls) {
 }
 
 // A phone in memory with one log file.
-class Logs {
+class Logs : public MemoryPhone {
  public:
-  explicit Logs(bool has_nuls) : root_("/dev/shm/atd-bench-XXXXXX") {
-    std::string error;
-    if (!mkdtemp(root_.data()) || !(device_ = atd::sim::SimulatedDevice::open(root_, &error))) abort();
+  explicit Logs(bool has_nuls) {
     std::filesystem::remove_all(root_ + kSource);
     for (const char* folder : {kSource, kOwn, kPlain}) std::filesystem::create_directories(root_ + folder);
     if (!atd::sim::write_file(root_ + kSource + "main.log", log_text(has_nuls))) abort();
-  }
-  ~Logs() {
-    device_.reset();
-    std::filesystem::remove_all(root_);
   }
 
   std::string copied(const char* folder) const {
@@ -50,10 +44,6 @@ class Logs {
     atd::sim::read_file(root_ + folder + "main.log", &text);
     return text;
   }
-
- private:
-  std::string root_;
-  std::unique_ptr<atd::sim::SimulatedDevice> device_;
 };
 
 void own_copy() {

@@ -10,18 +10,16 @@
 #include <string>
 
 #include "atd.h"
-#include "simulator/simulated_device.h"
+#include "bench/memory_phone.h"
 
 namespace {
 
 constexpr int kFolders = 100, kFilesInEach = 1000;
 
 // A phone with a card, in memory.
-class Card {
+class Card : public MemoryPhone {
  public:
-  Card() : root_("/dev/shm/atd-bench-XXXXXX") {
-    std::string error;
-    if (!mkdtemp(root_.data()) || !(device_ = atd::sim::SimulatedDevice::open(root_, &error))) abort();
+  Card() {
     for (int folder = 0; folder < kFolders; ++folder) {
       const std::string path = place() + "/DCIM/" + std::to_string(folder);
       std::filesystem::create_directories(path);
@@ -30,16 +28,7 @@ class Card {
       }
     }
   }
-  ~Card() {
-    device_.reset();
-    std::filesystem::remove_all(root_);
-  }
-
   std::string place() const { return root_ + "/storage/0000-0000"; }
-
- private:
-  std::string root_;
-  std::unique_ptr<atd::sim::SimulatedDevice> device_;
 };
 
 void used_size(benchmark::State& state) {

@@ -1,4 +1,5 @@
-// What keeps a copy of folders inside of its target, and lets a walk end that follows links. Paths are absolute device paths.
+// What keeps a copy of folders inside of its target, and lets a walk end that follows links. Paths are absolute device
+// paths.
 #pragma once
 
 #include <stddef.h>

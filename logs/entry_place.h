@@ -7,8 +7,8 @@ namespace atd {
 // out of the working folder. "/" divides parts.
 class EntryPlace {
  public:
-  // The path outlives the place. One that leads_out, and one whose folder is not there, gives a place that is not open, with errno ENOENT;
-  // ENOTDIR where a link or a file stands in the way.
+  // The path outlives the place. One that leads_out, and one whose folder is not there, gives a place that is not open,
+  // with errno ENOENT; ENOTDIR where a link or a file stands in the way.
   explicit EntryPlace(const char* path);
   ~EntryPlace();
   EntryPlace(const EntryPlace&) = delete;

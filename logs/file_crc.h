@@ -13,7 +13,8 @@
 #pragma GCC visibility push(default)
 
 // Writes the CRC-32 of the phone's files as eight hex digits into out (9 bytes), and a line for each file to list,
-// which may be null; always 1. A line of a size has at most 255 characters. What cannot be read is reported and left out.
+// which may be null; always 1. A line of a size has at most 255 characters. What cannot be read is reported and left
+// out.
 int file_crc(char* out, FILE* list);
 
 // Goes on with a CRC over the lowest byte of the size of all that is below the folder `root` and no folder, in the

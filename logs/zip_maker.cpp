@@ -79,7 +79,8 @@ int MakeZipFile::OpenZip(const char* path) {
 }
 
 void MakeZipFile::CloseZip() {
-  if (zip_ && zipClose(zip_, nullptr) != ZIP_OK) SLOGE("LOGSAVE : error in closing the zipfile (%s)\n", strerror(errno));
+  if (zip_ && zipClose(zip_, nullptr) != ZIP_OK)
+    SLOGE("LOGSAVE : error in closing the zipfile (%s)\n", strerror(errno));
   zip_ = nullptr;
 }
 

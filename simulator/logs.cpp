@@ -36,9 +36,9 @@ struct timespec later(const struct timespec& time, uint64_t microseconds) {
           static_cast<long>(nanoseconds % 1000000000)};
 }
 
-std::atomic<Logs*> g_logs;  // of the phone that is open
+std::atomic<Logs*> g_logs;               // of the phone that is open
 thread_local Logs* g_at_fork = nullptr;  // those whose lock this thread holds for a fork
-bool g_is_forked = false;   // in a child of the phone's process; its threads are not here
+bool g_is_forked = false;                // in a child of the phone's process; its threads are not here
 
 // A process and a thread, as they stand in a line's head.
 std::string ids() {

@@ -30,11 +30,6 @@ class CrcTest : public Phone {
  protected:
   CrcTest() { init_modem_interface(0); }
 
-  void put(const std::string& path, const std::string& text = "") {
-    fs::create_directories(fs::path(root_ + path).parent_path());
-    std::ofstream(root_ + path) << text;
-  }
-  int errors(const std::string& text) { return logged(ANDROID_LOG_ERROR, text); }
   std::string command(int type, int result) {
     char out[22];
     EXPECT_EQ(result, crc_command(type, out)) << type;

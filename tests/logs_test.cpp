@@ -38,13 +38,7 @@ class LogsTest : public Phone {
     EXPECT_EQ(0, fchdir(started_in_));
     close(started_in_);
   }
-  int errors(const std::string& text) { return logged(ANDROID_LOG_ERROR, text); }
 
-  // Puts a file of the phone, or an empty folder for a path that ends with a slash.
-  void put(const std::string& path, const std::string& text = "x") {
-    fs::create_directories(fs::path(root_ + path).parent_path());
-    if (!path.ends_with('/')) std::ofstream(root_ + path) << text;
-  }
   void link(const std::string& path, const std::string& target) { fs::create_symlink(target, root_ + path); }
   std::string read(const std::string& path) { return content(root_ + path); }
   bool exists(const std::string& path) { return fs::exists(fs::symlink_status(root_ + path)); }

@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <fstream>
 #include <iterator>
 #include <memory>
 #include <sstream>
@@ -48,6 +49,13 @@ class Phone : public testing::Test {
 
   int logged(int priority, const std::string& text) { return device().logs.count(priority, text); }
   int logged(const std::string& text) { return logged(ANDROID_LOG_INFO, text); }
+  int errors(const std::string& text) { return logged(ANDROID_LOG_ERROR, text); }
+
+  // Puts a file of the phone, or an empty folder for a path that ends with a slash.
+  void put(const std::string& path, const std::string& text = "") {
+    std::filesystem::create_directories(std::filesystem::path(root_ + path).parent_path());
+    if (!path.ends_with('/')) std::ofstream(root_ + path) << text;
+  }
 
   // How many files this program has open.
   static ptrdiff_t descriptors() {

@@ -38,7 +38,6 @@ class ScreenTest : public Phone {
     std::string error;
     EXPECT_TRUE(device().display.set(name, value, &error)) << error;
   }
-  void put(const std::string& path, const std::string& text) { std::ofstream(root_ + path) << text; }
   // Makes screencap leave this file, and the library take it: 2 is no failure.
   void leave(const std::string& image) {
     std::filesystem::create_directory(root_ + "/data/screencap");
@@ -48,7 +47,6 @@ class ScreenTest : public Phone {
   std::string captured() {
     return {reinterpret_cast<const char*>(screen_.getCaptured()), size_t(screen_.getCapturedSize())};
   }
-  int errors(const std::string& text) { return logged(ANDROID_LOG_ERROR, text); }
 
   ScreenCapture screen_;
 };

@@ -21,13 +21,6 @@ class StorageTest : public Phone {
   void set_id(const std::string& id) { device().properties.set_at_boot("vold.publicvolume_uuid", id); }
   static std::string card(const std::string& path) { return "/storage/A1B2-C3D4" + path; }
   bool exists(const std::string& path) { return fs::exists(fs::symlink_status(root_ + card(path))); }
-  int errors(const std::string& text) { return logged(ANDROID_LOG_ERROR, text); }
-
-  // Puts a file of the phone, or an empty folder for a path that ends with a slash.
-  void put(const std::string& path, const std::string& text = "") {
-    fs::create_directories(fs::path(root_ + path).parent_path());
-    if (!path.ends_with('/')) std::ofstream(root_ + path) << text;
-  }
 
   // Puts a mounted card with this list and these things besides.
   void put_card(const std::string& list, const std::vector<std::string>& paths = {}) {

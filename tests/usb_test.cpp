@@ -18,7 +18,6 @@ class UsbTest : public Phone {
  protected:
   UsbTest() { init_modem_interface(0); }
 
-  int errors(const std::string& text) { return logged(ANDROID_LOG_ERROR, text); }
   std::string property(const std::string& name) { return device().properties.get(name); }
   std::string asked() {  // of the modem, since the last call
     std::string text;

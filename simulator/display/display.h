@@ -69,7 +69,7 @@ class Display {
   const Properties& properties_;
   const Readings& readings_;
   mutable std::mutex lock_;
-  Version drawn_;           // the framebuffer as the display has left it
+  Version drawn_;                         // the framebuffer as the display has left it
   std::vector<std::string> drawn_lines_;  // what the test card in it says
 };
 
