@@ -229,7 +229,7 @@ int ScreenCapture::captureScreenSF(int left, int top, int width, int height, int
     screen_height_ = static_cast<int>(header.height);
     bits_per_pixel_ = bits_of(header.format);
     // The image need not have the framebuffer's size.
-    const int64_t end = static_cast<int64_t>(screen_width_) * (top + height - 1) + left + width;  // in pixels
+    const int64_t end = static_cast<int64_t>(screen_width_) * (int64_t{top} + height - 1) + left + width;  // in pixels
     if (!fits(left, width, screen_width_) || !fits(top, height, screen_height_) ||
         (bits == 32 && end * 32 > static_cast<int64_t>(screen_width_) * screen_height_ * bits_per_pixel_)) {
       SLOGE("Invalid capture request!!!!!\n");
