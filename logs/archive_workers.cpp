@@ -112,34 +112,30 @@ void ArchiveWorkers::deflate_file(z_stream& stream, File& from) {
     from.crc = crc32(from.crc, piece, static_cast<uInt>(length));
     stream.next_in = piece;
     stream.avail_in = static_cast<uInt>(length);
-    if (!deflate_piece(stream, Z_NO_FLUSH, from, chunk)) return;
+    deflate_piece(stream, Z_NO_FLUSH, from, chunk);
   }
   from.read_failed = source.failed();
-  if (deflate_piece(stream, Z_FINISH, from, chunk)) hand_over(stream, from, chunk);
+  deflate_piece(stream, Z_FINISH, from, chunk);
+  hand_over(stream, from, chunk);
 }
 
-// Deflates what the stream has to read, or to its end, and hands over the chunks that are full; false when nobody wants
-// them.
-bool ArchiveWorkers::deflate_piece(z_stream& stream, int flush, File& from, Chunk*& chunk) {
+// Deflates what the stream has to read, or to its end, and hands over the chunks that are full.
+void ArchiveWorkers::deflate_piece(z_stream& stream, int flush, File& from, Chunk*& chunk) {
   int result = Z_OK;
   while (flush == Z_FINISH ? result != Z_STREAM_END : stream.avail_in > 0) {
     if (!chunk || stream.avail_out == 0) {
       if (chunk) hand_over(stream, from, chunk);
       chunk = free_chunk(from);
-      if (!chunk) return false;
       stream.next_out = chunk->bytes;
       stream.avail_out = kChunkSize;
     }
     result = deflate(&stream, flush);
   }
-  return true;
 }
 
-// Waits for a free chunk; null when nobody wants it.
 ArchiveWorkers::Chunk* ArchiveWorkers::free_chunk(const File& from) {
   ScopedLock lock(lock_);
-  while (!from.is_dropped && free_count_ <= (is_turn_of(from) ? 0 : kKeptFree)) pthread_cond_wait(&room_, &lock_);
-  if (from.is_dropped) return nullptr;
+  while (free_count_ <= (is_turn_of(from) ? 0 : kKeptFree)) pthread_cond_wait(&room_, &lock_);
   Chunk* chunk = free_;
   free_ = chunk->next;
   --free_count_;
@@ -183,7 +179,6 @@ bool ArchiveWorkers::is_dropped(const File& from) {
 void ArchiveWorkers::drop(File& from) {
   ScopedLock lock(lock_);
   from.is_dropped = true;
-  pthread_cond_broadcast(&room_);
 }
 
 void ArchiveWorkers::store_next() {

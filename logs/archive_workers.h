@@ -74,7 +74,7 @@ class ArchiveWorkers {
   File& file(size_t number) { return files_[number % kFiles]; }
   bool is_turn_of(const File& which) { return &which == &file(stored_); }
   void deflate_file(z_stream& stream, File& from);
-  bool deflate_piece(z_stream& stream, int flush, File& from, Chunk*& chunk);
+  void deflate_piece(z_stream& stream, int flush, File& from, Chunk*& chunk);
   Chunk* free_chunk(const File& from);
   void hand_over(z_stream& stream, File& from, Chunk* chunk);
   Chunk* await_chunk(File& from);

@@ -341,12 +341,15 @@ TEST_F(LogsTest, CopiesForTheMtsService) {
   EXPECT_EQ("keep", read("/data/other"));
   EXPECT_EQ(1, errors("failed to copy /data/tombstones. (No such file or directory)"));
   // The place of such a copy is its source, holds it, or is elsewhere.
-  for (const std::string& source : {"/data/mtslog/.."s, numbered + "ramoops", numbered + "dontpanic/sub/dontpanic"})
+  link("/data/linked", "/data/mtslog/log_00007");
+  put(numbered + "dontpanic/sub/dontpanic");
+  for (const std::string& source : {"/data/mtslog/.."s, "/data/linked/ramoops"s, numbered + "dontpanic/sub/dontpanic"})
     EXPECT_EQ(-1, copy_latest(source.c_str())) << source;
   device().properties.set("mts.curcount", "8");
-  link("/data/mtslog/log_00008", "/data");
+  put("/data/keep/dontpanic/file");
+  link("/data/mtslog/log_00008", "/data/keep");
   EXPECT_EQ(-1, copy_latest("/data/dontpanic"));
-  EXPECT_TRUE(exists(numbered + "ramoops") && exists("/data/dontpanic/sub/file"));
+  EXPECT_TRUE(exists(numbered + "ramoops") && exists("/data/keep/dontpanic/file"));
   fs::remove(root_ + "/data/mtslog/log_00008");
   put("/data/long", "longer");
   EXPECT_EQ(0, copy_file("/data/other", "/data/long"));

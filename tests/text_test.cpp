@@ -9,6 +9,7 @@
 
 #include "desk/words.h"
 #include "tests/phone.h"
+#include "text/file.h"
 #include "text/folder.h"
 #include "text/node.h"
 #include "text/text_writer.h"
@@ -86,6 +87,21 @@ TEST_F(NodeTest, WritesANodeThatIsThere) {
   EXPECT_EQ(-1, write_node("/sys/class/none", "on"));
   EXPECT_EQ(ENOENT, errno);
   EXPECT_FALSE(std::filesystem::exists(root_ + "/sys/class/none"));
+}
+
+TEST_F(NodeTest, AFileIsReadToItsEndOrToAFailure) {
+  put("/data/file", "12345");
+  const int file = open_file("/data/file"), folder = open(root_.c_str(), O_RDONLY | O_CLOEXEC);
+  char bytes[8];
+  for (const auto& [size, got] : {std::pair{3u, 3u}, {8u, 2u}, {8u, 0u}}) {
+    EXPECT_EQ(got, read_up_to(file, bytes, size));
+    EXPECT_EQ(0, errno);
+  }
+  EXPECT_EQ(0u, read_up_to(folder, bytes, 8));
+  EXPECT_EQ(EISDIR, errno);
+  EXPECT_FALSE(write_all(file, bytes, 8)) << "it is open for reading";
+  close(file);
+  close(folder);
 }
 
 TEST_F(NodeTest, AFolderGivesEachEntryOnceAndFollowsNoLink) {
