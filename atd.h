@@ -7,8 +7,8 @@
 // runs at a time. The functions of the modem's file system run on one thread at a time, with no other request to the
 // modem meanwhile. On one thread at a time run the functions of the SD card, those that write dumps, those of the
 // automatic test and its file transfer, the factory resets, the saves and erasures of logs, the unpacking of archives,
-// which changes the working folder, the touch test's result, get_qem and set_qem, which write qem_get_status, and
-// get_usb_id_adc, which writes cable. stop_socket ends what waits and tells the clients.
+// which changes the working folder, the touch test's result, the Bluetooth commands, get_qem and set_qem, which write
+// qem_get_status, and get_usb_id_adc, which writes cable. stop_socket ends what waits and tells the clients.
 //
 // Texts are terminated. A buffer is the caller's and holds at least the bytes that its contract names.
 #pragma once
@@ -55,6 +55,11 @@
 #include "system/fuel_gauge.h"          // the battery's voltage and level
 #include "system/thermal.h"             // temperatures of the chip and the crystal
 #include "system/board.h"               // the real-time clock, the back cover
+#include "bluetooth/response.h"         // how a Bluetooth command answers
+#include "bluetooth/address.h"          // commands of the Bluetooth address
+#include "bluetooth/test_mode.h"        // the Bluetooth controller's test mode
+#include "bluetooth/le_test.h"          // tests of Bluetooth Low Energy
+#include "bluetooth/usb_relay.h"        // Low Energy commands from the USB port
 #include "devicetest/test_set.h"        // the set of the automatic test
 #include "devicetest/test_order.h"      // its order
 #include "devicetest/test_results.h"    // results and verdict

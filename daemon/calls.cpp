@@ -182,6 +182,15 @@ int make_zip(const char* archive, const char* folder) {
   return logsave_makezip(std::string(archive).data(), std::string(folder).data());
 }
 
+// The digits as one word: each is a parameter of its own.
+int assign_address(const char* digits, char* out) {
+  std::vector<std::string> words;
+  for (; *digits; ++digits) words.emplace_back(1, *digits);
+  std::vector<const char*> params;
+  for (const std::string& word : words) params.push_back(word.c_str());
+  return handle_atcmd_btad_assign(params.data(), static_cast<int>(params.size()), out);
+}
+
 #define FUNCTION(name, ...) row(#name, name, __VA_ARGS__)
 
 }  // namespace
@@ -200,6 +209,23 @@ std::vector<HostFunction> library_functions() {
       FUNCTION(write_recondition_status, "STATUS", "Writes the recondition status."),
       FUNCTION(rubberstamp_test, "", "Tests the fingerprint sensor with a rubber stamp."),
       FUNCTION(get_touch_version, "", "Reads the touch firmware's version."),
+
+      FUNCTION(handle_atcmd_btad_query, "", "Tells the Bluetooth address."),
+      FUNCTION(handle_testmode_bt_read_request, "", "The same."),
+      FUNCTION(handle_atcmd_btad_range, "", "Tells how to write an address."),
+      row("handle_atcmd_btad_assign", assign_address, "DIGITS", "Stores the Bluetooth address."),
+      FUNCTION(handle_testmode_bt_write_request, "DIGITS", "Stores the Bluetooth address and has it loaded."),
+      FUNCTION(handle_bt_test_mode_query, "", "Tells whether Bluetooth is in its test mode: 2, else 1."),
+      FUNCTION(handle_testmode_bt_test_mode_query, "", "Tells it in the result: 0, else 1.", Success::any),
+      FUNCTION(handle_bt_test_mode_assign, "DIGITS", "Enters (2) or leaves (3) the test mode; the units come first."),
+      FUNCTION(handle_testmode_bt_test_mode_assign, "CODE", "Enters (1, 11 to 42) or leaves (5) the test mode."),
+      FUNCTION(enter_bt_test_mode, "VALUE", "Enters (2, 11 to 42) or leaves (3) the test mode."),
+      FUNCTION(handle_testmode_btle_test_enable, "", "Switches the tests of Low Energy on."),
+      FUNCTION(handle_testmode_btle_test_disable, "", "Switches them off."),
+      FUNCTION(handle_testmode_btle_tx_test_start, "CODE", "Starts to send on channel CODE - 41."),
+      FUNCTION(handle_testmode_btle_tx_test_end, "", "Ends that."),
+      FUNCTION(handle_testmode_btle_rx_test_start, "CHANNEL", "Starts to receive on a channel."),
+      FUNCTION(handle_testmode_btle_rx_test_end, "", "Ends that and tells how many packets came."),
 
       FUNCTION(read_uuid, "", "Reads the SD card's volume id."),
       FUNCTION(get_sdcard_path, "", "Tests the SD card and tells its folder."),

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "bluetooth/bluetooth_handlers.h"
 #include "devicetest/devicetest_handlers.h"
 #include "dispatch/handlers.h"
 #include "factory/item_handlers.h"
@@ -105,7 +106,7 @@ constexpr Opcode kOpcodes[] = {
      "Writes the IMEI, or answers it."},
     {4065, "automid_mac",               P::optional, A::text,   0,     S::built,       handle_automid_mac,
      "Writes the WLAN MAC address, or answers it."},
-    {4066, "automid_btaddr",            P::optional, A::text,   0,     S::not_built,   nullptr,
+    {4066, "automid_btaddr",            P::optional, A::text,   0,     S::built,       handle_automid_btaddr,
      "Writes the Bluetooth address, or answers it."},
     {4068, "get_impl",                  P::none,     A::text,   M,     S::built,       handle_get_impl,
      "Answers the modem's IMPL record."},

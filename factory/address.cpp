@@ -4,6 +4,7 @@
 #include <string.h>
 
 #include "factory/bluetooth_address.h"
+#include "factory/bluetooth_log.h"
 #include "factory/item_handlers.h"
 #include "factory/item_registry.h"
 #include "platform/log.h"
@@ -16,8 +17,6 @@ namespace atd {
 
 namespace {
 
-constexpr int kAddressSize = 6;
-
 // Fills six bytes from the text's first 12 digits. Returns null, or the first character that is not a digit.
 const char* parse_address(const char* text, uint8_t* bytes) {
   for (int i = 0; i < 2 * kAddressSize; ++i) {
@@ -28,25 +27,16 @@ const char* parse_address(const char* text, uint8_t* bytes) {
   return nullptr;
 }
 
+bool is_zero(const void* bytes) {
+  constexpr uint8_t kZero[kAddressSize] = {};
+  return memcmp(bytes, kZero, sizeof kZero) == 0;
+}
+
 }  // namespace
 
-int bt_addr_ascii_to_hexa(const char* text, void* bytes) {
-  const char* foreign = parse_address(text, static_cast<uint8_t*>(bytes));
-  if (!foreign) return 0;
-  SLOGE("[bt(%d)-%s]   bt_addr_assign : invalid Params = %c\n", __LINE__, __func__, *foreign);
-  return 1;
-}
-
-void bt_addr_hexa_to_ascii(const void* bytes, char* text) {
-  TextWriter(text, 2 * kAddressSize + 1).hex(bytes, kAddressSize);
-}
-
-int bt_addr_write(const void* bytes) { return bytes && write_item(item<8>, bytes) >= 0 ? 0 : 1; }
-
 int wlan_mac_read(void* bytes) {
-  constexpr uint8_t kNone[kAddressSize] = {};
   if (read_item(item<6>, bytes) < 0) return 1;
-  if (memcmp(bytes, kNone, sizeof kNone) != 0) return 0;
+  if (!is_zero(bytes)) return 0;
   SLOGE("wlan_mac_read : invalid mac_addr_hexa");
   return 1;
 }
@@ -73,10 +63,31 @@ void handle_automid_mac(const char* text, rzcmd_response* rsp) {
 
 }  // namespace atd
 
+using namespace atd;
+
+int bt_addr_ascii_to_hexa(const char* text, void* bytes) {
+  const char* foreign = parse_address(text, static_cast<uint8_t*>(bytes));
+  if (!foreign) return 0;
+  BT_LOGE("bt_addr_assign : invalid Params = %c\n", *foreign);
+  return 1;
+}
+
+void bt_addr_hexa_to_ascii(const void* bytes, char* text) {
+  TextWriter(text, 2 * kAddressSize + 1).hex(bytes, kAddressSize);
+}
+
+int bt_addr_read(void* bytes) {
+  if (!bytes) return 1;
+  memset(bytes, 0xFF, kAddressSize);
+  return read_item(item<8>, bytes) < 0 || is_zero(bytes) ? 1 : 0;
+}
+
+int bt_addr_write(const void* bytes) { return bytes && write_item(item<8>, bytes) >= 0 ? 0 : 1; }
+
 int handle_testmode_bt_write_request(const char* text) {
-  uint8_t bytes[atd::kAddressSize];
-  if (strnlen(text, 2 * atd::kAddressSize + 1) != 2 * atd::kAddressSize) return 1;
-  if (atd::bt_addr_ascii_to_hexa(text, bytes) != 0 || atd::bt_addr_write(bytes) != 0) return 1;
+  uint8_t bytes[kAddressSize];
+  if (strnlen(text, 2 * kAddressSize + 1) != 2 * kAddressSize) return 1;
+  if (bt_addr_ascii_to_hexa(text, bytes) != 0 || bt_addr_write(bytes) != 0) return 1;
   SLOGI("[BTUI] tav_load_bluetooth_address");
   if (system_property_set("ctl.start", "bdaddr_loader") != 0) SLOGE("[BTUI] Failed to start bdaddr_loader");
   return 0;

@@ -6,14 +6,8 @@ namespace atd {
 // The Bluetooth address where none is stored: a locally administered one, which belongs to no maker.
 inline constexpr char kDefaultBluetoothAddress[] = "020000000000";
 
-// Turns 12 hexadecimal digits of either case into six bytes; 0, or 1 at the first other character, which is logged.
-int bt_addr_ascii_to_hexa(const char* text, void* bytes);
-
-// Writes six bytes as 12 upper-case digits and a terminator.
-void bt_addr_hexa_to_ascii(const void* bytes, char* text);
-
-// Writes the Bluetooth address (six bytes); 0, or 1 when the store fails or the pointer is null.
-int bt_addr_write(const void* bytes);
+// The bytes of an address.
+inline constexpr int kAddressSize = 6;
 
 // Reads or writes the WLAN MAC address (six bytes); 0, or 1 when the store fails or the bytes read are all zero.
 int wlan_mac_read(void* bytes);

@@ -36,6 +36,7 @@ const std::vector<CallName>& call_names() {
       {Call::connect, "connect", "SOCKET"},
       {Call::sendmsg, "sendmsg", ""},
       {Call::fingerprint, "fingerprint", "FUNCTION"},
+      {Call::bluetooth, "bluetooth", "FUNCTION"},
       {Call::unified_sysfs_read, "unified_sysfs_read", "NODE"},
       {Call::unified_sysfs_write, "unified_sysfs_write", "NODE"},
       {Call::volume, "volume", "COMMAND"},

@@ -38,6 +38,7 @@ enum class Call {
   connect,
   sendmsg,
   fingerprint,
+  bluetooth,
   unified_sysfs_read,
   unified_sysfs_write,
   volume,

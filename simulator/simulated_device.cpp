@@ -156,6 +156,7 @@ SimulatedDevice::SimulatedDevice(std::string root, int lock)
       modem(root_, syncs_writes, clock, faults),
       input(root_),
       fingerprint(root_),
+      bluetooth(clock),
       readings(root_),
       display(root_, clock, properties, readings),
       rtc(root_, clock),
@@ -233,6 +234,7 @@ void SimulatedDevice::reboot() {
   modem.boot();
   input.boot();
   display.boot();
+  bluetooth.lose();
   volume_daemon.hang_up();
   card.boot();
 }

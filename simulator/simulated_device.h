@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 
+#include "simulator/bluetooth.h"
 #include "simulator/card/card.h"
 #include "simulator/card/volume_daemon.h"
 #include "simulator/clock.h"
@@ -95,6 +96,7 @@ class SimulatedDevice {
   Modem modem;
   Input input;
   Fingerprint fingerprint;
+  Bluetooth bluetooth;
   Readings readings;
   Display display;
   Rtc rtc;

@@ -148,6 +148,11 @@ const Case kCases[] = {
     {"MAC write without a terminator", 4065, std::string(2048, 'A'), 6, "keepme", 1, "", "keepme"},
     {"MAC read", 4065, "", 6, "\x0a\x1b\x2c\x3d\x4e\xff", 0, "0A1B2C3D4EFF", "\x0a\x1b\x2c\x3d\x4e\xff"},
     {"MAC of zeros", 4065, "", 6, std::string(6, '\0'), 1, "", std::string(6, '\0')},
+    {"Bluetooth write", 4066, "0a1B2c3D4e5F", 8, std::string(6, '\0'), 0, "", "\x0a\x1b\x2c\x3d\x4e\x5f"},
+    {"Bluetooth write, long", 4066, "0a1B2c3D4e5F0", 8, "keepme", 1, "", "keepme"},
+    {"Bluetooth write without a terminator", 4066, std::string(2048, 'A'), 8, "keepme", 1, "", "keepme"},
+    {"Bluetooth read", 4066, "", 8, "\x0a\x1b\x2c\x3d\x4e\xff", 0, "0A1B2C3D4EFF", "\x0a\x1b\x2c\x3d\x4e\xff"},
+    {"Bluetooth of zeros", 4066, "", 8, std::string(6, '\0'), 0, "020000000000", std::string(6, '\0')},
 };
 
 TEST_F(DispatchTest, ItemsAreAnsweredAndStored) {

@@ -14,6 +14,7 @@ std::span<const Verb> item_rows();
 std::span<const Verb> input_rows();
 std::span<const Verb> modem_rows();
 std::span<const Verb> fingerprint_rows();
+std::span<const Verb> bluetooth_rows();
 std::span<const Verb> usb_rows();
 std::span<const Verb> deletion_rows();
 std::span<const Verb> battery_rows();

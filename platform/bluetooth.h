@@ -1,0 +1,36 @@
+// The Bluetooth controller's test modes, as the platform's test library has them. A result of 0 or more is success, -2
+// says that the controller does not support it, any other one is a failure.
+#pragma once
+
+extern "C" {
+
+// Puts the controller into device-under-test mode, with audio looped back on path `index` (1 to 32), or on none (0).
+int bluetooth_enter_dut_mode(int index);
+
+// Leaves that mode; 2 when the controller is not in it.
+int bluetooth_exit_dut_mode();
+
+// Whether the controller is in that mode: 1, else 0.
+int bluetooth_is_dut_mode();
+
+// Switches Low Energy on or off; 0 on success.
+int do_ble_enable();
+int do_ble_disable();
+
+// Starts to send test packets of `length` bytes on a channel, 0 to 39, with the payload of the pattern's number.
+int bt_le_transmitter_test(int channel, int length, int pattern);
+
+// Starts to receive test packets on a channel.
+int bt_le_receiver_test(int channel);
+
+// End the test; the second one stores how many packets were received.
+int bt_le_tx_test_end();
+int bt_le_rx_test_end(unsigned* count);
+
+// Whether bytes from a tester are a Low Energy command: 1, else 0.
+int checkIsBleCmd(const unsigned char* data, int length);
+
+// Carries such a command out and fills `reply`, which holds 1024 bytes, and its length.
+int doProcessBLECmd(const unsigned char* data, int length, unsigned char* reply, int* reply_length);
+
+}  // extern "C"
