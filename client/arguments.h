@@ -29,7 +29,7 @@ enum class Given {
 // Whether the opcode takes such a payload. An opcode that is not listed takes any.
 Failure check_payload(int32_t opcode, Given given, const std::string& payload);
 
-// A line of a batch: an opcode, and after the spaces a text, text:TEXT or hex:HEX.
+// The request in a line of a batch: an opcode, and after the spaces a text, text:TEXT or hex:HEX.
 Failure parse_request(const std::string& line, int32_t* opcode, std::string* payload);
 
 }  // namespace atd::client

@@ -23,11 +23,11 @@ struct Options {
   bool hexdump = false;
   WatchArguments watch;
   ReplayArguments replay;
+  BatchArguments batch;
   double quiet_ms = 200;
   double timeout = Target().timeout;
   PhoneArguments phone;
   std::string text;
-  std::string file = "-";
   std::string shell;
 };
 
@@ -64,7 +64,7 @@ void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
     return command;
   };
   auto add_json = [&](CLI::App* command, const char* description) {
-    command->add_flag("--json", options.json, description);
+    return command->add_flag("--json", options.json, description);
   };
 
   CLI::App* command = add("ops", "List the opcodes", [&] { return run_ops(options.json); });
@@ -73,6 +73,8 @@ void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
 
   command = add("request", "Send a request and print its answer", [&, target] {
     options.request.json = options.json;
+    if (options.request.output == "value") options.request.value = true, options.request.output.clear();
+    if (options.request.value && options.json) return complain({kUsage, "a value alone is no JSON: leave one out"});
     return run_request(target(), options.request);
   });
   RequestArguments& request = options.request;
@@ -92,19 +94,47 @@ void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
       ->excludes(hex)
       ->excludes(file);
   add_json(command, "Print one object");
-
-  command = add("batch", "Send each line of a file as a request, and print the answers in order",
-                [&, target] { return run_batch(target(), options.file, options.json); });
+  auto* value = command->add_flag("-r", request.value, "Print the answer's value alone, as --output value does");
   command
-      ->add_option("FILE|-", options.file,
-                   "Lines of NAME|NUMBER [TEXT|text:TEXT|hex:HEX]; empty lines and # comments are skipped")
+      ->add_option("--output", request.output,
+                   "Write the bytes of the answer into a file, - for standard output; \"value\" prints the value alone")
+      ->option_text("FILE")
+      ->excludes(value);
+  command->footer(
+      "The value is a text as it is, a byte as a number, other bytes in hex. It is for x=$(atdctl request -r NAME):\n"
+      "where the result is not 0, standard output and the file get nothing, and standard error has the result.");
+
+  command = add("batch", "Send each line of a file as a request, and print the answers in order", [&, target] {
+    options.batch.json = options.json;
+    return run_batch(target(), options.batch);
+  });
+  command
+      ->add_option("FILE|-", options.batch.file,
+                   "Lines of NAME|NUMBER [TEXT|text:TEXT|hex:HEX] [-> RESULT [TEXT|text:TEXT|hex:HEX]]; empty lines "
+                   "and # comments are skipped")
       ->option_text(" ");
+  command->add_flag("--stop-on-error", options.batch.stop_on_error, "End after the first line whose status is not 0");
+  auto* dry = command->add_flag("--dry-run", options.batch.dry_run, "Check the lines and print them, send nothing");
+  command->add_option("--junit", options.batch.junit, "Write a report as JUnit does into this file")
+      ->option_text("FILE")
+      ->excludes(dry);
+  command->add_option("--csv", options.batch.csv, "Write a row for every request into this file")
+      ->option_text("FILE")
+      ->excludes(dry);
   add_json(command, "Print one object a line");
+  command->footer(
+      "All lines are checked before the first is sent. RESULT is OK, FAIL, UNSUPPORTED or a number, and\n"
+      "the text after it is the answer's; without one any data will do. The status of a line that\n"
+      "expects something is 0 when the answer is so, and else 1.");
 
-  command = add("send", "Send an AT command to the platform", [&, target] { return run_send(target(), options.text); });
+  command = add("send", "Send an AT command to the platform",
+                [&, target] { return run_send(target(), options.text, options.json); });
   command->add_option("TEXT", options.text, "The AT command, such as AT+CSQ")->required()->option_text(" ");
+  add_json(command, "Print one object");
 
-  add("initialize", "Tell the daemon that the platform is ready", [target] { return run_initialize(target()); });
+  command = add("initialize", "Tell the daemon that the platform is ready",
+                [&, target] { return run_initialize(target(), options.json); });
+  add_json(command, "Print one object");
 
   command = add("monitor", "Print every message of the daemon as it comes",
                 [&, target] { return run_monitor(target(), options.watch); });
@@ -112,7 +142,19 @@ void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
     watching->add_flag("--json", options.watch.json, "Print one object a line");
     watching->add_option("--count", options.watch.count, count)->option_text("N")->check(CLI::Range(1, 2000000000));
   };
-  add_watch(command, "End after so many messages");
+  add_watch(command, "End after so many messages that are shown");
+  command->add_option("--code", options.watch.codes, "Show messages with this code alone; may stand several times")
+      ->option_text("N")
+      ->check(CLI::Range(0, 999))
+      ->allow_extra_args(false);
+  command
+      ->add_option("--opcode", options.watch.opcodes,
+                   "Show requests to the platform with this opcode alone; may stand several times")
+      ->option_text("NAME|NUMBER")
+      ->allow_extra_args(false);
+  command->add_option("--for", options.watch.seconds, "End after this time; with --count the status is then 75")
+      ->option_text("SECONDS")
+      ->check(check_time);
   auto* record = command->add_option("--record", options.watch.record, "Append every message to this file");
   record->option_text("FILE");
   command->add_flag("--quiet", options.watch.quiet, "Print nothing, only record")->needs(record);
@@ -125,8 +167,10 @@ void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
   command->footer("The file has rows; the first that matches counts:\n\n" + answer_row_help(RowsOf::platform) +
                   "Lines that begin with # are skipped. Any other request is answered with result 0 and no data.");
 
-  command = add("replay", "Send what the clients in a recording sent, and compare the answers",
-                [&, target] { return run_replay(target(), options.replay); });
+  command = add("replay", "Send what the clients in a recording sent, and compare the answers", [&, target] {
+    options.replay.json = options.json;
+    return run_replay(target(), options.replay);
+  });
   command->add_option("FILE|-", options.replay.file, "The recording, made with atd --record FILE")
       ->required()
       ->option_text(" ");
@@ -136,8 +180,10 @@ void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
       ->option_text("REGEX")
       ->allow_extra_args(false);
   command->add_flag("--realtime", options.replay.realtime, "Keep the recording's pauses");
+  add_json(command, "Print one object");
 
-  add("wait", "Wait until the daemon answers", [target] { return run_wait(target()); });
+  command = add("wait", "Wait until the daemon answers", [&, target] { return run_wait(target(), options.json); });
+  add_json(command, "Print one object");
 
   command = add("phone", "Do something to the running simulated phone", [&]() -> int {
     if (options.phone.words.empty()) return complain(print(app.help()));
@@ -259,6 +305,12 @@ std::string explain(const CLI::App& app, const CLI::ParseError& error) {
   return fmt::format("{}; see {} --help", error.what(), name);
 }
 
+// Whether --json is among the arguments, whatever else may be wrong with them.
+bool asks_for_json(const std::vector<std::string>& arguments) {
+  const auto end = std::find(arguments.begin(), arguments.end(), "--");
+  return std::find(arguments.begin(), end, "--json") != end;
+}
+
 // A closed standard stream gets a descriptor that can only be used the wrong way round: nothing else that is opened
 // takes its number, and its use is still an error.
 void occupy_standard_streams() {
@@ -279,6 +331,7 @@ int run(int argc, char** argv) {
   std::vector<std::string> arguments(argv + 1, argv + argc);
   move_options(app, &arguments);
   const std::vector<std::string> verb = take_verb(&arguments);
+  complain_in_json(asks_for_json(arguments));
   std::reverse(arguments.begin(), arguments.end());  // as the parser takes them
   try {
     app.parse(arguments);

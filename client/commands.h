@@ -26,19 +26,31 @@ struct RequestArguments {
   std::string file;
   bool has_text = false, has_hex = false, has_file = false, read = false;  // at most one of them
   bool json = false;
+  bool value = false;  // print the answer's value alone
+  std::string output;  // the file that gets the answer's bytes, "" for none
 };
 
-// One request and its answer; the status is that of the result.
+// One request and its answer; the status is that of the result. What asks for the value or for a file gets nothing
+// where the result is not 0, and a complaint says why.
 int run_request(const Target& target, const RequestArguments& arguments);
 
-// Sends each line of `file`, "-" for standard input, as a request, all on one connection; the worst status of all.
-int run_batch(const Target& target, const std::string& file, bool json);
+struct BatchArguments {
+  std::string file = "-";      // of the requests, "-" for standard input
+  std::string junit, csv;      // files for reports, "" for none
+  bool stop_on_error = false;  // after the first request whose status is not 0
+  bool dry_run = false;        // print the requests, send none
+  bool json = false;
+};
+
+// Sends each line of the file as a request, all on one connection; the worst status of all. When a line is wrong,
+// none is sent.
+int run_batch(const Target& target, const BatchArguments& arguments);
 
 // Sends an AT command to the platform and waits for the broadcast that carries it.
-int run_send(const Target& target, const std::string& text);
+int run_send(const Target& target, const std::string& text, bool json);
 
 // Sends the platform's "initialize" and waits for the broadcast that the daemon is ready.
-int run_initialize(const Target& target);
+int run_initialize(const Target& target, bool json);
 
 // Sends lines of standard input as they are, and prints every message. It waits for the answer to a request; after any
 // other line it goes on when no message has come for `quiet_ms`.
@@ -46,17 +58,21 @@ int run_raw(const Target& target, bool hexdump, double quiet_ms);
 
 struct WatchArguments {
   bool json = false;
-  bool quiet = false;   // monitor: print nothing
-  int count = 0;        // end after so many messages, 0 for no limit
-  std::string record;   // monitor: the file that messages are appended to, "" for none
-  std::string answers;  // serve: the file of answers, "" for none
+  bool quiet = false;                // monitor: print nothing
+  int count = 0;                     // end after so many messages, 0 for no limit
+  double seconds = -1;               // monitor: end after so long, below 0 for no limit
+  std::vector<int> codes;            // monitor: the codes to show, none for all
+  std::vector<std::string> opcodes;  // monitor: the opcodes of the requests to show, none for all messages
+  std::string record;                // monitor: the file that messages are appended to, "" for none
+  std::string answers;               // serve: the file of answers, "" for none
 };
 
 // The status of a command that ends because the daemon stopped, which it complains about if a `count` was asked for.
 int ended_early(int seen, int count);
 
-// Prints every message as it comes, until `count` have come, the daemon has stopped, or SIGINT or SIGTERM comes. With a
-// `count` such a signal ends the program, and a daemon that stops before is kNoDaemon.
+// Prints the messages that are to be shown as they come, until `count` of them have come, the time is over, the daemon
+// has stopped, or SIGINT or SIGTERM comes. With a `count` such a signal ends the program, a daemon that stops before is
+// kNoDaemon, and the end of the time kTimedOut. A recording gets every message, shown or not.
 int run_monitor(const Target& target, const WatchArguments& arguments);
 
 // Stands in for the platform: prints every AT command and every request that the daemon sends to it, and answers the
@@ -67,6 +83,7 @@ struct ReplayArguments {
   std::string file;  // the recording, "-" for standard input
   std::vector<std::string> masks;
   bool realtime = false;  // with the recording's pauses
+  bool json = false;
 };
 
 // Sends the daemon what the clients of a recording sent, and compares the answers. Returns kOk, kFailed at the first
@@ -74,7 +91,7 @@ struct ReplayArguments {
 int run_replay(const Target& target, const ReplayArguments& arguments);
 
 // Waits until the daemon answers.
-int run_wait(const Target& target);
+int run_wait(const Target& target, bool json);
 
 struct PhoneArguments {
   std::string folder;              // of the phone, "" for none

@@ -1,4 +1,5 @@
 #include <errno.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -6,6 +7,7 @@
 
 #include "client/commands.h"
 #include "client/input.h"
+#include "client/json.h"
 
 namespace atd::client {
 namespace {
@@ -16,14 +18,17 @@ std::string as_sent_on(const std::string& text) {
   return std::string(std::find_if(text.begin(), text.end(), is_sent), text.end());
 }
 
-int run_line(const Target& target, const std::string& line, const std::function<bool(const Message&)>& is_answer) {
+int run_line(const Target& target, const std::string& line, bool json,
+             const std::function<bool(const Message&)>& is_answer) {
   Connection connection;
   Message answer;
   Deadline deadline = in_seconds(target.timeout);
   Failure failure = connect(connection, target, deadline);
   if (!failure) failure = exchange(connection, target, line, deadline, is_answer, &answer);
   if (failure) return complain(failure);
-  return complain(print(visible(answer.bytes) + "\n"));
+  timespec now;
+  clock_gettime(CLOCK_REALTIME, &now);
+  return complain(print(json ? reply_json(now, answer) : visible(answer.bytes) + "\n"));
 }
 
 class RawConversation {
@@ -91,17 +96,17 @@ class RawConversation {
 
 }  // namespace
 
-int run_send(const Target& target, const std::string& text) {
+int run_send(const Target& target, const std::string& text, bool json) {
   std::string sent_on = as_sent_on(text);
   if (sent_on.empty()) {
     return complain({kUsage, "nothing to send: an AT command has a character above 32 and below 128, such as AT+CSQ"});
   }
-  return run_line(target, send_line(text),
+  return run_line(target, send_line(text), json,
                   [&](const Message& message) { return message.code == kPlatformCode && message.text == sent_on; });
 }
 
-int run_initialize(const Target& target) {
-  return run_line(target, initialize_line(), [](const Message& message) { return message.code == kReadyCode; });
+int run_initialize(const Target& target, bool json) {
+  return run_line(target, initialize_line(), json, [](const Message& message) { return message.code == kReadyCode; });
 }
 
 int run_raw(const Target& target, bool hexdump, double quiet_ms) {

@@ -64,9 +64,10 @@ int print_replies(int fd, const std::string& folder, bool endless) {
     ControlReply reply;
     if (came && from_line(line, &reply)) {
       if (Failure lost = print(reply.out)) return complain(lost);
-      complain({reply.status, reply.error});
       // An exit status has eight bits.
-      if (reply.last) return reply.status == (reply.status & 0xff) ? reply.status : kOther;
+      const int status = reply.status == (reply.status & 0xff) ? reply.status : kOther;
+      complain({status, reply.error});
+      if (reply.last) return status;
     } else if (came && !lines.is_cut()) {
       return complain({kOther, "the phone's reply makes no sense: " + line.substr(0, 60)});
     } else {

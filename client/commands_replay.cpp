@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "client/commands.h"
+#include "client/json.h"
 #include "client/recording.h"
 #include "client/replay_clients.h"
 
@@ -49,8 +50,9 @@ class Replay {
     if (!failure && clients_.has_ended() && !stopped_) failure = went_away(target_);
     if (failure) return complain(failure);
     if (!clients_.unasked().empty()) return differ("nothing more", clients_.unasked().front().shown, kFailed);
+    if (arguments_.json) return worse(missed_.status, complain(print(json(nullptr, missed_.status))));
     failure = print(fmt::format("{} {}, no difference\n", compared_, compared_ == 1 ? "message" : "messages"));
-    return worse(missed_, complain(failure));
+    return worse(missed_.status, complain(failure));
   }
 
  private:
@@ -61,8 +63,9 @@ class Replay {
       case Kind::disconnect: failure = clients_.disconnect(event_->client); break;
       case Kind::input: failure = say(); break;
       case Kind::missed:
-        missed_ = complain({kUsage, fmt::format("{}{} bytes of client {} are not in the recording and cannot be sent",
-                                                place(), event_->count, event_->client)});
+        missed_ = {kUsage, fmt::format("{}{} bytes of client {} are not in the recording and cannot be sent", place(),
+                                       event_->count, event_->client)};
+        if (!arguments_.json) complain(missed_);  // the object at the end has it
         break;
       case Kind::message: return compare();
     }
@@ -100,7 +103,20 @@ class Replay {
     return failure ? differ("the end of the daemon", failure.text, kTimedOut) : kOk;
   }
 
+  std::string json(const Difference* difference, int status) const {
+    return replay_json(compared_, difference, status, missed_.text);
+  }
+
   int differ(const std::string& expected, const std::string& got, int status) {
+    if (arguments_.json) {
+      Difference difference = {event_->line, 0, 0, "", expected, got};
+      if (input_ != nullptr) {
+        difference.input_line = input_->line;
+        difference.client = input_->client;
+        difference.input = input_text(input_->bytes);
+      }
+      return worse(status, complain(print(json(&difference, status))));
+    }
     std::string text = place() + "the first difference\n";
     if (input_ != nullptr) {
       text += fmt::format("  line {}, client {}: {}\n", input_->line, input_->client, input_text(input_->bytes));
@@ -119,7 +135,7 @@ class Replay {
   const Event* input_ = nullptr;  // the last input, null for none yet
   bool restarted_ = false;        // the daemon has ended, and another one follows
   bool stopped_ = false;          // the recording ends with the daemon's end
-  int missed_ = kOk;              // kUsage when the recording does not have all that the clients sent
+  Failure missed_;                // kUsage when the recording does not have all that the clients sent
   int compared_ = 0;
 };
 

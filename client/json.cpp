@@ -27,20 +27,38 @@ void put_opcode(Json& json, int32_t opcode) {
   json["name"] = row == nullptr ? Json() : Json(row->name);
 }
 
-// The fields "data_len", "text", "byte" and "hex".
-void put_data(Json& json, const Opcode* row, const std::string& data) {
-  Shape shape = shape_of(row, data);
+// The fields "data_len", "text", "byte" and "hex". No data is the empty text where `is_text`, and else nothing.
+void put_data(Json& json, bool is_text, const Opcode* row, const std::string& data) {
+  const Shape shape = shape_of(row, data);
+  is_text = shape == Shape::text || (is_text && text_of(data).empty());
   json["data_len"] = data.size();
-  json["text"] = shape == Shape::text ? Json(text_of(data)) : Json();
+  json["text"] = is_text ? Json(text_of(data)) : Json();
   json["byte"] = shape == Shape::byte ? Json(static_cast<unsigned char>(data[0])) : Json();
-  json["hex"] = data.empty() ? Json() : Json(to_hex(data));
+  json["hex"] = is_text || !data.empty() ? Json(to_hex(data)) : Json();
 }
 
+// A response; the `row` is that of the opcode it answers, null for one that is not listed.
 void put_response(Json& json, const Opcode* row, const Response& response) {
   json["result"] = response.result;
-  json["result_name"] = result_name(response.result);
+  json["result_name"] = row == nullptr ? result_name(response.result) : result_name(row->number, response.result);
   json["result_status"] = response.result_status;
-  put_data(json, row, response.data);
+  const bool is_text = row != nullptr && row->answer == Answer::text && response.result == kOk;
+  put_data(json, is_text, row, response.data);
+}
+
+// How a command or a line of a batch ended.
+void put_end(Json& json, int status, const std::string& error) {
+  json["status"] = status;
+  json["error"] = error.empty() ? Json() : Json(visible(error));
+}
+
+Json expected_json(const std::optional<Expected>& expected) {
+  if (!expected) return Json();
+  Json json;
+  json["result"] = expected->result;
+  json["text"] = expected->data && is_utf8(*expected->data) && expected->is_text ? Json(*expected->data) : Json();
+  json["hex"] = expected->data ? Json(to_hex(*expected->data)) : Json();
+  return json;
 }
 
 Json decoded(const Message& message) {
@@ -54,7 +72,7 @@ Json decoded(const Message& message) {
   } else if ((message.code == kPlatformCode || message.code == kCopyCode) && decode_request(message.text, &request)) {
     json["record"] = "request";
     put_opcode(json, request.opcode);
-    put_data(json, nullptr, request.payload);
+    put_data(json, false, nullptr, request.payload);
   }
   return json;
 }
@@ -73,7 +91,7 @@ Json seen(const timespec& time, int sequence, const Message& message) {
 
 std::string opcode_json(const Opcode& row) {
   Json json;
-  json["number"] = row.number;
+  json["opcode"] = row.number;
   json["name"] = row.name;
   json["payload"] = row.payload == Payload::none ? Json() : Json(to_text(row.payload));
   json["answer"] = to_text(row.answer);
@@ -84,11 +102,17 @@ std::string opcode_json(const Opcode& row) {
   return to_line(json);
 }
 
-std::string answer_json(int line, int32_t opcode, const Response& response) {
+std::string answer_json(int32_t opcode, const Response& response) {
   Json json;
-  if (line > 0) json["line"] = line;
   put_opcode(json, opcode);
   put_response(json, find_opcode(opcode), response);
+  put_end(json, result_status(response.result), "");
+  return to_line(json);
+}
+
+std::string failure_json(int status, const std::string& error) {
+  Json json;
+  put_end(json, status, error);
   return to_line(json);
 }
 
@@ -96,8 +120,59 @@ std::string failure_json(int line, const std::string& request, int status, const
   Json json;
   json["line"] = line;
   put_text(json, "request", request);
-  json["status"] = status;
-  json["error"] = visible(error);
+  put_end(json, status, error);
+  return to_line(json);
+}
+
+std::string batch_answer_json(const BatchResult& result) {
+  const BatchLine& line = result.line;
+  Json json;
+  json["line"] = line.number;
+  put_opcode(json, line.opcode);
+  put_response(json, find_opcode(line.opcode), result.response);
+  json["expected"] = expected_json(line.expected);
+  json["met"] = line.expected ? Json(is_met(*line.expected, result.response)) : Json();
+  put_end(json, status_of(result), "");
+  return to_line(json);
+}
+
+std::string batch_request_json(const BatchLine& line) {
+  Json json;
+  json["line"] = line.number;
+  put_opcode(json, line.opcode);
+  put_data(json, false, nullptr, line.payload);
+  json["expected"] = expected_json(line.expected);
+  put_end(json, kOk, "");
+  return to_line(json);
+}
+
+std::string reply_json(const timespec& time, const Message& message) {
+  Json json = seen(time, 1, message);
+  put_end(json, kOk, "");
+  return to_line(json);
+}
+
+std::string wait_json(double seconds) {
+  Json json;
+  json["seconds"] = seconds;
+  put_end(json, kOk, "");
+  return to_line(json);
+}
+
+std::string replay_json(int compared, const Difference* difference, int status, const std::string& error) {
+  Json json;
+  json["compared"] = compared;
+  Json& where = json["difference"] = Json();
+  if (difference != nullptr) {
+    const bool has_input = difference->input_line > 0;
+    where["line"] = difference->line;
+    where["input_line"] = has_input ? Json(difference->input_line) : Json();
+    where["client"] = has_input ? Json(difference->client) : Json();
+    where["input"] = has_input ? Json(difference->input) : Json();
+    where["expected"] = difference->expected;
+    where["got"] = difference->got;
+  }
+  put_end(json, status, error);
   return to_line(json);
 }
 

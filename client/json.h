@@ -1,5 +1,4 @@
-// What atdctl prints for programs: JSON objects, each in one line. Fields that do not apply are null. A text that is
-// not UTF-8 is null too, and its bytes are in the field "hex".
+// What atdctl prints for programs: JSON objects, each in one line, as docs/json.md describes them.
 #pragma once
 
 #include <stdint.h>
@@ -7,6 +6,7 @@
 
 #include <string>
 
+#include "client/batch.h"
 #include "desk/message.h"
 #include "desk/framing.h"
 #include "dispatch/opcode_table.h"
@@ -16,11 +16,38 @@ namespace atd::client {
 // A row of the opcode table.
 std::string opcode_json(const Opcode& row);
 
-// An answer; with a `line` above 0 the object begins with the number of the request's line.
-std::string answer_json(int line, int32_t opcode, const Response& response);
+// The answer to a request.
+std::string answer_json(int32_t opcode, const Response& response);
 
-// A request of a batch that has no answer, and why.
+// What a command ends with that could not do its work.
+std::string failure_json(int status, const std::string& error);
+
+// A line of a batch that has no answer, and why.
 std::string failure_json(int line, const std::string& request, int status, const std::string& error);
+
+// The answer to a line of a batch.
+std::string batch_answer_json(const BatchResult& result);
+
+// A line of a batch that is not sent.
+std::string batch_request_json(const BatchLine& line);
+
+// The message that a command waited for, with its time.
+std::string reply_json(const timespec& time, const Message& message);
+
+// How long a wait for the daemon took.
+std::string wait_json(double seconds);
+
+// Where a replay found that the daemon does not say the same.
+struct Difference {
+  int line = 0;        // of the recording
+  int input_line = 0;  // of the last input, 0 for none
+  int client = 0;      // that sent it
+  std::string input;
+  std::string expected, got;
+};
+
+// What a replay found; the `difference` is null for none.
+std::string replay_json(int compared, const Difference* difference, int status, const std::string& error);
 
 // A message, with its time and its number; "decoded" holds its record, if it carries one.
 std::string message_json(const timespec& time, int sequence, const Message& message);

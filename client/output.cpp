@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "client/json.h"
 #include "desk/words.h"
 #include "platform/records.h"
 
@@ -19,7 +20,7 @@ namespace {
 
 constexpr StatusMeaning kStatuses[] = {
     {kOk, "done; the result is 0"},
-    {kFailed, "the result is 1: failed; a replay found a difference"},
+    {kFailed, "the result is 1: failed; a replay or a batch found a difference"},
     {kUnsupported, "the result is 2: not supported"},
     {kOther, "any other result, or a malformed answer"},
     {kUsage, "a mistake in the arguments, or in a file that they name"},
@@ -34,6 +35,8 @@ int severity(int status) {
                                  kTimedOut, kNoDaemon, kNoPermission, kNoOutput};
   return static_cast<int>(std::find(std::begin(kBySeverity), std::end(kBySeverity), status) - std::begin(kBySeverity));
 }
+
+bool g_complains_in_json = false;
 
 constexpr size_t kShortHex = 24;  // bytes of a payload that a line has room for
 
@@ -82,7 +85,11 @@ std::span<const StatusMeaning> statuses() { return kStatuses; }
 
 int worse(int a, int b) { return severity(a) >= severity(b) ? a : b; }
 
+void complain_in_json(bool json) { g_complains_in_json = json; }
+
 int complain(const Failure& failure) {
+  const bool in_json = g_complains_in_json && failure && !failure.text.empty();
+  if (in_json && !print(failure_json(failure.status, failure.text))) return failure.status;
   if (!failure.text.empty()) fprintf(stderr, "atdctl: %s\n", visible(failure.text).c_str());
   return failure.status;
 }
@@ -120,6 +127,12 @@ std::string result_name(int32_t result) {
     case kNotSupported: return "not supported";
   }
   return std::to_string(result);
+}
+
+std::string result_name(int32_t opcode, int32_t result) {
+  const Opcode* row = find_opcode(opcode);
+  const bool missing = result == kNotSupported && row != nullptr && row->state == State::not_built;
+  return missing ? to_text(State::not_built) : result_name(result);
 }
 
 Shape shape_of(const Opcode* row, const std::string& data) {
@@ -211,6 +224,10 @@ std::string response_text(const Response& response) {
   return with_data(result_name(response.result) + status_text(response), response.data);
 }
 
+std::string request_text(int32_t opcode, const std::string& payload) {
+  return with_data("request " + opcode_title(opcode), payload);
+}
+
 std::string message_text(const Message& message) {
   Response response;
   Request request;
@@ -220,7 +237,7 @@ std::string message_text(const Message& message) {
     return response_text(response);
   }
   if ((message.code == kPlatformCode || message.code == kCopyCode) && decode_request(message.text, &request)) {
-    return with_data("request " + opcode_title(request.opcode), request.payload);
+    return request_text(request.opcode, request.payload);
   }
   return visible(message.text);
 }

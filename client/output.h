@@ -45,8 +45,10 @@ struct Failure {
 };
 
 // Prints "atdctl: TEXT" on standard error, in one line, and returns the failure's status. A failure without a text
-// prints nothing.
+// prints nothing. After complain_in_json(true) a failure is a JSON object on standard output instead, as long as that
+// can be written.
 int complain(const Failure& failure);
+void complain_in_json(bool json);
 
 // Writes all the bytes, waiting for room where it must; 0 or an error number.
 int write_all(int fd, std::string_view bytes);
@@ -64,6 +66,9 @@ bool is_forbidden(int error);
 // The exit status for a response's result, and the result in words: "OK", "FAIL", "not supported" or its number.
 int result_status(int32_t result);
 std::string result_name(int32_t result);
+
+// The result of a request, as result_name() has it, or "not built" where the opcode's row is not built yet.
+std::string result_name(int32_t opcode, int32_t result);
 
 // How the data of an answer is best shown.
 enum class Shape { none, text, byte, hex };
@@ -98,6 +103,9 @@ std::string answer_text(int32_t opcode, const Response& response);
 
 // A response in one short line: its result, and its data as far as there is room.
 std::string response_text(const Response& response);
+
+// A request in one short line: its opcode, and its payload as far as there is room.
+std::string request_text(int32_t opcode, const std::string& payload);
 
 // What a message says, in one short line: the record that it carries, or else its text.
 std::string message_text(const Message& message);

@@ -288,6 +288,9 @@ TEST_F(ServicePhone, AReplayPlaysLineByLine) {
     EXPECT_EQ(status, outcome.status) << names << outcome.err;
     EXPECT_TRUE(has(outcome.out, shown)) << outcome.out << shown;
   }
+  const std::string json = atdctl(socket(), {"replay", handmade("missed x leave"), "--json"}).out;
+  EXPECT_TRUE(has(json, R"({"compared":0,"difference":{"line":3,"input_line":2,"client":1,"input":"x","expected":)"));
+  EXPECT_TRUE(has(json, R"(,"got":"500 Command not recognized"},"status":1,"error":")")) << json;
   // The replay waits for a restart in the middle, and for the daemon after that.
   const std::string restarted = handmade("start ready copy end leave x refused");
   EXPECT_EQ(75, atdctl(socket(), {"replay", restarted, "--timeout", "0.2"}).status);

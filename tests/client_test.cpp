@@ -59,7 +59,8 @@ TEST(Client, ReadsWhatPeopleType) {
 TEST(Client, RequestsAndTheirStatuses) {
   const std::string blanks(38, ' '), full(2048, '\xff');
   const std::string json = R"({"opcode":5,"name":null,"result":0,"result_name":"OK","result_status":7,"data_len":3,)"
-                           "\"text\":null,\"byte\":null,\"hex\":\"ff0078\"}\n";
+                           R"("text":null,"byte":null,"hex":"ff0078","status":0,"error":null})"
+                           "\n";
   const struct {
     Strings arguments;
     int32_t opcode;
@@ -77,6 +78,13 @@ TEST(Client, RequestsAndTheirStatuses) {
       {{"5", "--file", "-"}, 5, full, answer(0, "\x1b[2J"), 0, "5: OK\n0000  1b 5b 32 4a " + blanks + "|.[2J|\n"},
       {{"get_wine_ime"}, 3200, "", answer(0, "1"), 0, "get_wine_ime (3200): OK\n49 (0x31)\n"},
       {{"5", "--json"}, 5, "", answer(0, 3, "\xff\0x"s, 7), 0, json},
+      {{"4010", "-r"}, 4010, "", answer(0, "SN1\0"s), 0, "SN1\n"},
+      {{"3200", "--output", "value"}, 3200, "", answer(0, "1"), 0, "49\n"},
+      {{"-r", "5"}, 5, "", answer(0, "\xff\1"s), 0, "ff01\n"},
+      {{"5", "--output", "-"}, 5, "", answer(0, "\xff\0"s), 0, "\xff\0"s},
+      {{"4010", "-r"}, 4010, "", answer(1, "why"), 1, ""},
+      {{"5", "-r", "--output", "-"}, 0, "", "", 64, "--output"},
+      {{"5", "--output", "/tmp/nowhere/x"}, 0, "", "", 64, "/tmp/nowhere/x: No such file"},
       {{"5"}, 5, "", "605 " + to_base64("x") + '\0' + answer(0, ""), 0, "5: OK\n"},
       {{"5", std::string(2047, 'x')}, 5, std::string(2047, 'x'), answer(0, ""), 0, "5: OK\n"},
       {{"5"}, 5, "", "210 \0"s, 3, ""},
@@ -152,7 +160,7 @@ TEST(Client, OptionsStandBeforeOrAfterTheirCommand) {
   EXPECT_EQ(atdctl(daemon, {"ops", "--json"}).out, atdctl(daemon, {"--json", "--timeout", "9", "ops"}).out);
   EXPECT_EQ(0, atdctl(daemon, {"--count", "1", "--json", "monitor"}).status);
   EXPECT_EQ(0, atdctl(daemon, {"--hex=00", "request", "5"}).status);
-  EXPECT_TRUE(has(atdctl(daemon, {"--json", "reqest", "5"}).err, "\"reqest\" is not a command; write one of: "));
+  EXPECT_TRUE(has(atdctl(daemon, {"--json", "reqest", "5"}).out, "reqest\\\" is not a command; write one of: "));
   EXPECT_TRUE(has(atdctl(daemon, {"--count", "wait"}).err, "there is no option --count; see atdctl wait --help"));
 }
 
@@ -188,23 +196,87 @@ TEST(Client, TakesTurnsWithOthers) {
 }
 
 TEST(Client, BatchGoesOnAndReturnsTheGravest) {
-  FakeDaemon ok([](const std::string&) { return answer(0, ""); });
-  EXPECT_EQ(64,
-            atdctl(ok, {"batch"}, "4065\n4015 x\n4064 text:\n3170 on\n3170 text:on\n5 hex:00 ff\n5 a\0b\n"s).status);
-  EXPECT_EQ((Strings{request_line(4065, ""), request_line(3170, "on"), request_line(5, "\0\xff"s)}), ok.lines());
   FakeDaemon daemon([](const std::string& line) {
     if (line == request_line(2, "a  b ")) return answer(1, "x\ny") + "BYE";
     return line == request_line(1, "") ? "BYE" : answer(0, "z");
   });
-  Outcome outcome = atdctl(daemon, {"batch"}, "# comment\n\n 2 \t a  b \r\nnobody\n3\n1\n4");
+  const std::string wrong = "3\nnobody\n4015 x\n4064 text:\n3170 on\n5 a\0b\n5 -> YES\n5 -> 0 hex:0\nn\xff\n"s;
+  Outcome outcome = atdctl(daemon, {"batch"}, wrong);
+  EXPECT_EQ(64, outcome.status);
+  EXPECT_EQ(8, std::count(outcome.err.begin(), outcome.err.end(), '\n')) << outcome.err;
+  EXPECT_TRUE(has(outcome.err, "line 2: no request is named \"nobody\"")) << outcome.err;
+  outcome = atdctl(daemon, {"batch", "--json"}, wrong);
+  EXPECT_TRUE(has(outcome.out, R"({"line":2,"request":"nobody","hex":null,"status":64,)")) << outcome.out;
+  EXPECT_TRUE(has(outcome.out, R"("request":null,"hex":"6eff","status":64,)")) << outcome.out;
+  EXPECT_EQ("1: request 5, 1 byte: \"a\" -> OK x\n", atdctl(daemon, {"batch", "--dry-run"}, "5 a -> OK x").out);
+  EXPECT_TRUE(daemon.lines().empty());
+
+  outcome = atdctl(daemon, {"batch"}, "# comment\n\n 2 \t a  b \r\n3\n1\n3170 text:on\n5 hex:00 ff");
   EXPECT_EQ(outcome.status, 69);
-  EXPECT_EQ(outcome.out, "3: 2: FAIL\n3: x\n3: y\n5: 3: OK\n5: z\n7: 4: OK\n7: z\n");
-  EXPECT_TRUE(has(outcome.err, "line 4: no request is named \"nobody\"")) << outcome.err;
-  EXPECT_TRUE(has(outcome.err, "line 6: the daemon")) << outcome.err;
-  EXPECT_TRUE(has(atdctl(daemon, {"batch", "--json"}, "nobody").out, R"({"line":1,"request":"nobody","hex":null,)"));
-  EXPECT_TRUE(has(atdctl(daemon, {"batch", "--json"}, "n\xff").out, R"("request":null,"hex":"6eff","status":64,)"));
+  EXPECT_EQ(outcome.out,
+            "3: 2: FAIL\n3: x\n3: y\n4: 3: OK\n4: z\n6: set_dload_mode (3170): OK\n6: z\n7: 5: OK\n7: z\n");
+  EXPECT_TRUE(has(outcome.err, "line 5: the daemon")) << outcome.err;
+  EXPECT_EQ((Strings{request_line(2, "a  b "), request_line(3, ""), request_line(1, ""), request_line(3170, "on"),
+                     request_line(5, "\0\xff"s)}),
+            daemon.lines());
   const int kByGravity[] = {74, 77, 69, 75, 64, 3, 2, 1, 0};
   for (const int* a = kByGravity; a + 1 < std::end(kByGravity); ++a) EXPECT_EQ(worse(a[1], a[0]), a[0]);
+}
+
+TEST(Client, BatchComparesAndReports) {
+  FakeDaemon daemon([](const std::string& line) {
+    if (line == request_line(4, "")) return std::string("BYE");
+    return line == request_line(2, "a") ? answer(1, "") : answer(0, "<z>,\0"s);
+  });
+  const std::string all = "2 a -> FAIL\n5 -> OK <z>,\n5 x -> 0 hex:3c7a3e2c00\n5->6 -> OK text:z\n4\n5 -> FAIL\n2 a"s,
+                    good = all.substr(0, all.find("5->6")), bad = "5 -> OK text:z\n4\n5 -> FAIL\n2 a";
+  EXPECT_EQ(64, atdctl(daemon, {"batch"}, all).status);
+  EXPECT_EQ(0, atdctl(daemon, {"batch"}, good).status);
+  const std::string junit = daemon.root() + "/junit", csv = daemon.root() + "/csv";
+  EXPECT_EQ(64, atdctl(daemon, {"batch", "--csv", csv, "--junit", "/tmp/nowhere/x"}, good).status);
+  EXPECT_FALSE(std::filesystem::exists(csv));
+  Outcome outcome = atdctl(daemon, {"batch", "--json", "--csv", csv, "--junit", junit}, bad);
+  EXPECT_EQ(69, outcome.status);
+  EXPECT_TRUE(
+      has(outcome.out, R"("expected":{"result":0,"text":"z","hex":"7a"},"met":false,"status":1,"error":null})"));
+  const std::string table = content(csv), suite = content(junit);
+  EXPECT_TRUE(has(table, "\r\n1,5,,0,OK,0,\"<z>,\",3c7a3e2c00,OK text:z,1,0.")) << table;
+  EXPECT_TRUE(has(table, "\r\n4,2,,1,FAIL,0,,,,1,0.")) << table;
+  EXPECT_TRUE(has(suite, R"( tests="4" failures="3" errors="1" skipped="0" )")) << suite;
+  EXPECT_TRUE(has(suite, R"(<failure message="expected OK text:z, got OK">OK, 5 bytes: &quot;&lt;z&gt;,&quot;<)"))
+      << suite;
+  const size_t before = daemon.lines().size();
+  outcome = atdctl(daemon, {"batch", "--stop-on-error", "--junit", junit}, bad);
+  EXPECT_EQ("1: 5: OK\n1: <z>,\n1: expected OK text:z\n", outcome.out);
+  EXPECT_EQ(before + 1, daemon.lines().size());
+  EXPECT_TRUE(has(content(junit), R"( failures="1" errors="0" skipped="3" )"));
+}
+
+TEST(Client, JsonTellsFailuresToo) {
+  FakeDaemon daemon(
+      [](const std::string& line) { return line == request_line(4010, "") ? answer(0, "") : "601 up\0"s; });
+  const std::tuple<const char*, int, const char*> kRows[] = {
+      {"request 4010 --json", 0, R"("data_len":0,"text":"","byte":null,"hex":"","status":0,"error":null})"},
+      {"request 4015 x --json", 64, R"({"status":64,"error":"get_msn (4015) takes no payload: leave it out"})"},
+      {"request --json --nothing", 64, R"({"status":64,"error":"there is no option --nothing; see )"},
+      {"request 5 -r --json", 64, R"({"status":64,"error":"a value)"},
+      {"initialize --json", 0, R"(,"seq":1,"code":601,"text":"up","hex":null,"decoded":null,"status":0,"error":null})"},
+      {"send --json AT --timeout 0.05", 75, R"({"status":75,"error":"no)"},
+      {"wait --json", 0, R"(,"status":0,"error":null})"},
+      {"replay --json /tmp/nowhere", 64, R"({"status":64,"error":"/tmp/nowhere: No such)"},
+      {"phone --json --device /tmp/nowhere status", 69, R"({"status":69,"error":"no phone runs in /tmp/nowhere)"}};
+  for (const auto& [command, status, shown] : kRows) {
+    const bool phone = command[0] == 'p';
+    Outcome outcome = phone ? atdctl("", words(command)) : atdctl(daemon, words(command));
+    EXPECT_EQ(status, outcome.status) << command;
+    EXPECT_TRUE(has(outcome.out, shown)) << outcome.out;
+    EXPECT_EQ("", outcome.err);
+  }
+  EXPECT_TRUE(has(atdctl(daemon, {"ops", "--json"}).out, R"([{"opcode":)"));
+  for (const Opcode& row : opcodes()) {
+    const char* name = row.state == State::not_built ? "not built" : "not supported";
+    EXPECT_TRUE(has(answer_json(row.number, {2, 0, ""}), "\"result_name\":\""s + name + "\"")) << row.name;
+  }
 }
 
 TEST(Client, SendInitializeRaw) {
@@ -241,6 +313,18 @@ TEST(Client, MonitorTellsRecordsAndAtCommandsApart) {
   EXPECT_TRUE(has(json, R"("hex":null,"decoded":{"record":"request","opcode":4010,)")) << json;
   EXPECT_TRUE(has(json, R"("text":null,"hex":"41541b0aff","decoded":null)")) << json;
   EXPECT_TRUE(has(atdctl(stops, {"monitor", "--count", "9"}).err, "the daemon stopped after 7 of 9"));
+  const std::pair<const char*, int> kFilters[] = {{"--opcode get_serial_number --count 1", 1},
+                                                  {"--opcode 5", 0},
+                                                  {"--code 605 --code 602", 7},
+                                                  {"--code 602", 1},
+                                                  {"--for 0", 0}};
+  for (const auto& [options, lines] : kFilters) {
+    outcome = atdctl(stops, words("monitor "s + options));
+    EXPECT_EQ(0, outcome.status) << outcome.err;
+    EXPECT_EQ(lines, std::count(outcome.out.begin(), outcome.out.end(), '\n')) << outcome.out;
+  }
+  FakeDaemon quiet([](const std::string&) { return ""; });
+  EXPECT_EQ(75, atdctl(quiet, words("monitor --for 0.01 --count 1")).status);
   FakeDaemon cut([](const std::string&) { return ""; }, "602 end\0"s + "200 AT CommBYE");
   EXPECT_EQ(69, atdctl(cut, {"monitor"}).status);
   FakeDaemon dies([](const std::string&) { return ""; }, answer(0, 9, "x") + "BYE");

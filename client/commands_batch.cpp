@@ -1,0 +1,141 @@
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <chrono>
+
+#include "client/batch.h"
+#include "client/commands.h"
+#include "client/input.h"
+#include "client/json.h"
+#include "client/output_file.h"
+
+namespace atd::client {
+namespace {
+
+std::string with_line_number(int number, const std::string& lines) {
+  std::string numbered;
+  for (size_t at = 0; at < lines.size();) {
+    size_t end = std::min(lines.find('\n', at), lines.size() - 1) + 1;
+    numbered += fmt::format("{}: {}", number, lines.substr(at, end - at));
+    at = end;
+  }
+  return numbered;
+}
+
+class Batch {
+ public:
+  Batch(const Target& target, const BatchArguments& arguments) : target_(target), arguments_(arguments) {}
+
+  int run() {
+    int status = read();
+    Failure failure;
+    if (status == kOk && !arguments_.csv.empty()) failure = csv_.open(arguments_.csv);
+    if (status == kOk && !failure && !arguments_.junit.empty()) failure = junit_.open(arguments_.junit);
+    if (failure) return complain(failure);
+    if (status != kOk) return status;
+    if (arguments_.dry_run) return show_requests();
+    status = send_all();
+    if (csv_.is_open()) status = worse(status, complain(csv_.write(csv_report(results_))));
+    if (junit_.is_open()) status = worse(status, complain(junit_.write(junit_report(suite(), results_))));
+    return status;
+  }
+
+ private:
+  std::string suite() const { return arguments_.file == "-" ? "batch" : arguments_.file; }
+
+  // Reads all lines into results_, and complains about each that is wrong.
+  int read() {
+    const InputFile input(arguments_.file);
+    if (input.failure()) return complain(input.failure());
+    int status = kOk;
+    InputLines lines(input.fd());
+    BatchLine line;
+    for (int number = 1; lines.take(&line.text); ++number) {
+      if (line.text.ends_with('\r')) line.text.pop_back();
+      const size_t begin = line.text.find_first_not_of(" \t");
+      if (begin == line.text.npos || line.text[begin] == '#') continue;
+      BatchLine parsed = {number, line.text, 0, "", {}};
+      const Failure failure = parse_batch_line(&parsed);
+      results_.push_back({parsed, false, failure, {}, 0});
+      if (failure) status = worse(status, tell_failure(results_.back()));
+    }
+    return lines.error() == 0 ? status : worse(status, complain(file_failure(arguments_.file, lines.error())));
+  }
+
+  int tell_failure(const BatchResult& result) {
+    const Failure& failure = result.failure;
+    if (arguments_.json) {
+      return worse(failure.status,
+                   complain(print(failure_json(result.line.number, result.line.text, failure.status, failure.text))));
+    }
+    return complain({failure.status, fmt::format("line {}: {}", result.line.number, failure.text)});
+  }
+
+  int show_requests() {
+    std::string out;
+    for (const BatchResult& result : results_) {
+      const BatchLine& line = result.line;
+      const std::string expected = line.expected ? " -> " + visible(line.expected->shown) : "";
+      out += arguments_.json
+                 ? batch_request_json(line)
+                 : fmt::format("{}: {}{}\n", line.number, request_text(line.opcode, line.payload), expected);
+    }
+    return complain(print(out));
+  }
+
+  int send_all() {
+    Failure failure = connect(connection_, target_, in_seconds(target_.timeout));
+    if (failure) return complain(failure);
+    int status = kOk;
+    for (BatchResult& result : results_) {
+      const int number = result.line.number;
+      // The request before may have restarted the phone, and the daemon comes back with it.
+      if (connection_.is_open() && connection_.settle(in_seconds(target_.timeout)) == Wait::gone) connection_.close();
+      if (!connection_.is_open()) failure = connect(connection_, target_, in_seconds(target_.timeout), true);
+      if (failure) {
+        failure.text = fmt::format("line {} and those after it are not sent: {}", number, failure.text);
+        return worse(status, complain(failure));
+      }
+      send(result);
+      const int shown = show(result);
+      status = worse(status, worse(shown, status_of(result)));
+      if (shown == kNoOutput) return status;
+      if (status != kOk && arguments_.stop_on_error) {
+        if (&result != &results_.back()) complain({kOk, fmt::format("what follows line {} is not sent", number)});
+        return status;
+      }
+    }
+    return status;
+  }
+
+  // Sends a request. When the daemon went away the connection is closed.
+  void send(BatchResult& result) {
+    const auto begin = std::chrono::steady_clock::now();
+    result.is_sent = true;
+    result.failure = ask(connection_, target_, result.line.opcode, result.line.payload, in_seconds(target_.timeout),
+                         &result.response);
+    if (result.failure.status == kNoDaemon) connection_.close();
+    result.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+  }
+
+  int show(const BatchResult& result) {
+    if (result.failure) return tell_failure(result);
+    if (arguments_.json) return complain(print(batch_answer_json(result)));
+    const BatchLine& line = result.line;
+    std::string text = answer_text(line.opcode, result.response);
+    if (line.expected && status_of(result) != kOk) text += "expected " + visible(line.expected->shown) + "\n";
+    return complain(print(with_line_number(line.number, text)));
+  }
+
+  const Target& target_;
+  const BatchArguments& arguments_;
+  Connection connection_;
+  OutputFile csv_, junit_;
+  std::vector<BatchResult> results_;
+};
+
+}  // namespace
+
+int run_batch(const Target& target, const BatchArguments& arguments) { return Batch(target, arguments).run(); }
+
+}  // namespace atd::client
