@@ -7,6 +7,7 @@
 
 namespace {
 
+// The numbers are told in the log.
 enum Status {
   kEnabled,
   kDisabled,
@@ -23,7 +24,8 @@ constexpr unsigned kMostPackets = 99999;
 
 Status g_status = kDisabled;
 
-// What the controller's result means to the caller, for the log of a function; a success brings the next status.
+// A result of 0 or more sets the next status; another one is logged for the function, and is 2 where the controller
+// does not support it, else 1.
 int outcome(int line, const char* function, int result, Status next) {
   if (result >= 0) {
     g_status = next;
@@ -33,6 +35,7 @@ int outcome(int line, const char* function, int result, Status next) {
   return result == kNotSupported ? 2 : 1;
 }
 
+// The same for a switch, where only 0 is success.
 int switched(int line, const char* function, int result, Status next) {
   if (result == 0) g_status = next;
   else SLOGE(BT_PREFIX "failed reason ret : %d\n", line, function, result);
@@ -58,6 +61,7 @@ int handle_testmode_btle_test_disable() {
 
 // Whether a test may start is the controller's business.
 int handle_testmode_btle_tx_test_start(int code) {
+  // Without a sign, since the lowest codes wrap round.
   const int channel = static_cast<int>(static_cast<unsigned>(code) - 41);
   BT_LOGI("tx_freq : %d\n", channel);
   return outcome(__LINE__, __func__, bt_le_transmitter_test(channel, kPayloadLength, kPattern), kSending);

@@ -3,7 +3,7 @@
 
 #pragma GCC visibility push(default)
 
-// Copies the text to `out` where neither is null, and returns the result.
+// Copies the text with its terminator to `out`, which has room for it, where neither is null; returns the result.
 int bt_resp(int result, char* out, const char* text);
 
 #pragma GCC visibility pop

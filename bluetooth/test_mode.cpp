@@ -6,6 +6,7 @@
 #include "factory/bluetooth_log.h"
 #include "platform/bluetooth.h"
 #include "platform/os.h"
+#include "text/number.h"
 
 using namespace atd;
 
@@ -17,8 +18,6 @@ constexpr int kLeave = 3;
 constexpr int kAlreadyLeft = 2;
 
 bool is_loopback(int value) { return value >= 11 && value <= 42; }
-
-bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
 }  // namespace
 
@@ -35,7 +34,7 @@ int handle_testmode_bt_test_mode_query() {
 int handle_bt_test_mode_assign(const char* text) {
   const int length = text ? static_cast<int>(strnlen(text, 3)) : 0;
   if (length < 1 || length > 2 || !is_digit(text[0]) || (length == 2 && !is_digit(text[1]))) {
-    BT_LOGE("handle_bt_test_mode_assign: neither one digit nor two\n");
+    BT_LOGE("neither one digit nor two\n");
     return 1;
   }
   // Testers send the units first.
@@ -69,7 +68,7 @@ int enter_bt_test_mode(int value) {
       SLOGE("Failed to set BT DUT Mode");
       return 1;
     }
-    // The controller is in the mode, if perhaps without its audio.
+    // A positive result is logged as a success and as a failure.
     SLOGI("Audio Loopback & BT DUT Success");
   } else {
     BT_LOGE("Failed to process AT%%BTTM: Unsupported index\n");

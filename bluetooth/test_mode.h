@@ -3,7 +3,8 @@
 
 #pragma GCC visibility push(default)
 
-// Tells "2" when the controller is in the mode, else "1"; 0. `out` holds two bytes, or is null.
+// Tells "1" when the controller is not in the mode, else "2", also when it does not say; 0. `out` holds two bytes, or
+// is null.
 int handle_bt_test_mode_query(char* out);
 
 // 0 when the controller is in the mode, 1 when it is not, 2 when it does not say.

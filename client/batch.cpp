@@ -3,8 +3,6 @@
 #include <fmt/format.h>
 #include <limits.h>
 
-#include <algorithm>
-
 #include "client/arguments.h"
 #include "desk/words.h"
 #include "platform/records.h"
@@ -29,7 +27,7 @@ std::string_view without_spaces_at_end(std::string_view text) {
 
 Failure parse_expected(std::string_view rest, Expected* expected) {
   skip_spaces(&rest);
-  expected->shown = without_spaces_at_end(rest);
+  expected->shown = visible(std::string(without_spaces_at_end(rest)));
   const std::string_view word = take_word(&rest);
   if (word == "OK") expected->result = RZCMD_OK;
   else if (word == "FAIL") expected->result = RZCMD_FAIL;
@@ -48,6 +46,11 @@ Failure parse_expected(std::string_view rest, Expected* expected) {
   else rest = without_spaces_at_end(rest);
   *expected->data = rest;
   return {};
+}
+
+bool is_met(const Expected& expected, const Response& response) {
+  if (response.result != expected.result) return false;
+  return !expected.data || *expected.data == (expected.is_text ? text_of(response.data) : response.data);
 }
 
 std::string in_csv(const std::string& text) {
@@ -79,8 +82,8 @@ std::string csv_row(const BatchResult& result) {
                                           is_answered ? std::to_string(response.result_status) : "",
                                           is_text ? text_of(response.data) : "",
                                           is_answered ? to_hex(response.data) : "",
-                                          line.expected ? visible(line.expected->shown) : "",
-                                          result.is_sent ? std::to_string(status_of(result)) : "",
+                                          line.expected ? line.expected->shown : "",
+                                          result.is_sent || result.failure ? std::to_string(status_of(result)) : "",
                                           result.is_sent ? fmt::format("{:.6f}", result.seconds) : "",
                                           visible(result.failure.text)};
   std::string text;
@@ -97,11 +100,6 @@ Failure parse_batch_line(BatchLine* line) {
   Failure failure = parse_request(std::string(request), &line->opcode, &line->payload);
   if (failure || arrow == text.npos) return failure;
   return parse_expected(text.substr(arrow + kArrow.size()), &line->expected.emplace());
-}
-
-bool is_met(const Expected& expected, const Response& response) {
-  if (response.result != expected.result) return false;
-  return !expected.data || *expected.data == (expected.is_text ? text_of(response.data) : response.data);
 }
 
 int status_of(const BatchResult& result) {
@@ -123,12 +121,12 @@ std::string junit_report(const std::string& name, const std::vector<BatchResult>
   for (const BatchResult& result : results) {
     const BatchLine& line = result.line;
     std::string inside;
-    if (!result.is_sent) {
-      ++skipped;
-      inside = "<skipped/>";
-    } else if (result.failure) {
+    if (result.failure) {
       ++errors;
       inside = fmt::format("<error message=\"{}\"/>", in_xml(result.failure.text));
+    } else if (!result.is_sent) {
+      ++skipped;
+      inside = "<skipped/>";
     } else if (status_of(result) != kOk) {
       ++failures;
       const std::string expected = line.expected ? "expected " + line.expected->shown + ", got " : "";

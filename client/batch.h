@@ -5,7 +5,6 @@
 
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "client/output.h"
@@ -14,7 +13,7 @@ namespace atd::client {
 
 // What a line says about its answer.
 struct Expected {
-  std::string shown;  // as it is written
+  std::string shown;  // as it is written, made visible
   int32_t result = 0;
   std::optional<std::string> data;
   bool is_text = true;  // NULs at the end of the answer's data do not count
@@ -40,14 +39,12 @@ struct BatchResult {
 // Fails with kUsage.
 Failure parse_batch_line(BatchLine* line);
 
-// Whether the response is as expected.
-bool is_met(const Expected& expected, const Response& response);
-
-// The exit status of a request that was sent: of its failure, or of whether its answer is as expected, or else of the
-// result.
+// The exit status of a request that was sent or failed: of its failure, or of whether its answer is as expected (kOk or
+// kFailed), or else of the result.
 int status_of(const BatchResult& result);
 
-// A row for every request and one for the columns' names, as RFC 4180 writes them.
+// A row for every request and before them one for the columns' names; cells with commas, quotes or line ends stand in
+// quotes, and rows end in CR LF.
 std::string csv_report(const std::vector<BatchResult>& results);
 
 // One test suite with a test for every request, as JUnit writes it. `name` is the suite's.

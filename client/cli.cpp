@@ -38,6 +38,10 @@ std::string check_time(const std::string& text) {
   return !text.empty() && *end == '\0' && value >= 0 && value <= 1e9 ? "" : "takes a number from 0 to 1e9, such as 0.5";
 }
 
+std::string check_report(const std::string& file) {
+  return file == "-" ? "takes a file: the answers go to standard output" : "";
+}
+
 // Everything that the command line knows. Parsing leaves the command to run in `chosen`.
 void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
   app.set_help_flag("-h,--help", "Print this help, or a command's, and end");
@@ -74,7 +78,9 @@ void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
   command = add("request", "Send a request and print its answer", [&, target] {
     options.request.json = options.json;
     if (options.request.output == "value") options.request.value = true, options.request.output.clear();
-    if (options.request.value && options.json) return complain({kUsage, "a value alone is no JSON: leave one out"});
+    if (options.json && (options.request.value || options.request.output == "-")) {
+      return complain({kUsage, "a value alone is no JSON: leave one out"});
+    }
     return run_request(target(), options.request);
   });
   RequestArguments& request = options.request;
@@ -117,9 +123,11 @@ void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
   auto* dry = command->add_flag("--dry-run", options.batch.dry_run, "Check the lines and print them, send nothing");
   command->add_option("--junit", options.batch.junit, "Write a report as JUnit does into this file")
       ->option_text("FILE")
+      ->check(check_report)
       ->excludes(dry);
   command->add_option("--csv", options.batch.csv, "Write a row for every request into this file")
       ->option_text("FILE")
+      ->check(check_report)
       ->excludes(dry);
   add_json(command, "Print one object a line");
   command->footer(

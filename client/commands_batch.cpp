@@ -8,6 +8,7 @@
 #include "client/input.h"
 #include "client/json.h"
 #include "client/output_file.h"
+#include "desk/words.h"
 
 namespace atd::client {
 namespace {
@@ -28,12 +29,12 @@ class Batch {
 
   int run() {
     int status = read();
-    Failure failure;
-    if (status == kOk && !arguments_.csv.empty()) failure = csv_.open(arguments_.csv);
-    if (status == kOk && !failure && !arguments_.junit.empty()) failure = junit_.open(arguments_.junit);
-    if (failure) return complain(failure);
     if (status != kOk) return status;
     if (arguments_.dry_run) return show_requests();
+    Failure failure;
+    if (!arguments_.csv.empty()) failure = csv_.open(arguments_.csv);
+    if (!failure && !arguments_.junit.empty()) failure = junit_.open(arguments_.junit);
+    if (failure) return complain(failure);
     status = send_all();
     if (csv_.is_open()) status = worse(status, complain(csv_.write(csv_report(results_))));
     if (junit_.is_open()) status = worse(status, complain(junit_.write(junit_report(suite(), results_))));
@@ -45,29 +46,22 @@ class Batch {
 
   // Reads all lines into results_, and complains about each that is wrong.
   int read() {
-    const InputFile input(arguments_.file);
-    if (input.failure()) return complain(input.failure());
     int status = kOk;
-    InputLines lines(input.fd());
-    BatchLine line;
-    for (int number = 1; lines.take(&line.text); ++number) {
-      if (line.text.ends_with('\r')) line.text.pop_back();
-      const size_t begin = line.text.find_first_not_of(" \t");
-      if (begin == line.text.npos || line.text[begin] == '#') continue;
-      BatchLine parsed = {number, line.text, 0, "", {}};
-      const Failure failure = parse_batch_line(&parsed);
-      results_.push_back({parsed, false, failure, {}, 0});
-      if (failure) status = worse(status, tell_failure(results_.back()));
-    }
-    return lines.error() == 0 ? status : worse(status, complain(file_failure(arguments_.file, lines.error())));
+    const Failure unread = read_lines(arguments_.file, [&](int number, std::string line) -> std::string {
+      if (line.ends_with('\r')) line.pop_back();
+      if (is_comment(line)) return "";
+      BatchResult result = {{number, line, 0, "", {}}, false, {}, {}, 0};
+      result.failure = parse_batch_line(&result.line);
+      if (result.failure) status = worse(status, tell_failure(result));
+      results_.push_back(result);
+      return "";
+    });
+    return worse(status, complain(unread));
   }
 
   int tell_failure(const BatchResult& result) {
     const Failure& failure = result.failure;
-    if (arguments_.json) {
-      return worse(failure.status,
-                   complain(print(failure_json(result.line.number, result.line.text, failure.status, failure.text))));
-    }
+    if (arguments_.json) return worse(failure.status, complain(print(batch_failure_json(result))));
     return complain({failure.status, fmt::format("line {}: {}", result.line.number, failure.text)});
   }
 
@@ -75,7 +69,7 @@ class Batch {
     std::string out;
     for (const BatchResult& result : results_) {
       const BatchLine& line = result.line;
-      const std::string expected = line.expected ? " -> " + visible(line.expected->shown) : "";
+      const std::string expected = line.expected ? " -> " + line.expected->shown : "";
       out += arguments_.json
                  ? batch_request_json(line)
                  : fmt::format("{}: {}{}\n", line.number, request_text(line.opcode, line.payload), expected);
@@ -85,7 +79,10 @@ class Batch {
 
   int send_all() {
     Failure failure = connect(connection_, target_, in_seconds(target_.timeout));
-    if (failure) return complain(failure);
+    if (failure) {
+      if (!results_.empty()) results_.front().failure = failure;  // for the reports
+      return complain(failure);
+    }
     int status = kOk;
     for (BatchResult& result : results_) {
       const int number = result.line.number;
@@ -93,6 +90,7 @@ class Batch {
       if (connection_.is_open() && connection_.settle(in_seconds(target_.timeout)) == Wait::gone) connection_.close();
       if (!connection_.is_open()) failure = connect(connection_, target_, in_seconds(target_.timeout), true);
       if (failure) {
+        result.failure = failure;
         failure.text = fmt::format("line {} and those after it are not sent: {}", number, failure.text);
         return worse(status, complain(failure));
       }
@@ -101,7 +99,8 @@ class Batch {
       status = worse(status, worse(shown, status_of(result)));
       if (shown == kNoOutput) return status;
       if (status != kOk && arguments_.stop_on_error) {
-        if (&result != &results_.back()) complain({kOk, fmt::format("what follows line {} is not sent", number)});
+        if (!arguments_.json && &result != &results_.back())
+          complain({kOk, fmt::format("what follows line {} is not sent", number)});
         return status;
       }
     }
@@ -123,7 +122,7 @@ class Batch {
     if (arguments_.json) return complain(print(batch_answer_json(result)));
     const BatchLine& line = result.line;
     std::string text = answer_text(line.opcode, result.response);
-    if (line.expected && status_of(result) != kOk) text += "expected " + visible(line.expected->shown) + "\n";
+    if (line.expected && status_of(result) != kOk) text += "expected " + line.expected->shown + "\n";
     return complain(print(with_line_number(line.number, text)));
   }
 

@@ -124,9 +124,7 @@ int run_serve(const Target& target, const WatchArguments& arguments) {
   Failure failure;
   if (!arguments.answers.empty()) {
     failure = read_lines(arguments.answers, [&](int, const std::string& line) -> std::string {
-      const size_t begin = line.find_first_not_of(kSpaces);
-      if (begin == line.npos || line[begin] == '#') return "";
-      return parse_answer_row(line, RowsOf::platform, &rows.emplace_back());
+      return is_comment(line) ? "" : parse_answer_row(line, RowsOf::platform, &rows.emplace_back());
     });
   }
   return failure ? complain(failure) : Platform(target, arguments, rows).run();

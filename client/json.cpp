@@ -5,6 +5,7 @@
 #include "client/output.h"
 #include "desk/recording.h"
 #include "desk/words.h"
+#include "platform/records.h"
 
 namespace atd::client {
 namespace {
@@ -27,14 +28,13 @@ void put_opcode(Json& json, int32_t opcode) {
   json["name"] = row == nullptr ? Json() : Json(row->name);
 }
 
-// The fields "data_len", "text", "byte" and "hex". No data is the empty text where `is_text`, and else nothing.
-void put_data(Json& json, bool is_text, const Opcode* row, const std::string& data) {
+// The fields "data_len", "text", "byte" and "hex".
+void put_data(Json& json, const Opcode* row, const std::string& data) {
   const Shape shape = shape_of(row, data);
-  is_text = shape == Shape::text || (is_text && text_of(data).empty());
   json["data_len"] = data.size();
-  json["text"] = is_text ? Json(text_of(data)) : Json();
+  json["text"] = shape == Shape::text ? Json(text_of(data)) : Json();
   json["byte"] = shape == Shape::byte ? Json(static_cast<unsigned char>(data[0])) : Json();
-  json["hex"] = is_text || !data.empty() ? Json(to_hex(data)) : Json();
+  json["hex"] = data.empty() ? Json() : Json(to_hex(data));
 }
 
 // A response; the `row` is that of the opcode it answers, null for one that is not listed.
@@ -42,8 +42,9 @@ void put_response(Json& json, const Opcode* row, const Response& response) {
   json["result"] = response.result;
   json["result_name"] = row == nullptr ? result_name(response.result) : result_name(row->number, response.result);
   json["result_status"] = response.result_status;
-  const bool is_text = row != nullptr && row->answer == Answer::text && response.result == kOk;
-  put_data(json, is_text, row, response.data);
+  put_data(json, row, response.data);
+  const bool is_text = row != nullptr && row->answer == Answer::text && response.result == RZCMD_OK;
+  if (is_text && response.data.empty()) json["text"] = "";
 }
 
 // How a command or a line of a batch ended.
@@ -72,7 +73,7 @@ Json decoded(const Message& message) {
   } else if ((message.code == kPlatformCode || message.code == kCopyCode) && decode_request(message.text, &request)) {
     json["record"] = "request";
     put_opcode(json, request.opcode);
-    put_data(json, false, nullptr, request.payload);
+    put_data(json, nullptr, request.payload);
   }
   return json;
 }
@@ -116,11 +117,11 @@ std::string failure_json(int status, const std::string& error) {
   return to_line(json);
 }
 
-std::string failure_json(int line, const std::string& request, int status, const std::string& error) {
+std::string batch_failure_json(const BatchResult& result) {
   Json json;
-  json["line"] = line;
-  put_text(json, "request", request);
-  put_end(json, status, error);
+  json["line"] = result.line.number;
+  put_text(json, "request", result.line.text);
+  put_end(json, result.failure.status, result.failure.text);
   return to_line(json);
 }
 
@@ -131,7 +132,7 @@ std::string batch_answer_json(const BatchResult& result) {
   put_opcode(json, line.opcode);
   put_response(json, find_opcode(line.opcode), result.response);
   json["expected"] = expected_json(line.expected);
-  json["met"] = line.expected ? Json(is_met(*line.expected, result.response)) : Json();
+  json["met"] = line.expected ? Json(status_of(result) == kOk) : Json();
   put_end(json, status_of(result), "");
   return to_line(json);
 }
@@ -140,7 +141,7 @@ std::string batch_request_json(const BatchLine& line) {
   Json json;
   json["line"] = line.number;
   put_opcode(json, line.opcode);
-  put_data(json, false, nullptr, line.payload);
+  put_data(json, nullptr, line.payload);
   json["expected"] = expected_json(line.expected);
   put_end(json, kOk, "");
   return to_line(json);
@@ -170,7 +171,7 @@ std::string replay_json(int compared, const Difference* difference, int status, 
     where["client"] = has_input ? Json(difference->client) : Json();
     where["input"] = has_input ? Json(difference->input) : Json();
     where["expected"] = difference->expected;
-    where["got"] = difference->got;
+    where["got"] = visible(difference->got);  // perhaps why nothing came, with a path
   }
   put_end(json, status, error);
   return to_line(json);

@@ -23,7 +23,7 @@ std::string answer_json(int32_t opcode, const Response& response);
 std::string failure_json(int status, const std::string& error);
 
 // A line of a batch that has no answer, and why.
-std::string failure_json(int line, const std::string& request, int status, const std::string& error);
+std::string batch_failure_json(const BatchResult& result);
 
 // The answer to a line of a batch.
 std::string batch_answer_json(const BatchResult& result);

@@ -140,6 +140,7 @@ Shape shape_of(const Opcode* row, const std::string& data) {
   if (row != nullptr && row->answer == Answer::bytes) return Shape::hex;
   if (row != nullptr && row->answer == Answer::byte && data.size() == 1) return Shape::byte;
   std::string text = text_of(data);
+  if (text.empty() && row != nullptr && row->answer == Answer::text) return Shape::text;
   if (!text.empty() && is_printable(text)) return Shape::text;
   return row == nullptr && data.size() == 1 ? Shape::byte : Shape::hex;
 }

@@ -7,6 +7,11 @@
 
 namespace atd {
 
+bool is_comment(std::string_view line) {
+  skip_spaces(&line);
+  return line.empty() || line[0] == '#';
+}
+
 void skip_spaces(std::string_view* text) {
   text->remove_prefix(std::min(text->find_first_not_of(kSpaces), text->size()));
 }

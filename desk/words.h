@@ -12,6 +12,9 @@ namespace atd {
 // What separates words in a line.
 inline constexpr std::string_view kSpaces = " \t\r";
 
+// Whether a line is empty or begins with #, after spaces.
+bool is_comment(std::string_view line);
+
 // Takes the spaces before the next word.
 void skip_spaces(std::string_view* text);
 

@@ -8,6 +8,7 @@
 #include "factory/item_registry.h"
 #include "platform/log.h"
 #include "platform/os.h"
+#include "text/number.h"
 
 using namespace atd;
 
@@ -19,8 +20,6 @@ constexpr int kNoResult = -2;
 // Where the misc partition has a byte for each test, in bytes from its start.
 constexpr long long kSubdividedResults = 0x2F800 + 2;
 constexpr long long kIntegratedResults = 0x30800 + 2;
-
-bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
 int write_result_byte(const char* function, long long results, unsigned index, int result) {
   const char byte = result == 1 ? '1' : result == 0 ? '0' : '2';

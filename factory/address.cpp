@@ -19,7 +19,7 @@ namespace {
 
 // Fills six bytes from the text's first 12 digits. Returns null, or the first character that is not a digit.
 const char* parse_address(const char* text, uint8_t* bytes) {
-  for (int i = 0; i < 2 * kAddressSize; ++i) {
+  for (int i = 0; i < kAddressDigits; ++i) {
     int value = hex_digit(text[i]);
     if (value < 0) return text + i;
     bytes[i / 2] = static_cast<uint8_t>(i % 2 == 0 ? value << 4 : bytes[i / 2] | value);
@@ -31,8 +31,6 @@ bool is_zero(const void* bytes) {
   constexpr uint8_t kZero[kAddressSize] = {};
   return memcmp(bytes, kZero, sizeof kZero) == 0;
 }
-
-}  // namespace
 
 int wlan_mac_read(void* bytes) {
   if (read_item(item<6>, bytes) < 0) return 1;
@@ -48,6 +46,8 @@ int wlan_mac_assign(const char* text) {
   return parse_address(text, bytes) ? 1 : wlan_mac_write(bytes);
 }
 
+}  // namespace
+
 void handle_automid_mac(const char* text, rzcmd_response* rsp) {
   if (*text) {
     if (wlan_mac_assign(text) != 0) return respond(rsp, RZCMD_FAIL);
@@ -55,7 +55,7 @@ void handle_automid_mac(const char* text, rzcmd_response* rsp) {
     return respond(rsp, RZCMD_OK);
   }
   uint8_t bytes[kAddressSize];
-  char address[2 * kAddressSize + 1];
+  char address[kAddressDigits + 1];
   if (wlan_mac_read(bytes) != 0) return respond(rsp, RZCMD_FAIL);
   bt_addr_hexa_to_ascii(bytes, address);
   respond_text(rsp, address);
@@ -73,7 +73,7 @@ int bt_addr_ascii_to_hexa(const char* text, void* bytes) {
 }
 
 void bt_addr_hexa_to_ascii(const void* bytes, char* text) {
-  TextWriter(text, 2 * kAddressSize + 1).hex(bytes, kAddressSize);
+  TextWriter(text, kAddressDigits + 1).hex(bytes, kAddressSize);
 }
 
 int bt_addr_read(void* bytes) {
@@ -86,8 +86,15 @@ int bt_addr_write(const void* bytes) { return bytes && write_item(item<8>, bytes
 
 int handle_testmode_bt_write_request(const char* text) {
   uint8_t bytes[kAddressSize];
-  if (strnlen(text, 2 * kAddressSize + 1) != 2 * kAddressSize) return 1;
-  if (bt_addr_ascii_to_hexa(text, bytes) != 0 || bt_addr_write(bytes) != 0) return 1;
+  if (!text || strnlen(text, kAddressDigits + 1) != kAddressDigits) {
+    BT_LOGE("an address has %d digits\n", kAddressDigits);
+    return 1;
+  }
+  if (bt_addr_ascii_to_hexa(text, bytes) != 0) return 1;
+  if (bt_addr_write(bytes) != 0) {
+    BT_LOGE("cannot write the Bluetooth address\n");
+    return 1;
+  }
   SLOGI("[BTUI] tav_load_bluetooth_address");
   if (system_property_set("ctl.start", "bdaddr_loader") != 0) SLOGE("[BTUI] Failed to start bdaddr_loader");
   return 0;

@@ -6,15 +6,8 @@ namespace atd {
 // The Bluetooth address where none is stored: a locally administered one, which belongs to no maker.
 inline constexpr char kDefaultBluetoothAddress[] = "020000000000";
 
-// The bytes of an address.
+// How many bytes an address has, and digits its text.
 inline constexpr int kAddressSize = 6;
-
-// Reads or writes the WLAN MAC address (six bytes); 0, or 1 when the store fails or the bytes read are all zero.
-int wlan_mac_read(void* bytes);
-int wlan_mac_write(const void* bytes);
-
-// Stores the WLAN MAC address in the text's first 12 characters; 0, or 1 when one is not a hexadecimal digit or the
-// store fails.
-int wlan_mac_assign(const char* text);
+inline constexpr int kAddressDigits = 2 * kAddressSize;
 
 }  // namespace atd

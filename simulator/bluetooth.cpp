@@ -104,10 +104,11 @@ int Bluetooth::end(Test test, unsigned* count) {
 }
 
 std::string Bluetooth::run(const std::string& command) {
+  if (command.size() < 4) return "";
   const auto byte = [&](size_t i) { return static_cast<unsigned char>(command[i]); };
   char status = kBadParameters;
   std::string more;
-  if (command.size() >= 4 && command.size() == 4u + byte(3)) {
+  if (command.size() == 4u + byte(3)) {
     const auto told = [&](int result) { return result < 0 ? kDisallowed : kDone; };
     if (byte(1) == kReceiverTest && byte(3) == 1) {
       status = told(receive(byte(4)));

@@ -25,7 +25,7 @@ class Bluetooth {
     uint64_t start = 0;  // of the test, in microseconds of the monotonic clock
   };
 
-  // What the controller says to a test that it does not start or end.
+  // What the controller says to what it does not do.
   static constexpr int kRefused = -1;
 
   // The clock is the phone's and outlives the controller.
@@ -57,7 +57,8 @@ class Bluetooth {
   int receive(int channel);
   int end(Test test, unsigned* count);
 
-  // Carries out a Low Energy command of a host controller interface and returns the event that answers it.
+  // Carries out a Low Energy command of a host controller interface and returns the event that answers it; "" for what
+  // is too short for one.
   std::string run(const std::string& command);
 
  private:

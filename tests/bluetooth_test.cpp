@@ -71,6 +71,7 @@ TEST_F(BluetoothTest, TheTestMode) {
   }
   EXPECT_EQ(1, lines("I", "handle_bt_test_mode_assign", "handle_bt_test_mode_assign: 2, value: 21"));
   EXPECT_EQ(1, logged("DUT is already terminated : Value 2"));
+  EXPECT_EQ(2, lines("E", "enter_bt_test_mode", "Failed to process AT%BTTM: Unsupported index"));
   const auto answer = [&](const char* function, int result) { device().bluetooth.set_answer(function, result); };
   answer("bluetooth_enter_dut_mode", -3);
   EXPECT_EQ(1, enter_bt_test_mode(2));
@@ -87,14 +88,13 @@ TEST_F(BluetoothTest, TheTestMode) {
   }
 }
 
-unsigned g_count;
-
 TEST_F(BluetoothTest, LowEnergyTestsRunInTheirOrder) {
   const auto on = handle_testmode_btle_test_enable, off = handle_testmode_btle_test_disable;
   const auto send_end = handle_testmode_btle_tx_test_end;
   const auto send = [] { return handle_testmode_btle_tx_test_start(41 + 39); };
   const auto receive = [] { return handle_testmode_btle_rx_test_start(39); };
-  const auto receive_end = [] { return handle_testmode_btle_rx_test_end(&g_count); };
+  unsigned count = 0;
+  const auto receive_end = [&] { return handle_testmode_btle_rx_test_end(&count); };
   // What fails with the controller's answer, if any, and the result.
   const std::tuple<std::function<int()>, std::string, int, int> rows[] = {// clang-format off
       {off, "", 0, 1}, {receive_end, "", 0, 1}, {receive, "", 0, 1}, {on, "do_ble_enable", -2, 1}, {on, "", 0, 0},
@@ -112,19 +112,23 @@ TEST_F(BluetoothTest, LowEnergyTestsRunInTheirOrder) {
     if (!function.empty()) device().bluetooth.set_answer(function, std::nullopt);
     device().clock.advance(93'750'000);  // 150000 packets, and as many once more when the first end is refused
   }
-  EXPECT_EQ(99999u, g_count);
+  EXPECT_EQ(99999u, count);
   EXPECT_EQ(1, lines("I", "handle_testmode_btle_rx_test_end", "success -> nPacketCnt : 99999"));
   const std::string enable = "handle_testmode_btle_test_enable", start = "handle_testmode_btle_tx_test_start";
   EXPECT_EQ(1, lines("E", enable, enable + " failed reason le status : 0"));
   EXPECT_EQ(2, lines("E", enable, "failed reason ret : -2") + lines("E", start, "Not supported"));
   EXPECT_EQ(4, lines("E", start, "failed") + lines("I", start, "tx_freq : 39"));
-  EXPECT_EQ(0, on() + receive());
+  EXPECT_EQ(0, on());
+  EXPECT_EQ(0, receive());
   device().clock.advance(6250 + 624);
-  EXPECT_EQ(10u, receive_end() + receive() + g_count);
+  EXPECT_EQ(0, receive_end());
+  EXPECT_EQ(10u, count);
+  EXPECT_EQ(0, receive());
   device().bluetooth.lose();
   EXPECT_EQ(1, receive_end());
   device().bluetooth.set_answer("bt_le_rx_test_end", 0);
-  EXPECT_EQ(0, receive_end() + off());
+  EXPECT_EQ(0, receive_end());
+  EXPECT_EQ(0, off());
 }
 
 TEST_F(BluetoothTest, TheRelayAnswersThePort) {
@@ -154,6 +158,10 @@ TEST_F(BluetoothTest, TheRelayAnswersThePort) {
   EXPECT_EQ(2, logged("[BTUI] write data (7): [80]"));
   const unsigned char end[] = {1, 0x1F, 0x20, 0};
   EXPECT_EQ(-1, bt_check_BleCmd(-1, end, 4));
+  device().bluetooth.set_answer("checkIsBleCmd", -2);
+  EXPECT_EQ(0, bt_check_BleCmd(-1, end, 4));
+  device().bluetooth.set_answer("checkIsBleCmd", 1);
+  EXPECT_EQ(1, bt_check_BleCmd(-1, end, 1));
   device().faults.fail("bluetooth doProcessBLECmd", 1);
   EXPECT_EQ(1, bt_check_BleCmd(-1, end, 4));
   EXPECT_EQ(1, errors("[BTUI] Write to external port failed in service stream: Bad file descriptor"));

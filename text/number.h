@@ -11,4 +11,6 @@ bool parse_number(const char* text, int* number);
 // 32 bits for one that has more.
 int leading_number(const char* text);
 
+inline bool is_digit(char c) { return c >= '0' && c <= '9'; }
+
 }  // namespace atd

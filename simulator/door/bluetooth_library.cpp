@@ -62,13 +62,12 @@ int bt_le_rx_test_end(unsigned* count) {
 
 // A command packet of the Low Energy group.
 int checkIsBleCmd(const unsigned char* data, int length) {
-  const int result = call(__func__, [&](Bluetooth&) { return length >= 4 && data[0] == 1 && data[2] == 0x20 ? 1 : 0; });
-  return result == 1;
+  return call(__func__, [&](Bluetooth&) { return length >= 4 && data[0] == 1 && data[2] == 0x20 ? 1 : 0; });
 }
 
 int doProcessBLECmd(const unsigned char* data, int length, unsigned char* reply, int* reply_length) {
   return call(__func__, [&](Bluetooth& controller) {
-    const std::string event = controller.run({data, data + length});
+    const std::string event = controller.run({data, data + std::max(length, 0)});
     memcpy(reply, event.data(), event.size());
     *reply_length = static_cast<int>(event.size());
     return 0;
