@@ -243,6 +243,7 @@ TEST(Client, BatchComparesAndReports) {
   const std::string table = content(csv), suite = content(junit);
   EXPECT_TRUE(has(table, "\r\n1,5,,0,OK,0,\"<\"\"&,\",3c22262c00,OK text:z,1,0.")) << table;
   EXPECT_TRUE(has(table, "\r\n4,2,,1,FAIL,0,,,,1,0.")) << table;
+  EXPECT_TRUE(has(table, "\r\n2,4,,,,,,,,69,")) << table;
   EXPECT_TRUE(has(suite, R"( tests="4" failures="3" errors="1" skipped="0" )")) << suite;
   EXPECT_TRUE(has(suite, R"(<failure message="expected OK text:z, got OK">OK, 5 bytes: &quot;&lt;&quot;&amp;,&quot;<)"))
       << suite;
