@@ -164,6 +164,7 @@ TEST_F(BluetoothTest, TheRelayAnswersThePort) {
   EXPECT_EQ(1, bt_check_BleCmd(-1, end, 1));
   device().faults.fail("bluetooth doProcessBLECmd", 1);
   EXPECT_EQ(1, bt_check_BleCmd(-1, end, 4));
+  EXPECT_EQ(0, logged("[BTUI] ==== [Write to USB]  len:0 ===="));
   EXPECT_EQ(1, errors("[BTUI] Write to external port failed in service stream: Bad file descriptor"));
   for (int fd : {master, terminal, ends[0], ends[1]}) close(fd);
 }
