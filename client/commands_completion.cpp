@@ -7,6 +7,7 @@
 
 #include "client/command_line.h"
 #include "client/commands.h"
+#include "daemon/calls.h"
 #include "desk/verb.h"
 #include "desk/words.h"
 #include "dispatch/opcode_table.h"
@@ -142,7 +143,9 @@ std::string verb_branches() {
   }
   std::string text = branch("phone", firsts);
   for (const auto& [first, seconds] : groups) text += branch("phone " + first, seconds);
-  return text + files;
+  Names functions;
+  for (const Call& call : calls()) functions.emplace_back(call.name, call.summary);
+  return text + files + branch("phone call", functions);
 }
 
 // The options of a phone's verb, such as -f in "[-f] [--level LEVEL]".

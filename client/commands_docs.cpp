@@ -3,6 +3,7 @@
 #include "atd.h"
 #include "client/command_line.h"
 #include "client/commands.h"
+#include "daemon/calls.h"
 #include "desk/verb.h"
 #include "dispatch/opcode_table.h"
 
@@ -55,6 +56,13 @@ std::string opcode_text(const Opcode& row) {
   if (row.effects & kModem) text += "; needs the modem";
   if (row.state != State::built) text += fmt::format("; {}", to_text(row.state));
   return item(row.name, fmt::format("({})", row.number), text + ".");
+}
+
+std::string function_text(const Call& call) {
+  std::string text = call.summary;
+  if (call.effects & kDestroys) text += " It needs --yes.";
+  if (call.effects & kAsksPlatform) text += " It asks the platform.";
+  return item(call.name, given_names(call), text);
 }
 
 constexpr char kBegin[] = R"(.TH ATDCTL 1 "" "atd {}" "User Commands"
@@ -139,6 +147,22 @@ is a file on the caller's side, or
 for standard input.
 )";
 
+constexpr char kFunctions[] = R"(.SH FUNCTIONS
+.B atdctl phone call
+.I NAME
+calls a function of the library in the daemon of the simulated phone, and
+.B atd call
+.I NAME
+in a process of its own on a phone.
+Bytes are written as a text,
+.I hex:00ff
+or
+.IR text:TEXT .
+One that destroys data or ends the phone's run asks on a terminal and needs
+.B \-\-yes
+elsewhere.
+)";
+
 constexpr char kOpcodes[] = R"(.SH OPCODES
 A destructive request restarts the phone, or changes or erases what cannot be read back.
 One that is not supported, or not built yet, is answered with result 2.
@@ -191,6 +215,8 @@ int run_manual(const CLI::App& app) {
   }
   out += kPhone;
   for (const Verb& verb : phone_verbs()) out += item(verb.name, verb.arguments, verb.summary);
+  out += kFunctions;
+  for (const Call& call : calls()) out += function_text(call);
   out += kOpcodes;
   for (const Opcode& row : opcodes()) out += opcode_text(row);
   out += ".SH EXIT STATUS\n";

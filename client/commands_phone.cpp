@@ -8,6 +8,7 @@
 #include "client/commands.h"
 #include "client/input.h"
 #include "client/stop_signals.h"
+#include "daemon/calls.h"
 #include "desk/control.h"
 #include "desk/verb.h"
 #include "desk/words.h"
@@ -77,6 +78,11 @@ int print_replies(int fd, const std::string& folder, bool endless) {
   }
 }
 
+int print_answer(const CallAnswer& answer, bool json) {
+  if (Failure lost = print(json ? answer.json : answer.text)) return complain(lost);
+  return complain({answer.status, json ? "" : answer.error});
+}
+
 }  // namespace
 
 int run_phone(const PhoneArguments& arguments) {
@@ -85,6 +91,14 @@ int run_phone(const PhoneArguments& arguments) {
   Failure failure;
   const Verb* verb = find_verb(&rest, &failure.text);
   if (verb == nullptr) return complain({kUsage, failure.text + "; see atdctl phone --help"});
+  if (verb->name == std::string_view("call")) {
+    // The table is here, too: what needs no phone asks none.
+    CallRequest call = read_call(rest);
+    if (!call.error.empty() || !call.call || call.help) return print_answer(explain(call), arguments.json);
+    const bool asked = !call.yes;
+    if (!confirm(&call)) return kUsage;
+    if (asked && call.yes) request.words.push_back("--yes");
+  }
   if (arguments.folder.empty()) return complain({kUsage, "no phone is named: give --device DIR or set ATD_DEVICE"});
   const int file = file_argument(*verb);
   if (file >= 0 && file < static_cast<int>(rest.size())) failure = read_file(rest[file], kMostInput, &request.input);
@@ -98,6 +112,12 @@ int run_phone(const PhoneArguments& arguments) {
 }
 
 int run_phone_help(const std::vector<std::string>& words) {
+  if (words[0] == "call" && words.size() > 1) {
+    CallRequest call = read_call({words.begin() + 1, words.end()});
+    call.help = true;
+    if (call.call) call.error.clear();
+    return print_answer(explain(call), false);
+  }
   size_t most = 1;
   for (const Verb& verb : phone_verbs()) most = std::max(most, words_in_common(verb, words));
   std::string text;

@@ -184,7 +184,10 @@ int serve(Options options, const char* log_level) {
                   .ckpd_send_event = ckpd_send_event,
                   .send_key_native = send_key_native,
                   .ctsa_send_event = ctsa_send_event,
-                  .functions = atd::library_functions()};
+                  .call = [](const std::vector<std::string>& words) -> atd::sim::HostAnswer {
+                    const atd::CallAnswer answer = atd::run(atd::read_call(words), {"atdctl phone log", true});
+                    return {answer.text, answer.json, answer.status, answer.error};
+                  }};
   auto control = atd::sim::Control::bind(*device, &error);
   if (!control) return fail(error);
   // Whatever level is asked for, the reason why the daemon cannot start is shown.

@@ -1,6 +1,8 @@
-// The daemon on a phone: serves its socket, which init has made, until init tells it to stop.
+// The daemon on a phone: serves its socket, which init has made, until init tells it to stop. "atd call" calls a
+// function of the library instead.
 #include <pthread.h>
 #include <signal.h>
+#include <string.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -8,6 +10,7 @@
 
 #include "atd.h"
 #include "daemon/boot.h"
+#include "daemon/call_command.h"
 
 namespace {
 
@@ -22,7 +25,8 @@ void* boot(void*) {
 
 }  // namespace
 
-int main() {
+int main(int argc, char** argv) {
+  if (argc > 1 && strcmp(argv[1], "call") == 0) return atd::call_command(argc - 2, argv + 2);
   // SIGTERM is blocked before the first thread starts, so that every thread leaves it to sigwait.
   sigset_t stop;
   sigemptyset(&stop);

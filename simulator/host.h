@@ -7,24 +7,11 @@
 
 namespace atd::sim {
 
-// What a function of the library gave back.
-struct HostOutcome {
-  long long result = 0;
-  std::string out;  // what it wrote for its caller
-  bool failed = false;
-};
-
-// A word that is no argument of that kind.
-struct BadArgument {
-  std::string what;
-};
-
-// A function of the library that a person can call.
-struct HostFunction {
-  std::string name;
-  std::string arguments;  // one word each
-  std::string summary;
-  std::function<HostOutcome(const std::vector<std::string>& words)> run;  // as many words as arguments; BadArgument
+// What a call of the library's functions by name tells its caller.
+struct HostAnswer {
+  std::string text, json;  // both forms, with their line ends
+  int status = 0;          // the caller's exit status
+  std::string error;       // in the JSON, too
 };
 
 // The daemon sets these before a person can ask. What is not set, it cannot do. The functions have the contracts of the
@@ -37,7 +24,8 @@ struct Host {
   std::function<int(char* text)> ckpd_send_event;
   std::function<int(int scancode, int status)> send_key_native;
   std::function<int(char* mode, char* x, char* y, char* unused)> ctsa_send_event;
-  std::vector<HostFunction> functions;
+  // NAME [ARGUMENT...] [--yes] [--help]; no words show the functions.
+  std::function<HostAnswer(const std::vector<std::string>& words)> call;
 };
 
 }  // namespace atd::sim

@@ -7,7 +7,6 @@
 #include "client/input.h"
 #include "desk/control.h"
 #include "desk/verb.h"
-#include "daemon/calls.h"
 #include "simulator/control.h"
 #include "tests/phone.h"
 
@@ -338,37 +337,21 @@ TEST(ClockTest, AdvanceEndsWhatWaitsOnARunningClock) {
   EXPECT_LE(after.tv_sec - before.tv_sec, 1060);
 }
 
-TEST_F(VerbTest, TheLibrarysFunctionsAreCalledByName) {
-  tell_all({{{"call"}, 1, "the program that runs this phone has no calls"}});
-  device().host.functions = library_functions();
-  tell_all(
-      {{{"call"}, 0, "Stores a set."},
-       {{"call", "read_aatset"}, 0, "1,1211,2,11,"},
-       {{"call", "write_aatorder", "1,2"}, 1, "result 1\nwrite_aatorder says no"},
-       {{"call", "write_aatorder"}, 64, "write: call write_aatorder ORDER"},
-       {{"call", "aat_subdivided_result_write", "1", "x"}, 64, "\"x\" is not a number from -2147483648 to 2147483647"},
-       {{"call", "aat_subdivided_result_write", "1", "1"}, 0, "result 0\n"},
-       {{"call", "get_devicetest_result"}, 1, "result -2\n"},
-       {{"call", "rubberstamp_test"}, 0, "isPass 1, result 0\nresult 0\n"},
-       {{"call", "get_touch_versio"}, 64, "nearest: get_touch_version"},
-       {{"bluetooth", "answer", "do_ble_enable", "-2"}, 0, ""},
-       {{"bluetooth", "answer", "do_ble", "1"}, 64, "no function is named \"do_ble\""},
-       {{"bluetooth"}, 0, "do_ble_enable answers -2\n"},
-       {{"call", "handle_atcmd_btad_assign", "0a1B2c3D4e5F"}, 0, "BLUETOOTH ADDRESS WRITE OK\nresult 0\n"},
-       {{"fingerprint", "set", "zone", "0", "-3"}, 0, ""},
-       {{"fingerprint"}, 0, "zone          0     -3\n"},
-       {{"fingerprint", "set", "thumb", "0", "0"}, 64, "no test is named \"thumb\""},
-       {{"call", "recursive_dir_check", "../../etc"}, 1, "result -1\n"},
-       {{"display", "size", "20x10", "format", "24"}, 0, "size    20x10\n"},
-       {{"display", "depth", "24"}, 64, "no setting \"depth 24\"; write size WIDTHxHEIGHT"},
-       {{"display", "size"}, 64, "no setting \"size \""},
-       {{"display", "picture", "raw"}, 0, root_ + "/sim/screen.raw\n"},
-       {{"call", "captureScreen", "0", "0", "20", "10", "16"}, 1, "result 0\ncaptureScreen says no"},
-       {{"display", "format", "32"}, 0, ""},
-       {{"call", "captureScreen", "0", "0", "20", "10", "32"}, 0, "result 800\n"},
-       {{"program", "exit", "nothing"}, 64, "the phone has no program \"nothing\""},
-       {{"program", "exit", "pm", "256"}, 64, "the exit status is a number"},
-       {{"program", "exit", "pm", "7"}, 0, ""}});
+TEST_F(VerbTest, TheSensorTheScreenAndPrograms) {
+  tell_all({{{"call"}, 1, "the program that runs this phone has no calls"},
+            {{"bluetooth", "answer", "do_ble_enable", "-2"}, 0, ""},
+            {{"bluetooth", "answer", "do_ble", "1"}, 64, "no function is named \"do_ble\""},
+            {{"bluetooth"}, 0, "do_ble_enable answers -2\n"},
+            {{"fingerprint", "set", "zone", "0", "-3"}, 0, ""},
+            {{"fingerprint"}, 0, "zone          0     -3\n"},
+            {{"fingerprint", "set", "thumb", "0", "0"}, 64, "no test is named \"thumb\""},
+            {{"display", "size", "20x10", "format", "24"}, 0, "size    20x10\n"},
+            {{"display", "depth", "24"}, 64, "no setting \"depth 24\"; write size WIDTHxHEIGHT"},
+            {{"display", "size"}, 64, "no setting \"size \""},
+            {{"display", "picture", "raw"}, 0, root_ + "/sim/screen.raw\n"},
+            {{"program", "exit", "nothing"}, 64, "the phone has no program \"nothing\""},
+            {{"program", "exit", "pm", "256"}, 64, "the exit status is a number"},
+            {{"program", "exit", "pm", "7"}, 0, ""}});
   EXPECT_EQ(7 << 8, device().shell.system("pm install -r /x"));
   tell_all({{{"program", "exit", "pm"}, 0, ""}, {{"program", "history"}, 0, "pm install -r /x\n"}});
   EXPECT_EQ(1 << 8, device().shell.system("pm install -r /x")) << "there is no such package";

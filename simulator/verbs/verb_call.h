@@ -26,6 +26,9 @@ class VerbCall {
   // The content of the caller's file.
   const std::string& input() const { return input_; }
 
+  // Whether the answer is shown as JSON.
+  bool is_for_programs() const { return json_; }
+
   // The arguments; "" for one that was not given.
   size_t count() const { return arguments_.size(); }
   const std::string& operator[](size_t i) const;
