@@ -12,6 +12,7 @@
 #include "client/commands.h"
 #include "desk/answer_rows.h"
 #include "desk/nearest.h"
+#include "desk/verb.h"
 
 namespace atd::client {
 namespace {
@@ -20,7 +21,9 @@ struct Options {
   std::string socket, device;
   RequestArguments request;
   bool json = false;
+  bool plain = false;
   bool hexdump = false;
+  bool platform = false;
   WatchArguments watch;
   ReplayArguments replay;
   BatchArguments batch;
@@ -29,6 +32,7 @@ struct Options {
   PhoneArguments phone;
   std::string text;
   std::string shell;
+  std::vector<std::string> help;
 };
 
 // Seconds or milliseconds that a clock can count; strtod() also reads "nan", which no comparison accepts.
@@ -42,11 +46,44 @@ std::string check_report(const std::string& file) {
   return file == "-" ? "takes a file: the answers go to standard output" : "";
 }
 
+// The help in 80 columns: what is said about an option or a command goes on below where it began.
+struct Formatter : CLI::Formatter {
+  static std::string row(const std::string& name, const std::string& description) {
+    std::string text = "  " + name;
+    if (text.size() + 2 > kHelpColumn) text += fmt::format("\n{:{}}", "", kHelpColumn);
+    return fmt::format("{:{}}{}", text, kHelpColumn, wrapped(description, kHelpColumn, 80));
+  }
+  std::string make_option_opts(const CLI::Option* option) const override {
+    return (option->get_option_text().empty() ? "" : " ") + option->get_option_text();
+  }
+  std::string make_option(const CLI::Option* option, bool positional) const override {
+    return row(make_option_name(option, positional) + make_option_opts(option), make_option_desc(option));
+  }
+  std::string make_subcommand(const CLI::App* command) const override {
+    return row(command->get_name(), command->get_description());
+  }
+};
+
+// The last one counts where an option that takes one value is repeated.
+void take_last(CLI::App& app) {
+  auto takes_one = [](CLI::Option* option) {
+    return !option->get_positional() && option->get_items_expected_max() == 1;
+  };
+  for (CLI::Option* option : app.get_options(takes_one)) option->take_last();
+  for (CLI::App* command : app.get_subcommands([](CLI::App*) { return true; })) take_last(*command);
+}
+
+std::string no_command(const CLI::App& app, const std::string& name) {
+  std::vector<std::string> names;
+  for (const CLI::App* command : commands_of(app)) names.push_back(command->get_name());
+  return fmt::format("\"{}\" is not a command; nearest: {}; see atdctl --help", name, listed(nearest(name, names, 2)));
+}
+
 // Everything that the command line knows. Parsing leaves the command to run in `chosen`.
 void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
   app.set_help_flag("-h,--help", "Print this help, or a command's, and end");
   app.set_version_flag("--version", "atdctl " ATD_VERSION, "Print the version and end");
-  app.get_formatter()->column_width(kHelpColumn);
+  app.formatter(std::make_shared<Formatter>());
   app.get_formatter()->label("Positionals", "Arguments");
   app.get_formatter()->label("OPTIONS", "options");
   app.get_formatter()->label("SUBCOMMAND", "COMMAND");
@@ -56,7 +93,7 @@ void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
   app.add_option("--device", options.device, "Folder of the phone; its socket is DIR/dev/socket/atd")
       ->option_text("DIR")
       ->excludes(socket);
-  app.add_option("--timeout", options.timeout, "Longest wait for an answer, such as 0.5 (default 15)")
+  app.add_option("--timeout", options.timeout, "Longest wait for an answer (default 15)")
       ->option_text("SECONDS")
       ->check(check_time);
 
@@ -107,8 +144,9 @@ void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
       ->option_text("FILE")
       ->excludes(value);
   command->footer(
-      "The value is a text as it is, a byte as a number, other bytes in hex. It is for x=$(atdctl request -r NAME):\n"
-      "where the result is not 0, standard output and the file get nothing, and standard error has the result.");
+      "The value is a text as it is, a byte as a number, other bytes in hex. It is for\n"
+      "x=$(atdctl request -r NAME): where the result is not 0, standard output and the\n"
+      "file get nothing, and standard error has the result.");
 
   command = add("batch", "Send each line of a file as a request, and print the answers in order", [&, target] {
     options.batch.json = options.json;
@@ -131,9 +169,10 @@ void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
       ->excludes(dry);
   add_json(command, "Print one object a line");
   command->footer(
-      "All lines are checked before the first is sent. RESULT is OK, FAIL, UNSUPPORTED or a number, and\n"
-      "the text after it is the answer's; without one any data will do. The status of a line that\n"
-      "expects something is 0 when the answer is so, and else 1.");
+      "All lines are checked before the first is sent. RESULT is OK, FAIL, UNSUPPORTED\n"
+      "or a number, and the text after it is the answer's; without one any data will\n"
+      "do. The status of a line that expects something is 0 when the answer is so, and\n"
+      "else 1.");
 
   command = add("send", "Send an AT command to the platform",
                 [&, target] { return run_send(target(), options.text, options.json); });
@@ -144,9 +183,15 @@ void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
                 [&, target] { return run_initialize(target(), options.json); });
   add_json(command, "Print one object");
 
-  command = add("monitor", "Print every message of the daemon as it comes",
-                [&, target] { return run_monitor(target(), options.watch); });
+  command = add("monitor", "Print every message of the daemon as it comes", [&, target] {
+    options.watch.plain = options.plain;
+    return run_monitor(target(), options.watch);
+  });
+  auto add_plain = [&](CLI::App* showing) {
+    showing->add_flag("--plain", options.plain, "Show identities, such as the IMEI, in full, not masked");
+  };
   auto add_watch = [&](CLI::App* watching, const char* count) {
+    add_plain(watching);
     watching->add_flag("--json", options.watch.json, "Print one object a line");
     watching->add_option("--count", options.watch.count, count)->option_text("N")->check(CLI::Range(1, 2000000000));
   };
@@ -163,17 +208,21 @@ void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
   command->add_option("--for", options.watch.seconds, "End after this time; with --count the status is then 75")
       ->option_text("SECONDS")
       ->check(check_time);
+  command->add_flag("--follow", options.watch.follow, "Wait for a daemon that is gone, as at a reboot, and go on");
   auto* record = command->add_option("--record", options.watch.record, "Append every message to this file");
   record->option_text("FILE");
-  command->add_flag("--quiet", options.watch.quiet, "Print nothing, only record")->needs(record);
+  command->add_flag("--quiet", options.watch.quiet, "Print nothing; for --record")->needs(record);
 
-  command = add("serve", "Stand in for the platform: print what the daemon asks of it, and answer",
-                [&, target] { return run_serve(target(), options.watch); });
+  command = add("serve", "Stand in for the platform: print what the daemon asks of it, and answer", [&, target] {
+    options.watch.plain = options.plain;
+    return run_serve(target(), options.watch);
+  });
   add_watch(command, "End after so many commands and requests");
   command->add_option("--answers", options.watch.answers, "Requests and their answers, which serve --help explains")
       ->option_text("FILE");
   command->footer("The file has rows; the first that matches counts:\n\n" + answer_row_help(RowsOf::platform) +
-                  "Lines that begin with # are skipped. Any other request is answered with result 0 and no data.");
+                  "Lines that begin with # are skipped. Any other request is answered with result\n"
+                  "0 and no data.");
 
   command = add("replay", "Send what the clients in a recording sent, and compare the answers", [&, target] {
     options.replay.json = options.json;
@@ -190,20 +239,26 @@ void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
   command->add_flag("--realtime", options.replay.realtime, "Keep the recording's pauses");
   add_json(command, "Print one object");
 
-  command = add("wait", "Wait until the daemon answers", [&, target] { return run_wait(target(), options.json); });
+  command = add("wait", "Wait until the daemon answers",
+                [&, target] { return run_wait(target(), options.platform, options.json); });
+  command->add_flag("--platform", options.platform, "And until the platform says \"initialize\" or answers a request");
   add_json(command, "Print one object");
+  command->footer("The request asks for the flight mode and changes nothing.");
 
   command = add("phone", "Do something to the running simulated phone", [&]() -> int {
     if (options.phone.words.empty()) return complain(print(app.help()));
     options.phone.folder = phone_folder(options.socket, options.device);
     options.phone.json = options.json;
+    options.phone.plain = options.plain;
     options.phone.timeout = options.timeout;
+    options.phone.bounded = app.get_option("--timeout")->count() > 0;
     return run_phone(options.phone);
   });
   command->footer(phone_help());
   // take_verb() takes the words; the parser needs the option for its help.
   command->add_option("VERB", options.phone.words, "What to do, and its arguments; without it this help is printed")
       ->option_text(" ");
+  add_plain(command);
   add_json(command, "Have the verb print JSON");
 
   command = add("raw", "Send the lines of standard input as they are, and print what comes",
@@ -215,9 +270,25 @@ void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
 
   command = add("completion", "Print the completion script for bash", [&app] { return run_completion(app); });
   command->add_option("SHELL", options.shell, "bash")->option_text(" ")->check(CLI::IsMember({"bash"}));
+  command = add("help", "Print the help of a command, or of a verb of phone", [&] {
+    const std::vector<std::string>& words = options.help;
+    if (words.empty()) {
+      return complain(print(app.get_formatter()->make_help(&app, app.get_name(), CLI::AppFormatMode::Normal)));
+    }
+    if (words[0] == "phone" && words.size() > 1) return run_phone_help({words.begin() + 1, words.end()});
+    for (const CLI::App* found : commands_of(app)) {
+      if (found->get_name() == words[0]) return complain(print(found->help("atdctl")));
+    }
+    const std::vector<Verb>& verbs = phone_verbs();
+    auto begins = [&](const Verb& verb) { return (std::string(verb.name) + " ").starts_with(words[0] + " "); };
+    if (std::any_of(verbs.begin(), verbs.end(), begins)) return run_phone_help(words);
+    return complain({kUsage, no_command(app, words[0])});
+  });
+  command->add_option("COMMAND", options.help, "Such as request, or phone card")->option_text(" ");
   add("dictionary", "Print a fuzzing dictionary of the protocol", run_dictionary)->group("");
   add("manual", "Print the manual page", [&app] { return run_manual(app); })->group("");
 
+  take_last(app);
   std::string footer = "Environment: ATD_SOCKET and ATD_DEVICE stand for --socket and --device.\nExit status:";
   for (const StatusMeaning& row : statuses()) footer += fmt::format("\n{:4}  {}", row.status, row.meaning);
   app.footer(footer);
@@ -268,7 +339,8 @@ std::vector<std::string> take_verb(std::vector<std::string>* arguments) {
   for (const std::string& argument : *arguments) {
     const std::string name = argument.substr(0, argument.find('='));
     const bool option =
-        argument.starts_with('-') && (words.empty() || is(name, {"--json", "--help", "--device", "--socket"}));
+        argument.starts_with('-') &&
+        (words.empty() || is(name, {"--json", "--help", "--plain", "--timeout", "--device", "--socket"}));
     if (phone && !ended && !value && argument == "--") {
       ended = true;
     } else if (!ended && (value || option)) {
@@ -301,11 +373,23 @@ std::string explain(const CLI::App& app, const CLI::ParseError& error) {
     });
   }
   std::string extra = extras.empty() ? "" : extras.front();
-  if (extra.starts_with('-')) return fmt::format("there is no option {}; see {} --help", extra, name);
+  if (extra.starts_with('-')) {
+    std::vector<const CLI::App*> places = {&app};
+    for (const CLI::App* command : app.get_subcommands()) places.push_back(command);
+    std::vector<std::string> options;
+    for (const CLI::App* place : places) {
+      for (const CLI::Option* option : options_of(*place, false)) {
+        for (const std::string& known : option->get_lnames()) options.push_back("--" + known);
+      }
+    }
+    return fmt::format("there is no option {}; nearest: {}; see {} --help", extra, listed(nearest(extra, options, 2)),
+                       name);
+  }
   if (app.get_subcommands().empty() && dynamic_cast<const CLI::RequiredError*>(&error) != nullptr) {
+    if (!extra.empty()) return no_command(app, extra);
     std::vector<std::string> commands;
     for (const CLI::App* command : commands_of(app)) commands.push_back(command->get_name());
-    return (extra.empty() ? "" : fmt::format("\"{}\" is not a command; ", extra)) + "write one of: " + listed(commands);
+    return "write one of: " + listed(commands);
   }
   if (!extra.empty()) {
     return fmt::format("\"{}\" is one argument too many; a text with spaces needs quotes", extra);

@@ -46,7 +46,8 @@ struct BatchArguments {
 // none is sent.
 int run_batch(const Target& target, const BatchArguments& arguments);
 
-// Sends an AT command to the platform and waits for the broadcast that carries it.
+// Sends an AT command to the platform, waits for the broadcast that carries it, and then for a sign of the platform:
+// kTimedOut when there is none.
 int run_send(const Target& target, const std::string& text, bool json);
 
 // Sends the platform's "initialize" and waits for the broadcast that the daemon is ready.
@@ -58,7 +59,9 @@ int run_raw(const Target& target, bool hexdump, double quiet_ms);
 
 struct WatchArguments {
   bool json = false;
+  bool plain = false;                // show identities in full
   bool quiet = false;                // monitor: print nothing
+  bool follow = false;               // monitor: connect again when the daemon has gone
   int count = 0;                     // end after so many messages, 0 for no limit
   double seconds = -1;               // monitor: end after so long, below 0 for no limit
   std::vector<int> codes;            // monitor: the codes to show, none for all
@@ -72,7 +75,8 @@ int ended_early(int seen, int count);
 
 // Prints the messages that are to be shown as they come, until `count` of them have come, the time is over, the daemon
 // has stopped, or SIGINT or SIGTERM comes. With a `count` such a signal ends the program, a daemon that stops before is
-// kNoDaemon, and the end of the time kTimedOut. A recording gets every message, shown or not.
+// kNoDaemon, and the end of the time kTimedOut. The copy of a request is shown only where its code is asked for. With
+// `follow` a daemon that goes, or is not there yet, is waited for. A recording gets every message, shown or not.
 int run_monitor(const Target& target, const WatchArguments& arguments);
 
 // Stands in for the platform: prints every AT command and every request that the daemon sends to it, and answers the
@@ -90,14 +94,16 @@ struct ReplayArguments {
 // difference, kTimedOut when that is a message that does not come, or kUsage when bytes are missing in the recording.
 int run_replay(const Target& target, const ReplayArguments& arguments);
 
-// Waits until the daemon answers.
-int run_wait(const Target& target, bool json);
+// Waits until the daemon answers, or with `platform` until await_platform() is done.
+int run_wait(const Target& target, bool platform, bool json);
 
 struct PhoneArguments {
   std::string folder;              // of the phone, "" for none
   std::vector<std::string> words;  // of the verb and its arguments
   bool json = false;
-  double timeout = 0;  // seconds, for the connection
+  bool plain = false;    // show identities in full
+  double timeout = 0;    // seconds, for the connection, and for the end of the daemon after "stop"
+  bool bounded = false;  // for each reply too
 };
 
 // Has the simulated phone run a verb, and prints its output as it comes. Returns the verb's own status; kOk when SIGINT

@@ -111,11 +111,12 @@ std::string& sentence_of(Names& names, std::string_view name) {
 }
 
 // What may stand as a command's argument.
-std::string argument_branch(const CLI::App& command) {
+std::string argument_branch(const CLI::App& command, const Names& commands) {
   const std::vector<const CLI::Option*> arguments = options_of(command, true);
   const std::string kind = arguments.empty() ? "" : arguments[0]->get_name(true, false);
   if (kind == "FILE|-") return branch(command.get_name(), "_atdctl_files -f");
   if (kind == "SHELL") return branch(command.get_name(), Names{{"bash", ""}});
+  if (kind == "COMMAND") return branch(command.get_name(), commands);
   if (kind != "NAME|NUMBER") return "";
   Names names;
   for (const Opcode& row : opcodes()) names.emplace_back(row.name, row.summary);
@@ -170,7 +171,9 @@ int run_completion(const CLI::App& app) {
   std::string arguments, flags;
   for (const CLI::App* command : commands_of(app)) {
     names.emplace_back(command->get_name(), command->get_description());
-    arguments += argument_branch(*command);
+  }
+  for (const CLI::App* command : commands_of(app)) {
+    arguments += argument_branch(*command, names);
     const std::string more = flags_of(*command);
     if (!more.empty()) flags += fmt::format("    {0}|{0}' '*) options+=' {1}' ;;&\n", command->get_name(), more);
   }
@@ -185,7 +188,8 @@ int run_completion(const CLI::App& app) {
   out += "  if [[ $cur != -* ]]; then\n    case ${words[*]} in\n";
   out += branch("", names) + arguments + verb_branches() + "    esac\n    return\n  fi\n";
   out += fmt::format("  options='{}'\n  case ${{words[*]}} in\n", flags_of(app));
-  out += flags + "    'phone '*) options='--help --json --device --socket' ;;&\n" + verb_flags() + "  esac\n";
+  out += flags + "    'phone '*) options='--help --json --plain --timeout --device --socket' ;;&\n" + verb_flags() +
+         "  esac\n";
   out += "  mapfile -t COMPREPLY < <(compgen -W \"$options\" -- \"$cur\")\n";
   return complain(print(out + kEnd));
 }

@@ -95,6 +95,27 @@ A text that is not UTF\-8 is null too, and the field
 .I hex
 has its bytes.
 .PP
+Identities, which are IMEI, MEID, serial numbers, PID, addresses and the phone number, are shown in full in an answer
+that was asked for.
+.BR monitor ,
+.BR serve ,
+a recording of
+.BR monitor ,
+.B phone log
+and
+.B phone item list
+mask them, unless
+.B \-\-plain
+is given: the first 6 and the last 2 characters are left, and a mark that is the same for the same value of one phone.
+The key of the marks is the file
+.I sim/identity\-key
+of the phone, or for one that is not simulated
+.I atdctl/identity\-key
+in
+.B XDG_STATE_HOME
+or
+.IR ~/.local/state .
+.PP
 A request that takes bytes has them from
 .B \-\-hex
 or
@@ -137,7 +158,7 @@ with
 .BR \-\-count ,
 is not done then, and the signal ends the program.
 .PP
-.BR \-\-json ", " \-\-help ", " \-\-device " and " \-\-socket
+.BR \-\-json ", " \-\-help ", " \-\-plain ", " \-\-timeout ", " \-\-device " and " \-\-socket
 may stand anywhere.
 Everything else after a verb belongs to it, and so does everything after
 .BR \-\- .

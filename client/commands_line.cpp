@@ -18,16 +18,20 @@ std::string as_sent_on(const std::string& text) {
   return std::string(std::find_if(text.begin(), text.end(), is_sent), text.end());
 }
 
-int run_line(const Target& target, const std::string& line, bool json,
+// Sends the line and leaves its answer in *answer; with a `platform` it also waits for that.
+int run_line(const Target& target, const std::string& line, bool json, bool platform,
              const std::function<bool(const Message&)>& is_answer) {
   Connection connection;
   Message answer;
   Deadline deadline = in_seconds(target.timeout);
   Failure failure = connect(connection, target, deadline);
   if (!failure) failure = exchange(connection, target, line, deadline, is_answer, &answer);
-  if (failure) return complain(failure);
   timespec now;
   clock_gettime(CLOCK_REALTIME, &now);
+  const Wait wait = platform && !failure ? await_platform(connection, deadline) : Wait::message;
+  if (wait == Wait::timed_out) failure = no_platform(target), failure.text = "it is sent on, but " + failure.text;
+  else if (wait != Wait::message) failure = went_away(target);
+  if (failure) return complain(failure);
   return complain(print(json ? reply_json(now, answer) : visible(answer.bytes) + "\n"));
 }
 
@@ -101,12 +105,13 @@ int run_send(const Target& target, const std::string& text, bool json) {
   if (sent_on.empty()) {
     return complain({kUsage, "nothing to send: an AT command has a character above 32 and below 128, such as AT+CSQ"});
   }
-  return run_line(target, send_line(text), json,
+  return run_line(target, send_line(text), json, true,
                   [&](const Message& message) { return message.code == kPlatformCode && message.text == sent_on; });
 }
 
 int run_initialize(const Target& target, bool json) {
-  return run_line(target, initialize_line(), json, [](const Message& message) { return message.code == kReadyCode; });
+  return run_line(target, initialize_line(), json, false,
+                  [](const Message& message) { return message.code == kReadyCode; });
 }
 
 int run_raw(const Target& target, bool hexdump, double quiet_ms) {

@@ -34,7 +34,7 @@ size_t terminal_columns() {
 }  // namespace
 
 std::string ops_text(size_t columns, bool colourful) {
-  std::vector<Cells> lines = {{"NUMBER", "NAME", "PAYLOAD", "ANSWER", "STATE", "EFFECTS", "DESCRIPTION"}};
+  std::vector<Cells> lines = {{"OPCODE", "NAME", "PAYLOAD", "ANSWER", "STATE", "EFFECTS", "DESCRIPTION"}};
   std::array<int, 3> counts = {};  // by State
   for (const Opcode& row : opcodes()) {
     lines.push_back({std::to_string(row.number), row.name, to_text(row.payload), to_text(row.answer),

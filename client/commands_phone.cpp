@@ -2,10 +2,12 @@
 #include <fmt/format.h>
 #include <poll.h>
 #include <string.h>
+#include <unistd.h>
 
 #include <algorithm>
 
 #include "client/commands.h"
+#include "client/identities.h"
 #include "client/input.h"
 #include "client/stop_signals.h"
 #include "daemon/calls.h"
@@ -50,24 +52,54 @@ Failure reach(Connection& connection, const PhoneArguments& arguments) {
   }
 }
 
+// A verb that shows what is not asked for one by one, so that identities are masked.
+bool is_collection(const Verb& verb) {
+  const std::string_view name = verb.name;
+  return name == "log" || name == "item list";
+}
+
+Failure not_in_time(const PhoneArguments& arguments, const char* what) {
+  return {kTimedOut, fmt::format("{} within {} from the phone in {}; --timeout SECONDS waits longer", what,
+                                 in_words(arguments.timeout), arguments.folder)};
+}
+
+// Waits until the connection ends, which a phone that stops leaves to the end of its process.
+Failure await_end(int fd, const PhoneArguments& arguments) {
+  const Deadline deadline = in_seconds(arguments.timeout);
+  Connection connection(dup(fd));
+  Message ignored;
+  Wait wait;
+  do wait = connection.next(&ignored, deadline);
+  while (wait == Wait::message);
+  return wait == Wait::timed_out ? not_in_time(arguments, "no end") : Failure();
+}
+
 // Prints the replies as they come; the status of the last. A verb that is `endless` ends with a signal.
-int print_replies(int fd, const std::string& folder, bool endless) {
+int print_replies(int fd, const PhoneArguments& arguments, const Verb& verb, bool endless) {
+  const std::string& folder = arguments.folder;
+  const int most_ms = !arguments.bounded || endless ? -1 : static_cast<int>(std::min(arguments.timeout, 1e6) * 1000);
+  Identities identities(folder, arguments.plain || !is_collection(verb));
   StopSignals signals(endless);
   InputLines lines(fd);
   for (std::string line;;) {
     while (!lines.is_ready()) {
       pollfd fds[] = {{fd, POLLIN, 0}, {signals.fd(), POLLIN, 0}};
-      if (poll(fds, 2, -1) < 0) continue;
+      const int ready = poll(fds, 2, most_ms);
+      if (ready == 0) return complain(not_in_time(arguments, "no answer"));
+      if (ready < 0) continue;
       if (fds[1].revents != 0) return kOk;
       lines.fill();
     }
     const bool came = lines.take(&line);
     ControlReply reply;
     if (came && from_line(line, &reply)) {
-      if (Failure lost = print(reply.out)) return complain(lost);
+      if (Failure lost = print(identities.in_text(reply.out))) return complain(lost);
       // An exit status has eight bits.
       const int status = reply.status == (reply.status & 0xff) ? reply.status : kOther;
       complain({status, reply.error});
+      if (reply.last && status == kOk && verb.name == std::string_view("stop")) {
+        return complain(await_end(fd, arguments));
+      }
       if (reply.last) return status;
     } else if (came && !lines.is_cut()) {
       return complain({kOther, "the phone's reply makes no sense: " + line.substr(0, 60)});
@@ -108,7 +140,7 @@ int run_phone(const PhoneArguments& arguments) {
   // A phone that does not take the whole request says why in its reply.
   connection.send_bytes(to_line(request), Deadline::max());
   auto is_follow = [](const std::string& word) { return word == "-f" || word == "--follow"; };
-  return print_replies(connection.fd(), arguments.folder, std::any_of(rest.begin(), rest.end(), is_follow));
+  return print_replies(connection.fd(), arguments, *verb, std::any_of(rest.begin(), rest.end(), is_follow));
 }
 
 int run_phone_help(const std::vector<std::string>& words) {
@@ -137,9 +169,10 @@ std::string phone_help() {
   std::string text = "Verbs:\n";
   for (const Verb& verb : phone_verbs()) text += verb_help(verb);
   return text +
-         "\nFILE is a file of yours, or - for standard input. --json, --help, --device and\n"
-         "--socket may stand anywhere; everything else after a verb belongs to it, and so\n"
-         "does everything after \"--\".";
+         "\nFILE is a file of yours, or - for standard input. --json, --help, --plain,\n"
+         "--timeout, --device and --socket may stand anywhere; everything else after a\n"
+         "verb belongs to it, and so does everything after \"--\". With --timeout a verb\n"
+         "that says nothing for so long ends with status 75.";
 }
 
 }  // namespace atd::client

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "client/commands.h"
+#include "client/identities.h"
 #include "client/json.h"
 #include "client/recording.h"
 #include "client/replay_clients.h"
@@ -149,6 +150,12 @@ int run_replay(const Target& target, const ReplayArguments& arguments) {
     if (!failure) failure = masks.add(mask);
   }
   if (!failure) failure = read_recording(arguments.file, &events);
+  for (const Event& event : events) {
+    if (failure || event.kind != Kind::message || !is_masked(event.message)) continue;
+    failure = {kUsage, fmt::format("{}:{}: identities are masked in this recording, so it is to be read, not replayed: "
+                                   "record with atd --record",
+                                   arguments.file, event.line)};
+  }
   auto is_input = [](const Event& event) { return event.kind == Kind::input; };
   if (!failure && std::none_of(events.begin(), events.end(), is_input)) {
     failure = {kUsage, arguments.file +

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "client/commands.h"
+#include "client/identities.h"
 #include "client/input.h"
 #include "client/json.h"
 #include "client/stop_signals.h"
@@ -16,7 +17,10 @@ namespace {
 class Platform {
  public:
   Platform(const Target& target, const WatchArguments& arguments, const std::vector<AnswerRow>& rows)
-      : target_(target), arguments_(arguments), rows_(rows) {}
+      : target_(target),
+        arguments_(arguments),
+        rows_(rows),
+        identities_(phone_folder(target.socket, ""), arguments.plain) {}
 
   int run() {
     StopSignals signals(arguments_.count == 0);
@@ -41,7 +45,7 @@ class Platform {
  private:
   struct DueAnswer {
     Deadline when;
-    Response response;
+    Response response, shown;
   };
 
   bool is_done() const { return arguments_.count != 0 && seen_ >= arguments_.count && due_.empty(); }
@@ -62,19 +66,23 @@ class Platform {
     // What comes while the last answer is still due is left to whoever serves next.
     if (message.code != kPlatformCode || (arguments_.count != 0 && seen_ >= arguments_.count)) return failure;
     ++seen_;
+    const Message shown = identities_.in_message(message);
     Request request;
     if (!decode_request(message.text, &request)) {
-      return show(arguments_.json ? request_json(now(), seen_, message, nullptr)
-                                  : "command " + visible(message.text) + "\n");
+      return show(arguments_.json ? request_json(now(), seen_, shown, nullptr)
+                                  : "command " + visible(shown.text) + "\n");
     }
     auto row = std::find_if(rows_.begin(), rows_.end(), [&](const AnswerRow& candidate) {
       return matches(candidate, request.opcode, request.payload);
     });
     const AnswerRow answer = row == rows_.end() ? AnswerRow() : *row;
-    if (answer.answers) due_.push_back({in_seconds(answer.delay_ms / 1000.0), answer.response});
-    if (arguments_.json) return show(request_json(now(), seen_, message, answer.answers ? &answer.response : nullptr));
-    bool is_hex = shape_of(nullptr, request.payload) == Shape::hex;
-    failure = show(message_text(message) + "\n" + (is_hex ? hexdump(request.payload) : ""));
+    Response masked = answer.response;
+    masked.data = identities_.in_data(request.opcode, masked.data);
+    if (answer.answers) due_.push_back({in_seconds(answer.delay_ms / 1000.0), answer.response, masked});
+    if (arguments_.json) return show(request_json(now(), seen_, shown, answer.answers ? &masked : nullptr));
+    const std::string payload = identities_.in_data(request.opcode, request.payload);
+    bool is_hex = shape_of(nullptr, payload) == Shape::hex;
+    failure = show(message_text(shown) + "\n" + (is_hex ? hexdump(payload) : ""));
     return failure || answer.answers ? failure : show("no answer\n");
   }
 
@@ -86,7 +94,7 @@ class Platform {
         continue;
       }
       Failure failure = say(response_line(due_[i].response), in_seconds(target_.timeout));
-      if (!failure && !arguments_.json) failure = show("answer " + response_text(due_[i].response) + "\n");
+      if (!failure && !arguments_.json) failure = show("answer " + response_text(due_[i].shown) + "\n");
       if (failure) return failure;
       due_.erase(due_.begin() + i);
     }
@@ -110,6 +118,7 @@ class Platform {
   const Target& target_;
   const WatchArguments& arguments_;
   const std::vector<AnswerRow>& rows_;
+  Identities identities_;
   Connection connection_;
   Deadline deadline_;  // of the daemon's answer to "initialize"
   bool ready_ = false;

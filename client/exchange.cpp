@@ -8,6 +8,8 @@
 #include <chrono>
 #include <thread>
 
+#include "channel/opcodes.h"
+
 namespace atd::client {
 namespace {
 
@@ -74,6 +76,11 @@ Failure timed_out(const Target& target, const std::string& what) {
                                  in_words(target.timeout), target.socket)};
 }
 
+Failure no_platform(const Target& target) {
+  return {kTimedOut, fmt::format("no platform has answered the daemon at {} within {}; atdctl serve stands in for one",
+                                 target.socket, in_words(target.timeout))};
+}
+
 Failure check_length(const std::string& line) {
   if (line.size() <= kLineMax) return {};
   return {kUsage, fmt::format("the line has {} bytes; the daemon takes at most {}", line.size(), kLineMax)};
@@ -98,6 +105,17 @@ Failure exchange(Connection& connection, const Target& target, const std::string
     if (wait != Wait::message) return went_away(target);
     if (is_answer(*answer)) return {};
     if (answer->code == kRefusedCode) return {kOther, "the daemon refused the line: " + visible(answer->text)};
+  }
+}
+
+Wait await_platform(Connection& connection, Deadline deadline) {
+  const std::string line = request_line(kFlightModeStatus, "");
+  // The daemon hands on what "adc" has as it is, so a record goes to the platform like a request of the daemon's own.
+  const int error = connection.send(send_line(line.substr(line.find(' ') + 1)), deadline);
+  if (error != 0) return error == ETIMEDOUT ? Wait::timed_out : Wait::gone;
+  for (Message message;;) {
+    const Wait wait = connection.next(&message, deadline);
+    if (wait != Wait::message || message.code == kReadyCode || message.code == kTakenCode) return wait;
   }
 }
 

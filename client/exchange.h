@@ -40,6 +40,9 @@ Failure went_away(const Target& target);
 // The failure that something did not come in time; `what` says what, such as "no answer".
 Failure timed_out(const Target& target, const std::string& what);
 
+// The failure that no platform has answered in time.
+Failure no_platform(const Target& target);
+
 // kUsage for a line that is longer than the daemon takes.
 Failure check_length(const std::string& line);
 
@@ -48,6 +51,10 @@ Failure check_length(const std::string& line);
 // too long, kNoDaemon, kTimedOut, or kOther when the daemon refuses the line.
 Failure exchange(Connection& connection, const Target& target, const std::string& line, Deadline deadline,
                  const std::function<bool(const Message&)>& is_answer, Message* answer);
+
+// Waits for a sign of the platform: its "initialize", or that it answers a request. The daemon sends it one on our
+// behalf, which asks for the flight mode and changes nothing. Wait::message when a sign has come.
+Wait await_platform(Connection& connection, Deadline deadline);
 
 // Sends a request and waits for its answer. Fails as exchange() does, and with kOther for a malformed answer.
 Failure ask(Connection& connection, const Target& target, int32_t opcode, const std::string& payload, Deadline deadline,

@@ -181,6 +181,13 @@ std::string message_json(const timespec& time, int sequence, const Message& mess
   return to_line(seen(time, sequence, message));
 }
 
+std::string event_json(const timespec& time, const char* event) {
+  Json json;
+  json["time"] = iso_time(time);
+  json["event"] = event;
+  return to_line(json);
+}
+
 std::string request_json(const timespec& time, int sequence, const Message& message, const Response* answer) {
   Json json = seen(time, sequence, message);
   json["answer"] = nullptr;

@@ -52,6 +52,9 @@ std::string replay_json(int compared, const Difference* difference, int status, 
 // A message, with its time and its number; "decoded" holds its record, if it carries one.
 std::string message_json(const timespec& time, int sequence, const Message& message);
 
+// That the daemon went, "gone", or came, "back".
+std::string event_json(const timespec& time, const char* event);
+
 // A message to the platform in the same way, with the answer to it, null for none.
 std::string request_json(const timespec& time, int sequence, const Message& message, const Response* answer);
 

@@ -264,17 +264,17 @@ int main(int argc, char** argv) {
   Options options;
   std::string log_level = "info";
   CLI::App app{"Runs a simulated phone and serves its AT-command socket, DIR/dev/socket/atd."};
+  app.option_defaults()->take_last();
   app.add_option("--device", options.device, "the phone's folder, made on first use")
       ->required()
       ->type_name("DIR")
       ->check([](const std::string& folder) { return folder.empty() ? "a folder is needed" : ""; });
   app.add_option("--log-level", log_level,
-                 "lowest level shown on standard error: verbose, debug, info (the default), "
-                 "warn, error or silent")
+                 "lowest level shown on standard error: verbose,\n"
+                 "debug, info (the default), warn, error, silent")
       ->type_name("LEVEL")
       ->check(CLI::IsMember(kLogLevels));
-  app.add_option("--record", options.record, "append what goes over the socket to this file, one JSON object per line")
-      ->type_name("FILE");
+  app.add_option("--record", options.record, "append what goes over the socket to this file")->type_name("FILE");
   app.add_flag("--background", options.background, "detach once the socket is ready");
   app.set_version_flag("--version", "atd " ATD_VERSION, "print the version and end");
   app.add_option("--ready", options.ready)->group("");

@@ -93,8 +93,8 @@ std::string answer_row_help(RowsOf whose) {
          "status=N             the answer's result_status, 0 where none is given\n"
          "delay=MS             milliseconds before the answer\n"
          "What follows a \"#\" after the answer is a comment.\n\n"
-         "In a text \\\" \\\\ \\n \\r \\t and \\x1f stand for a quote, a backslash, the control characters and a "
-         "byte.\n";
+         "In a text \\\" \\\\ \\n \\r \\t and \\x1f stand for a quote, a backslash, the\n"
+         "control characters and a byte.\n";
 }
 
 std::string parse_answer_row(std::string_view rest, RowsOf whose, AnswerRow* row) {

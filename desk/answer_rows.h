@@ -25,7 +25,7 @@ struct AnswerRow {
 // Rows of the platform also take result=; `fail` is result 1 there, and `none` means that the request gets no answer.
 enum class RowsOf { modem, platform };
 
-// How a row is written, for a person; lines of at most 100 characters, each with its line end.
+// How a row is written, for a person; lines of at most 80 characters, each with its line end.
 std::string answer_row_help(RowsOf whose);
 
 // Reads one row; empty when all is well, else what is wrong and what would be right.

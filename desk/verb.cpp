@@ -53,6 +53,10 @@ std::string unknown(const std::vector<std::string>& words) {
     if (names.empty() || names.back() != name[0]) names.push_back(name[0]);
     if (name.size() > 1 && name[0] == first) seconds.push_back(name[1]);
   }
+  if (!seconds.empty() && words.size() > 1) {
+    return "there is no verb \"" + first + " " + words[1] + "\"; nearest: " + first + " " +
+           nearest(words[1], seconds, 1)[0] + "; after \"" + first + "\" write one of: " + listed(seconds);
+  }
   if (!seconds.empty()) return "after \"" + first + "\" write one of: " + listed(seconds);
   return "there is no verb \"" + first + "\"; nearest: " + listed(nearest(first, names, 3));
 }

@@ -2,6 +2,7 @@
 
 #include <android/log.h>
 #include <errno.h>
+#include <fcntl.h>
 #include <string.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -160,7 +161,10 @@ void Control::answer(Caller& caller) {
   ControlRequest request;
   auto send = [&](const ControlReply& reply) { return (reply.last || !hung_up_) && send_all(fd, to_line(reply)); };
   if (read_line(fd, &line)) {
-    if (from_line(line, &request)) run_verb(device_, request, send);
+    const bool is_request = from_line(line, &request);
+    // Nobody closes this one: its caller sees the end of the process as the end of the connection.
+    if (is_request && request.words == std::vector<std::string>{"stop"}) fcntl(fd, F_DUPFD_CLOEXEC, 0);
+    if (is_request) run_verb(device_, request, send);
     else send({.out = "", .last = true, .status = kUsage, .error = "this is not a request of the control socket"});
   }
   std::lock_guard guard(lock_);

@@ -7,6 +7,7 @@
 #include <tuple>
 
 #include "client/commands.h"
+#include "desk/verb.h"
 #include "tests/client_daemon.h"
 
 namespace atd::client {
@@ -46,7 +47,8 @@ TEST(ClientPhone, WhatFollowsAVerbBelongsToIt) {
       {words("item --json get 5"), "{'words':['item','get','5'],'json':true}"},
       {words("--timeout 9 clock advance -5"), "{'words':['clock','advance','-5'],'json':false}"},
       {words("request 7 -- --json -- --help"), "{'words':['request','7','--json','--','--help'],'json':false}"},
-      {{"request", "7", "--timeout", "", "[a]"}, "{'words':['request','7','--timeout','','[a]'],'json':false}"},
+      {words("item get 5 --timeout 9 6 --plain"), "{'words':['item','get','5','6'],'json':false}"},
+      {{"request", "7", "--", "--plain", "", "[a]"}, "{'words':['request','7','--plain','','[a]'],'json':false}"},
       {{"item", "set", "5", "\xff"}, "{'words':['item','set','5',{'hex':'ff'}],'json':false}"},
       {{"item", "import", "-"}, "{'words':['item','import','-'],'json':false,'input':'from\\n- stdin'}"}};
   for (const auto& [arguments, request] : kRows) {
@@ -111,11 +113,31 @@ TEST(ClientPhone, ReportsWhatThePhoneSays) {
       {"{'out':7}\n", 3, "", "makes no sense"}};
   for (const auto& [replies, status, out, err] : kRows) {
     FakePhone phone(replies);
-    Outcome outcome = atdctl_phone(phone.root(), {"stop"});
+    Outcome outcome = atdctl_phone(phone.root(), {"status"});
     EXPECT_EQ(status, outcome.status) << replies;
     EXPECT_EQ(out, outcome.out) << replies;
     EXPECT_TRUE(err.empty() ? outcome.err.empty() : has(outcome.err, err)) << replies << outcome.err;
   }
+}
+
+TEST(ClientPhone, WaitsAsLongAsItIsTold) {
+  const std::tuple<const char*, const char*, int> kRows[] = {{"", "status --timeout 0.05", 75},
+                                                             {"{'status':0}\n", "stop --timeout 0.05", 75},
+                                                             {"{'status':7}\n", "stop", 7},
+                                                             {"{'status':0}\nBYE", "stop", 0}};
+  for (const auto& [replies, command, status] : kRows) {
+    FakePhone phone(replies);
+    EXPECT_EQ(status, atdctl_phone(phone.root(), words(command)).status) << replies;
+  }
+}
+
+TEST(ClientPhone, MasksLogsAndListsAlone) {
+  FakePhone phone("{'out':'IMEI 490154203237518'}\n{'status':0}\n");
+  for (const char* command : {"log", "item list"}) {
+    EXPECT_TRUE(atdctl_phone(phone.root(), words(command)).out.starts_with("IMEI 490154…18#")) << command;
+    EXPECT_EQ("IMEI 490154203237518", atdctl_phone(phone.root(), words(command + " --plain"s)).out);
+  }
+  EXPECT_EQ("IMEI 490154203237518", atdctl_phone(phone.root(), words("item get 13")).out);
 }
 
 TEST(ClientPhone, ASignalEndsAStream) {
@@ -138,17 +160,45 @@ TEST(ClientPhone, ASignalEndsAStream) {
   EXPECT_EQ("", outcome.err);
 }
 
+Strings lines_of(const std::string& text) {
+  Strings lines;
+  std::istringstream stream(text);
+  for (std::string line; std::getline(stream, line);) lines.push_back(line);
+  return lines;
+}
+
+// Every command, and every verb of the phone.
+Strings commands_and_verbs() {
+  Strings names;
+  const std::string help = atdctl("", {"--help"}).out;
+  for (const std::string& line : lines_of(help.substr(help.find("\n  ops ")))) {
+    if (line.empty() && names.size() > 0) break;
+    if (line.size() > 2 && line[2] != ' ') names.push_back(line.substr(2, line.find(' ', 2) - 2));
+  }
+  for (const Verb& verb : phone_verbs()) names.push_back("phone "s + verb.name);
+  return names;
+}
+
 TEST(ClientPhone, HelpNeedsNoPhone) {
   Outcome all = atdctl_phone(kNowhere, {});
   EXPECT_EQ(0, all.status) << all.err;
   EXPECT_EQ(all.out, atdctl_phone(kNowhere, {"--help"}).out);
-  EXPECT_TRUE(has(all.out, "\n  item get INDEX|NAME...      Shows the value of an item.\n")) << all.out;
+  EXPECT_TRUE(has(all.out, "\n  item get INDEX|NAME...      Shows the value of each item.\n")) << all.out;
   EXPECT_TRUE(has(all.out, "\n  log [-f] [--level LEVEL] [--buffer NAME]\n                              ")) << all.out;
   const std::string items = atdctl_phone("", {"item", "--help"}).out;
   EXPECT_TRUE(has(items, "  item list ") && has(items, "  item import ") && !has(items, "  log ")) << items;
   const std::string set = atdctl_phone("", {"item", "set", "5", "--help"}).out;
   EXPECT_TRUE(has(set, "  item set INDEX|NAME VALUE  ") && !has(set, "  item get ")) << set;
   EXPECT_EQ("atdctl 0.6.0\n", atdctl("", {"--version"}).out);
+  for (const std::string& line : commands_and_verbs()) {
+    Strings asked = words(line + " --help"), help = words("help " + line);
+    const std::string text = atdctl("", asked).out;
+    EXPECT_EQ(text, atdctl("", help).out) << line;
+    for (const std::string& row : lines_of(text)) EXPECT_LE(row.size(), 80u) << row;
+  }
+  EXPECT_EQ(atdctl("", {"--help"}).out, atdctl("", {"help"}).out);
+  EXPECT_EQ(items, atdctl("", {"help", "item"}).out);
+  EXPECT_TRUE(has(atdctl("", {"help", "montor"}).err, "\"montor\" is not a command; nearest: monitor, "));
   const std::string manual = atdctl("", {"manual"}).out;
   EXPECT_TRUE(has(manual, "\n\\fBitem set\\fR \\fIINDEX|NAME VALUE\\fR\n")) << manual;
   EXPECT_TRUE(has(manual, "\n\\fBget_wine_ime\\fR \\fI(3200)\\fR\nAnswers the wine IME flag, ")) << manual;

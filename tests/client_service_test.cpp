@@ -139,6 +139,27 @@ TEST_F(ServicePhone, ServeEndsWithTheDaemonOrASignal) {
   EXPECT_EQ(75, atdctl(mute, {"serve", "--timeout", "0"}).status);
 }
 
+TEST_F(ServicePhone, HearsThePlatform) {
+  const Outcome alone = atdctl(socket(), words("wait --platform --timeout 0.3"));
+  EXPECT_EQ(75, alone.status);
+  EXPECT_TRUE(has(alone.err, "no platform has answered the daemon at ")) << alone.err;
+  EXPECT_TRUE(has(atdctl(socket(), words("send AT --timeout 0.3")).err, "it is sent on, but no platform has"));
+  watch();
+  std::thread platform([&] {
+    for (int answers = 0; answers < 2;) {
+      const Message message = to_message(watcher_->next());
+      Request request;
+      if (message.code != 605 || !decode_request(message.text, &request)) continue;
+      EXPECT_EQ(1652, request.opcode);  // the flight mode's status, which changes nothing
+      watcher_->line(response_line({}));
+      ++answers;
+    }
+  });
+  EXPECT_EQ(0, atdctl(socket(), words("wait --platform")).status);
+  EXPECT_EQ("605 AT\n", atdctl(socket(), {"send", "AT"}).out);
+  platform.join();
+}
+
 // The line of an event as a recording shows it, without its time.
 std::string event_text(const Event& event) {
   constexpr const char* kKinds[] = {"connect", "disconnect", "in", "missed", "out"};
@@ -217,7 +238,8 @@ TEST_F(ServicePhone, AReplayFindsTheFirstDifference) {
   const std::string answers = file("answers", "1013 * \"yes\"\n");
   beside({"serve", "--answers", answers, "--count", "1"}, [](auto&) { ask(1013, "at 13:05:00"); });
   EXPECT_EQ(2, atdctl(socket(), {"batch"}, "4010\n4403\n4010").status);
-  EXPECT_EQ(0, atdctl(socket(), {"send", "AT+CSQ"}).status);
+  watcher_->line("atcommand adc AT+CSQ");
+  for (std::string message; message != "200 AT+CSQ";) message = watcher_->next();
   record(""), start();
 
   // The daemon sent that request on its own, so a replay waits for it until the time-out.

@@ -3,9 +3,11 @@
 #include <sys/file.h>
 
 #include <algorithm>
+#include <fstream>
 
 #include "client/arguments.h"
 #include "client/connection.h"
+#include "client/identities.h"
 #include "client/input.h"
 #include "client/json.h"
 #include "tests/client_daemon.h"
@@ -161,8 +163,13 @@ TEST(Client, OptionsStandBeforeOrAfterTheirCommand) {
   EXPECT_EQ(atdctl(daemon, {"ops", "--json"}).out, atdctl(daemon, {"--json", "--timeout", "9", "ops"}).out);
   EXPECT_EQ(0, atdctl(daemon, {"--count", "1", "--json", "monitor"}).status);
   EXPECT_EQ(0, atdctl(daemon, {"--hex=00", "request", "5"}).status);
-  EXPECT_TRUE(has(atdctl(daemon, {"--json", "reqest", "5"}).out, "reqest\\\" is not a command; write one of: "));
-  EXPECT_TRUE(has(atdctl(daemon, {"--count", "wait"}).err, "there is no option --count; see atdctl wait --help"));
+  EXPECT_TRUE(has(atdctl(daemon, {"--json", "reqest", "5"}).out, "reqest\\\" is not a command; nearest: request, "));
+  EXPECT_TRUE(has(atdctl(daemon, {"--tmeout", "wait"}).err, "no option --tmeout; nearest: --timeout, "));
+  // The last one counts.
+  const size_t before = daemon.lines().size();
+  EXPECT_EQ(0, atdctl(daemon, words("request 5 --hex 00 --timeout 0 --hex 01 --timeout 9")).status);
+  EXPECT_EQ(0, atdctl(daemon, words("monitor --count 9 --count 1")).status);
+  EXPECT_EQ(request_line(5, "\1"), daemon.lines().at(before));
 }
 
 TEST(Client, TakesNeitherALateAnswerNorHalfALine) {
@@ -267,7 +274,7 @@ TEST(Client, JsonTellsFailuresToo) {
   const std::tuple<const char*, int, const char*> kRows[] = {
       {"request 4010 --json", 0, R"("data_len":0,"text":"","byte":null,"hex":null,"status":0,"error":null})"},
       {"request 4015 x --json", 64, R"({"status":64,"error":"get_msn (4015) takes no payload: leave it out"})"},
-      {"request --json --nothing", 64, R"({"status":64,"error":"there is no option --nothing; see )"},
+      {"request --json --nothing", 64, R"({"status":64,"error":"there is no option --nothing; nearest: )"},
       {"request 5 -r --json", 64, R"({"status":64,"error":"a value)"},
       {"initialize --json", 0, R"(,"seq":1,"code":601,"text":"up","hex":null,"decoded":null,"status":0,"error":null})"},
       {"send --json AT --timeout 0.05", 75, R"({"status":75,"error":"no)"},
@@ -285,13 +292,14 @@ TEST(Client, JsonTellsFailuresToo) {
 
 TEST(Client, SendInitializeRaw) {
   FakeDaemon daemon([](const std::string& line) {
+    if (line.ends_with("=")) return "605 record\0"s + "610 Response OK\0"s;
     return line == "bad" ? "500 no\0"s : "605 other\0"s + "601 up\0"s + "605 AT \"\\\x80 x\0"s + "200 copy\0"s;
   });
   EXPECT_EQ(atdctl(daemon, {"send", " \x80\nAT \"\\\x80 x"}).status, 0);
-  EXPECT_EQ(daemon.lines().back(), "atcommand adc  \x80\nAT \\\"\\\\\x80 x");
+  EXPECT_EQ(daemon.lines().at(0), "atcommand adc  \x80\nAT \\\"\\\\\x80 x");
   EXPECT_EQ(atdctl(daemon, {"send", " \x80\n"}).status, 64);
   EXPECT_EQ(atdctl(daemon, {"send", std::string(16381 - 14 + 1, 'x')}).status, 64);
-  EXPECT_EQ(daemon.lines().size(), 1u);
+  EXPECT_EQ(daemon.lines().size(), 2u);  // the command, and a request that asks whether a platform is there
   EXPECT_EQ(atdctl(daemon, {"initialize"}).out, "601 up\n");
   Outcome raw = atdctl(daemon, {"raw", "--hexdump"}, "bad\n" + std::string(16382, 'x') + "\nbad");
   EXPECT_EQ(raw.status, 64);
@@ -309,6 +317,7 @@ TEST(Client, MonitorTellsRecordsAndAtCommandsApart) {
       {"AT\x1b\n\xff", "AT\\x1b\\n\\xff"},
       {"====", "===="}};
   for (const auto& row : kRows) stream += "605 " + row.first + '\0';
+  stream += "200 " + kRows[0].first + '\0';
   FakeDaemon stops([](const std::string&) { return ""; }, stream + "602 end\0BYE"s);
   Outcome outcome = atdctl(stops, {"monitor"});
   EXPECT_EQ(outcome.status, 0) << outcome.err;
@@ -321,12 +330,14 @@ TEST(Client, MonitorTellsRecordsAndAtCommandsApart) {
                                                   {"--opcode 5", 0},
                                                   {"--code 605 --code 602", 7},
                                                   {"--code 602", 1},
+                                                  {"--code 200", 1},
                                                   {"--for 0", 0}};
   for (const auto& [options, lines] : kFilters) {
     outcome = atdctl(stops, words("monitor "s + options));
     EXPECT_EQ(0, outcome.status) << outcome.err;
     EXPECT_EQ(lines, std::count(outcome.out.begin(), outcome.out.end(), '\n')) << outcome.out;
   }
+  EXPECT_TRUE(has(atdctl(stops, words("monitor --count 10")).err, "stopped after 7 of 10")) << "a copy is shown";
   FakeDaemon quiet([](const std::string&) { return ""; });
   EXPECT_EQ(75, atdctl(quiet, words("monitor --for 0.01 --count 1")).status);
   FakeDaemon cut([](const std::string&) { return ""; }, "602 end\0"s + "200 AT CommBYE");
@@ -334,7 +345,68 @@ TEST(Client, MonitorTellsRecordsAndAtCommandsApart) {
   FakeDaemon dies([](const std::string&) { return ""; }, answer(0, 9, "x") + "BYE");
   EXPECT_EQ(atdctl(dies, {"monitor"}).status, 69);
   EXPECT_EQ(atdctl(dies, {"monitor", "--count", "1"}).status, 0);
+  outcome = atdctl(dies, words("monitor --follow --count 3"));
+  EXPECT_EQ(0, outcome.status) << outcome.err;
+  EXPECT_EQ(3, std::count(outcome.out.begin(), outcome.out.end(), '\n')) << outcome.out;
+  EXPECT_TRUE(
+      outcome.err.ends_with("is not there; it is waited for\natdctl: the daemon at " + dies.socket() + " is there\n"));
+  outcome = atdctl(dies, words("monitor --follow --json --code 601 --for 0.5 --count 1"));
+  EXPECT_EQ(75, outcome.status);
+  EXPECT_TRUE(has(outcome.out, R"(Z","event":"gone"})") && has(outcome.out, R"(Z","event":"back"})")) << outcome.out;
+  EXPECT_EQ(0, atdctl("/tmp/nowhere", words("monitor --follow --for 0.01")).status);
   EXPECT_TRUE(has(message_json({0, 5000}, 1, {601, "x", ""}), R"("time":"1970-01-01T00:00:00.000005Z","seq":1,)"));
+}
+
+TEST(Client, MasksIdentities) {
+  const std::string folder = testing::TempDir() + "atdctl-identities-" + std::to_string(getpid());
+  std::filesystem::create_directories(folder + "/sim/items");
+  std::ofstream(folder + "/sim/items/9-12") << "SN-A7\0\0\0\0\0\0\0"s
+                                            << "";
+  std::ofstream(folder + "/sim/items/18-16") << "msn of mine 01\n";
+  Identities identities(folder, false);
+  const std::string imei = identities.in_text("490154203237518"), address = identities.in_text("00:1a:2B:33:44:55");
+  EXPECT_TRUE(imei.starts_with("490154…18#") && imei.size() == 15u + 1) << imei;
+  const std::pair<std::string, std::string> kRows[] = {
+      {"IMEI:490154203237518,x", "IMEI:" + imei + ",x"},
+      {"117 \"490154203237518\"", "117 \"" + imei + "\""},
+      {"hex:001a2b334455 00-1A-2B-33-44-55", "hex:" + address + " " + address},
+      {"A1000012345678", "A10000…78#"},
+      {"it is msn of mine 01", "it is MSNOFM…01#"},
+      // Neither too short, nor a part of something longer, nor another kind of thing.
+      {"1234567890123", "1234567890123"},
+      {"12345678901234567", "12345678901234567"},
+      {"0x001a2b334455", "0x001a2b334455"},
+      {"00:1a:2b:33:44:556", "00:1a:2b:33:44:556"},
+      {"13:05:00.000001", "13:05:00.000001"},
+      {"SN-A7", "SN-A7"}};
+  for (const auto& [text, shown] : kRows) EXPECT_TRUE(identities.in_text(text).starts_with(shown)) << text;
+  std::ofstream(folder + "/sim/items/37-16") << "CSN.new.value";
+  EXPECT_EQ("CSNNEW…UE#", identities.in_text("CSN.new.value").substr(0, 12));
+  EXPECT_EQ(imei, Identities(folder, false).in_text("490154203237518")) << "the key is kept";
+  EXPECT_NE(imei.substr(11), identities.in_text("490154203237519").substr(11));
+  EXPECT_EQ("490154203237518", Identities(folder, true).in_text("490154203237518"));
+  EXPECT_TRUE(identities.in_data(1700, "12345").starts_with("…#"));
+  std::filesystem::remove(folder + "/sim/identity-key");
+  EXPECT_NE(imei, Identities(folder, false).in_text("490154203237518")) << "another phone has another key";
+
+  // What a monitor shows and records is masked inside its records too.
+  setenv("XDG_STATE_HOME", folder.c_str(), 1);
+  const std::string recording = folder + "/recording", request = request_line(1700, "+123456789").substr(11);
+  FakeDaemon daemon([](const std::string&) { return ""; }, answer(0, "490154203237518\0"s) + answer(0, "SN0123456789") +
+                                                               "605 AT=490154203237518\0"s + "605 " + request + '\0');
+  for (const char* options : {"", " --json"}) {
+    const std::string hidden = atdctl(daemon, words("monitor --count 4 --record " + recording + options)).out,
+                      full = atdctl(daemon, words("monitor --plain --count 4"s + options)).out;
+    for (const char* value : {"490154203237518", "SN0123456789", "123456789\""}) {
+      EXPECT_FALSE(has(hidden, value)) << hidden;
+      EXPECT_TRUE(has(full, value)) << full;
+    }
+    EXPECT_FALSE(has(hidden, to_base64("490154203237518").substr(4, 8)));
+  }
+  EXPECT_TRUE(std::filesystem::exists(folder + "/atdctl/identity-key"));
+  EXPECT_TRUE(has(atdctl(daemon, {"replay", recording}).err, "recording:1: identities are masked in this recording"));
+  unsetenv("XDG_STATE_HOME");
+  std::filesystem::remove_all(folder);
 }
 
 }  // namespace

@@ -130,6 +130,13 @@ class Daemon : public testing::Test {
   int out_ = -1;
 };
 
+TEST_F(Daemon, ItsHelpFitsATerminal) {
+  start({"--help"});
+  std::istringstream help(shown());
+  for (std::string line; std::getline(help, line);) EXPECT_LE(line.size(), 80u) << line;
+  EXPECT_EQ(0, end());
+}
+
 TEST_F(Daemon, RefusesWhatMakesNoSense) {
   std::ofstream(root_ + "/file") << "";
   std::filesystem::create_directories(root_ + "/blocked/dev/socket/atd");
@@ -262,6 +269,7 @@ TEST_F(Daemon, ServesTheSocketOfItsCaller) {
       peer.line("ready?");
       EXPECT_EQ("500 Command not recognized", peer.next());
       EXPECT_EQ(0, phone(restart));
+      EXPECT_TRUE(restart != std::string("stop") || is_clean());
       EXPECT_EQ((Strings{"602 At Command End", "200 AT Command End", "(closed)"}), peer.next(3));
     }
     EXPECT_EQ(0, end(detached));

@@ -83,6 +83,9 @@ TEST_F(VerbTest, ItemsAreTypedByTheirEncoding) {
   tell_all({{{"item", "get", "11111"}, 64, "no item has the index 11111"},
             {{"item", "get", "IMIE"}, 64, "nearest: IMEI"},
             {{"item", "get", "factory", "serial", "number"}, 0, "hex:ff"},
+            {{"item", "get", "10", "factory", "serial", "number", "10"}, 0, "255\nhex:ff0000000000000000000000\n255\n"},
+            {{"item", "get", "10", "IMIE"}, 64, "nearest: IMEI"},
+            {{"item", "gte", "10"}, 64, "there is no verb \"item gte\"; nearest: item get; "},
             {{"item", "list"}, 0, "charger skip"}});
 }
 

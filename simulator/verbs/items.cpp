@@ -128,7 +128,7 @@ bool store(SimulatedDevice& device, VerbCall& call, const FactoryItem& item, con
 }
 
 void list(SimulatedDevice& device, VerbCall& call) {
-  std::vector<std::vector<std::string>> lines = {{"INDEX", "NAME", "LENGTH", "KIND", "VALUE"}};
+  std::vector<std::vector<std::string>> lines = {{"INDEX", "NAME", "LENGTH", "ENCODING", "VALUE"}};
   Json json = Json::array();
   for (const FactoryItem& item : kFactoryItems) {
     const std::string bytes = device.items.get(item.index, item.length);
@@ -141,11 +141,29 @@ void list(SimulatedDevice& device, VerbCall& call) {
   call.answer(table(lines), json);
 }
 
+// The end of the words, from the first on, that name an item, whose name may have spaces.
+size_t end_of_name(const VerbCall& call, size_t first) {
+  for (size_t end = call.count(); end > first + 1; --end) {
+    const std::string name = call.words(first, end);
+    if (std::any_of(std::begin(kFactoryItems), std::end(kFactoryItems),
+                    [&](const auto& i) { return name == i.name; })) {
+      return end;
+    }
+  }
+  return first + 1;
+}
+
 void get(SimulatedDevice& device, VerbCall& call) {
-  const FactoryItem* item = named(call, call.rest(0));
-  if (!item) return;
-  const std::string bytes = device.items.get(item->index, item->length);
-  call.answer(value_text(value_of(*item, bytes)) + "\n", to_json(*item, bytes));
+  std::vector<const FactoryItem*> items;
+  for (size_t i = 0, end; i < call.count(); i = end) {
+    end = end_of_name(call, i);
+    items.push_back(named(call, call.words(i, end)));
+    if (!items.back()) return;
+  }
+  for (const FactoryItem* item : items) {
+    const std::string bytes = device.items.get(item->index, item->length);
+    if (!call.answer(value_text(value_of(*item, bytes)) + "\n", to_json(*item, bytes))) return;
+  }
 }
 
 void set(SimulatedDevice& device, VerbCall& call) {
@@ -192,7 +210,7 @@ void import_items(SimulatedDevice& device, VerbCall& call) {
 
 constexpr Verb kVerbs[] = {
     {"item list", "", "Shows every factory item with its value.", list},
-    {"item get", "INDEX|NAME...", "Shows the value of an item.", get},
+    {"item get", "INDEX|NAME...", "Shows the value of each item.", get},
     {"item set", "INDEX|NAME VALUE", "Writes an item: a text, a number for a flag or a digit, hex digits for bytes.",
      set},
     {"item export", "", "Writes the items that are set as JSON.", export_items},

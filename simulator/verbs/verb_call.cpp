@@ -28,9 +28,9 @@ const std::string& VerbCall::operator[](size_t i) const {
   return i < arguments_.size() ? arguments_[i] : none;
 }
 
-std::string VerbCall::rest(size_t i) const {
-  std::string text = (*this)[i];
-  while (++i < arguments_.size()) text += " " + arguments_[i];
+std::string VerbCall::words(size_t first, size_t end) const {
+  std::string text = (*this)[first];
+  while (++first < end) text += " " + (*this)[first];
   return text;
 }
 

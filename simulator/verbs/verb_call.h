@@ -33,8 +33,9 @@ class VerbCall {
   size_t count() const { return arguments_.size(); }
   const std::string& operator[](size_t i) const;
 
-  // All arguments from the i-th on, with spaces between them.
-  std::string rest(size_t i) const;
+  // The arguments from the first to that before the end, or all from the i-th on, with spaces between them.
+  std::string words(size_t first, size_t end) const;
+  std::string rest(size_t i) const { return words(i, count()); }
 
   // Reads the i-th argument as a whole number; when it is not one from lowest to highest, fails the call and returns
   // false. `what` names it: "the opcode".

@@ -1,0 +1,226 @@
+#include "client/identities.h"
+
+#include <ctype.h>
+#include <fmt/format.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <bit>
+#include <filesystem>
+#include <random>
+#include <string_view>
+#include <utility>
+
+#include "channel/opcodes.h"
+#include "client/input.h"
+#include "client/output.h"
+#include "desk/words.h"
+#include "factory/item_registry.h"
+
+namespace atd::client {
+namespace {
+
+constexpr unsigned kItems[] = {4, 9, 13, 18, 37, 207};  // with a text; the addresses are known by their looks
+constexpr char kGap[] = "…";
+constexpr std::string_view kMarks = "0123456789abcdefghjkmnpqrstvwxyz";
+constexpr size_t kMarkSize = 4;
+constexpr size_t kFirst = 6, kLast = 2, kLeastShown = 10;
+constexpr size_t kMostRead = 4096;
+constexpr size_t kLeastValue = 6;  // a shorter item is not looked for: it would be found everywhere
+
+bool is_alnum(char c) { return isalnum(static_cast<unsigned char>(c)) != 0; }
+bool is_digit(char c) { return c >= '0' && c <= '9'; }
+bool is_hex(char c) { return isxdigit(static_cast<unsigned char>(c)) != 0; }
+
+// SipHash-2-4: without the key nobody can tell which value has a mark by trying them all.
+uint64_t keyed_hash(const uint64_t key[2], std::string_view text) {
+  uint64_t v[] = {key[0] ^ 0x736f6d6570736575, key[1] ^ 0x646f72616e646f6d, key[0] ^ 0x6c7967656e657261,
+                  key[1] ^ 0x7465646279746573};
+  auto mix = [&v](int rounds) {
+    while (rounds-- > 0) {
+      v[0] += v[1], v[2] += v[3];
+      v[1] = std::rotl(v[1], 13) ^ v[0], v[3] = std::rotl(v[3], 16) ^ v[2];
+      v[0] = std::rotl(v[0], 32);
+      v[2] += v[1], v[0] += v[3];
+      v[1] = std::rotl(v[1], 17) ^ v[2], v[3] = std::rotl(v[3], 21) ^ v[0];
+      v[2] = std::rotl(v[2], 32);
+    }
+  };
+  const uint64_t last = static_cast<uint64_t>(text.size()) << 56;
+  for (size_t at = 0; at <= text.size(); at += 8) {
+    uint64_t word = at + 8 > text.size() ? last : 0;
+    for (size_t i = 0; i < 8 && at + i < text.size(); ++i) {
+      word |= static_cast<uint64_t>(static_cast<unsigned char>(text[at + i])) << 8 * i;
+    }
+    v[3] ^= word, mix(2), v[0] ^= word;
+  }
+  v[2] ^= 0xff, mix(4);
+  return v[0] ^ v[1] ^ v[2] ^ v[3];
+}
+
+std::string key_file(const std::string& folder) {
+  if (!folder.empty() && std::filesystem::is_directory(folder + "/sim")) return folder + "/sim/identity-key";
+  const char* state = getenv("XDG_STATE_HOME");
+  const char* home = getenv("HOME");
+  std::string parent = state != nullptr && *state == '/' ? state : "";
+  if (parent.empty()) parent = std::string(home == nullptr ? "" : home) + "/.local/state";
+  std::error_code ignored;
+  std::filesystem::create_directories(parent + "/atdctl", ignored);
+  return parent + "/atdctl/identity-key";
+}
+
+bool read_key(const std::string& file, uint64_t key[2]) {
+  std::string bytes, text;
+  if (read_file(file, kMostRead, &text)) return false;
+  std::string_view rest = text;
+  while (take_hex_pair(&rest, &bytes)) {
+  }
+  if (bytes.size() != 2 * sizeof *key) return false;
+  std::copy(bytes.begin(), bytes.end(), reinterpret_cast<char*>(key));
+  return true;
+}
+
+// Another client may make the key at the same time: the first one to be there whole counts for both.
+void make_key(const std::string& file, uint64_t key[2]) {
+  std::random_device random;
+  for (uint64_t* half : {&key[0], &key[1]}) *half = static_cast<uint64_t>(random()) << 32 | random();
+  std::string own = file + ".XXXXXX";
+  const int fd = mkstemp(own.data());
+  if (fd < 0) return;
+  const std::string text = to_hex({reinterpret_cast<const char*>(key), 2 * sizeof *key}) + "\n";
+  const bool whole = write_all(fd, text) == 0;
+  close(fd);
+  if (whole && link(own.c_str(), file.c_str()) != 0) read_key(file, key);
+  unlink(own.c_str());
+}
+
+// Characters of the identity at `at` that its looks tell, 0 for none.
+size_t identity_size(std::string_view text, size_t at) {
+  auto in = [&](size_t i, bool (*is)(char)) { return i < text.size() && is(text[i]); };
+  auto run = [&](bool (*is)(char)) {
+    size_t end = at;
+    while (in(end, is)) ++end;
+    return end - at;
+  };
+  if (at > 0 && is_hex(text[at - 1])) return 0;
+  const size_t digits = run(is_digit), hex = run(is_hex);
+  if (digits >= 14 && digits <= 16 && hex == digits) return digits;
+  if (at > 0 && is_alnum(text[at - 1])) return 0;
+  if ((hex == 12 || hex == 14) && !in(at + hex, is_alnum)) return hex;
+  if (hex != 2 || at + 2 >= text.size() || (text[at + 2] != ':' && text[at + 2] != '-')) return 0;
+  constexpr size_t kAddress = 17;
+  for (size_t i = 0; i < kAddress; ++i) {
+    if (i % 3 == 2 ? !in(at + i, [](char) { return true; }) || text[at + i] != text[at + 2] : !in(at + i, is_hex)) {
+      return 0;
+    }
+  }
+  return in(at + kAddress, is_alnum) ? 0 : kAddress;
+}
+
+bool looks_like_a_serial_number(const std::string& word) {
+  constexpr size_t kLeast = 8, kMost = 20;
+  constexpr std::ptrdiff_t kLeastDigits = 6;
+  return word.size() >= kLeast && word.size() <= kMost && std::all_of(word.begin(), word.end(), is_alnum) &&
+         std::count_if(word.begin(), word.end(), is_digit) >= kLeastDigits;
+}
+
+bool has_mask(std::string_view text) {
+  const std::string_view gap = kGap;
+  for (size_t at = 0; (at = text.find(gap, at)) != text.npos;) {
+    at += gap.size();
+    const size_t hash = text.find('#', at);
+    if (hash == text.npos || (hash != at && hash != at + kLast)) continue;
+    const std::string_view mark = text.substr(hash + 1, kMarkSize);
+    if (mark.size() == kMarkSize && mark.find_first_not_of(kMarks) == mark.npos) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+void Identities::find_values() {
+  using namespace std::chrono_literals;
+  std::error_code error;
+  const auto written = std::filesystem::last_write_time(folder_ + "/sim/items", error);
+  // The time of a write is coarse: what is written soon after it was read may have the same.
+  if (folder_.empty() || error || written + 1s < read_) return;
+  read_ = std::filesystem::file_time_type::clock::now();
+  for (unsigned index : kItems) {
+    std::string value;
+    const std::string file = fmt::format("{}/sim/items/{}-{}", folder_, index, find_item(index)->length);
+    if (read_file(file, kMostRead, &value)) continue;
+    value = text_of(value);
+    if (value.ends_with('\n')) value.pop_back();  // an editor's
+    if (value.size() >= kLeastValue) values_.insert(value);
+  }
+}
+
+std::string Identities::masked(const std::string& value) {
+  if (!std::exchange(has_key_, true)) {
+    const std::string file = key_file(folder_);
+    if (!read_key(file, key_)) make_key(file, key_);
+  }
+  std::string known;
+  for (char c : value) {
+    if (is_alnum(c)) known += static_cast<char>(toupper(c));
+  }
+  uint64_t hash = keyed_hash(key_, known);
+  std::string mark;
+  for (size_t i = 0; i < kMarkSize; ++i, hash /= kMarks.size()) mark += kMarks[hash % kMarks.size()];
+  const bool shows = known.size() >= kLeastShown;
+  return (shows ? known.substr(0, kFirst) : "") + kGap + (shows ? known.substr(known.size() - kLast) : "") + "#" + mark;
+}
+
+std::string Identities::in_text(const std::string& text) {
+  if (plain_) return text;
+  find_values();
+  std::string out;
+  for (size_t at = 0; at < text.size();) {
+    size_t size = identity_size(text, at);
+    for (const std::string& value : values_) {
+      if (text.compare(at, value.size(), value) == 0) size = std::max(size, value.size());
+    }
+    out += size == 0 ? text.substr(at, 1) : masked(text.substr(at, size));
+    at += std::max<size_t>(size, 1);
+  }
+  return out;
+}
+
+std::string Identities::in_data(int32_t opcode, const std::string& data) {
+  const std::string text = text_of(data);
+  return opcode == kPhoneNumber && !plain_ && !text.empty() ? masked(text) : in_text(data);
+}
+
+Message Identities::in_message(const Message& message) {
+  if (plain_) return message;
+  Request request;
+  Response response;
+  std::string error, text;
+  if (message.code == kAnswerCode && decode_response(message.text, &response, &error)) {
+    const std::string data = text_of(response.data);
+    const std::string hidden = looks_like_a_serial_number(data) ? masked(data) : in_data(0, response.data);
+    if (hidden == response.data) return message;
+    response.data = hidden;
+    const std::string line = response_line(response);
+    text = line.substr(line.find(' ') + 1);
+  } else if (decode_request(message.text, &request)) {
+    const std::string hidden = in_data(request.opcode, request.payload);
+    if (hidden == request.payload) return message;
+    const std::string line = request_line(request.opcode, hidden);
+    text = line.substr(line.find(' ') + 1);
+  } else {
+    text = in_text(message.text);
+  }
+  return {message.code, text, message.code == 0 ? text : fmt::format("{} {}", message.code, text)};
+}
+
+bool is_masked(const Message& message) {
+  Request request;
+  Response response;
+  std::string error;
+  if (message.code == kAnswerCode && decode_response(message.text, &response, &error)) return has_mask(response.data);
+  return has_mask(decode_request(message.text, &request) ? request.payload : message.text);
+}
+
+}  // namespace atd::client
