@@ -245,6 +245,14 @@ void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
   add_json(command, "Print one object");
   command->footer("The request asks for the flight mode and changes nothing.");
 
+  command = add("doctor", "Check the socket, the daemon, its modem and items, and the phone's nodes",
+                [&, target] { return run_doctor(target(), options.json); });
+  add_json(command, "Print one object a check");
+  command->footer(
+      "A line a check: ok, fail or \"not seen\", what was found, and what to do. It\n"
+      "changes nothing on the phone. The exit status is 0 when no check failed, and\n"
+      "else 1. Nodes are seen on the phone itself, or in a simulated one's folder.");
+
   command = add("phone", "Do something to the running simulated phone", [&]() -> int {
     if (options.phone.words.empty()) return complain(print(app.help()));
     options.phone.folder = phone_folder(options.socket, options.device);
@@ -260,6 +268,7 @@ void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
       ->option_text(" ");
   add_plain(command);
   add_json(command, "Have the verb print JSON");
+  if (phone_verbs().empty()) app.remove_subcommand(command);  // there is no simulated phone
 
   command = add("raw", "Send the lines of standard input as they are, and print what comes",
                 [&, target] { return run_raw(target(), options.hexdump, options.quiet_ms); });

@@ -97,6 +97,9 @@ int run_replay(const Target& target, const ReplayArguments& arguments);
 // Waits until the daemon answers, or with `platform` until await_platform() is done.
 int run_wait(const Target& target, bool platform, bool json);
 
+// Checks what the daemon needs, and prints what it found; kFailed when a check failed. It changes nothing.
+int run_doctor(const Target& target, bool json);
+
 struct PhoneArguments {
   std::string folder;              // of the phone, "" for none
   std::vector<std::string> words;  // of the verb and its arguments

@@ -61,7 +61,7 @@ class Platform {
     Failure failure;
     if (message.code == kReadyCode && !ready_) {
       ready_ = true;
-      failure = show(arguments_.json ? message_json(now(), 0, message) : "ready\n");
+      failure = show(arguments_.json ? request_json(now(), 0, message, nullptr) : "ready\n");
     }
     // What comes while the last answer is still due is left to whoever serves next.
     if (message.code != kPlatformCode || (arguments_.count != 0 && seen_ >= arguments_.count)) return failure;

@@ -153,6 +153,15 @@ std::string reply_json(const timespec& time, const Message& message) {
   return to_line(json);
 }
 
+std::string check_json(const Check& check) {
+  Json json;
+  json["check"] = check.name;
+  json["state"] = to_text(check.state);
+  json["found"] = visible(check.found);
+  json["advice"] = check.advice.empty() ? Json() : Json(check.advice);
+  return to_line(json);
+}
+
 std::string wait_json(double seconds) {
   Json json;
   json["seconds"] = seconds;

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "client/batch.h"
+#include "client/doctor.h"
 #include "desk/message.h"
 #include "desk/framing.h"
 #include "dispatch/opcode_table.h"
@@ -33,6 +34,9 @@ std::string batch_request_json(const BatchLine& line);
 
 // The message that a command waited for, with its time.
 std::string reply_json(const timespec& time, const Message& message);
+
+// A check of the doctor.
+std::string check_json(const Check& check);
 
 // How long a wait for the daemon took.
 std::string wait_json(double seconds);

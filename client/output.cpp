@@ -20,7 +20,7 @@ namespace {
 
 constexpr StatusMeaning kStatuses[] = {
     {kOk, "done; the result is 0"},
-    {kFailed, "the result is 1: failed; a replay or a batch found a difference"},
+    {kFailed, "the result is 1: failed; a replay or a batch found a difference, doctor a fault"},
     {kUnsupported, "the result is 2: not supported"},
     {kOther, "any other result, or a malformed answer"},
     {kUsage, "a mistake in the arguments, or in a file that they name"},

@@ -321,5 +321,31 @@ TEST_F(Daemon, DoesNotWaitForAReader) {
   close(stopped);
 }
 
+// The client of docs/protocol.md and a batch take turns: each hears the answers of both.
+TEST_F(Daemon, ServesADocumentedClientBesideABatch) {
+  const std::string page = content(ATD_DOCS "/protocol.md"), mark = "```python\n", device = root_ + "/phone";
+  const size_t begin = page.find(mark) + mark.size();
+  std::ofstream(root_ + "/client.py") << page.substr(begin, page.find("```", begin) - begin)
+                                      << "import socket\nwith socket.socket(socket.AF_UNIX) as s:\n"
+                                         "  s.connect('phone/dev/socket/atd')\n  for i in range(300):\n"
+                                         "    print(*request(s, 'phone/dev/socket/atd', 4010), flush=True)\n";
+  std::string batch, right, answers;
+  for (int i = 0; i < 300; ++i) batch += "get_msn -> OK M123456\n", right += "0 0 b'SN77'\n";
+  ASSERT_TRUE(start({"--device", "phone"}) && serves());
+  for (const char* item : {"9 SN77", "18 M123456"}) {
+    EXPECT_EQ(0, atdctl("", words("--device " + device + " phone item set " + item)).status);
+  }
+  FILE* python = popen(("cd " + root_ + " && python3 client.py 2>&1").c_str(), "re");
+  char first = 0;  // once it is there both ask
+  EXPECT_EQ(1, read(fileno(python), &first, 1));
+  EXPECT_EQ(0, atdctl("", {"--device", device, "batch"}, batch).status);
+  sim::read_rest(fileno(python), &answers);
+  pclose(python);
+  EXPECT_EQ(right, first + answers);
+  Peer platform(path("dev/socket/atd"));
+  const Outcome doctor = atdctl("", {"--device", device, "doctor"});
+  EXPECT_TRUE(doctor.status == 0 && has(doctor.out, "ok        platform    1 other client is co")) << doctor.out;
+}
+
 }  // namespace
 }  // namespace atd::client
