@@ -1,5 +1,6 @@
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <map>
 #include <string_view>
 #include <utility>
@@ -139,8 +140,9 @@ std::string verb_branches() {
       if (!sentence.ends_with('.')) sentence += (sentence.empty() ? "" : ", ") + second;
     }
     std::string before = fmt::format("phone {}", verb.name);
-    for (int i = 0; i < file_argument(verb); ++i) before += " '*'";
-    if (file_argument(verb) >= 0) files += branch(before, "_atdctl_files -f");
+    const int file = std::max(file_argument(verb), output_argument(verb));
+    for (int i = 0; i < file; ++i) before += " '*'";
+    if (file >= 0) files += branch(before, "_atdctl_files -f");
   }
   std::string text = branch("phone", firsts);
   for (const auto& [first, seconds] : groups) text += branch("phone " + first, seconds);

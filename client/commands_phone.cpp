@@ -9,6 +9,7 @@
 #include "client/commands.h"
 #include "client/identities.h"
 #include "client/input.h"
+#include "client/output_file.h"
 #include "client/stop_signals.h"
 #include "daemon/calls.h"
 #include "desk/control.h"
@@ -74,12 +75,14 @@ Failure await_end(int fd, const PhoneArguments& arguments) {
   return wait == Wait::timed_out ? not_in_time(arguments, "no end") : Failure();
 }
 
-// Prints the replies as they come; the status of the last. A verb that is `endless` ends with a signal.
-int print_replies(int fd, const PhoneArguments& arguments, const Verb& verb, bool endless) {
+// Prints the replies as they come, or writes them to an open file at the end; the status of the last. A verb that is
+// `endless` ends with a signal.
+int print_replies(int fd, const PhoneArguments& arguments, const Verb& verb, bool endless, OutputFile& file) {
   const std::string& folder = arguments.folder;
   const int most_ms = !arguments.bounded || endless ? -1 : static_cast<int>(std::min(arguments.timeout, 1e6) * 1000);
   Identities identities(folder, arguments.plain || !is_collection(verb));
   StopSignals signals(endless);
+  std::string all;
   InputLines lines(fd);
   for (std::string line;;) {
     while (!lines.is_ready()) {
@@ -93,14 +96,15 @@ int print_replies(int fd, const PhoneArguments& arguments, const Verb& verb, boo
     const bool came = lines.take(&line);
     ControlReply reply;
     if (came && from_line(line, &reply)) {
-      if (Failure lost = print(identities.in_text(reply.out))) return complain(lost);
+      if (file.is_open()) all += reply.out;
+      else if (Failure lost = print(identities.in_text(reply.out))) return complain(lost);
       // An exit status has eight bits.
       const int status = reply.status == (reply.status & 0xff) ? reply.status : kOther;
       complain({status, reply.error});
-      if (reply.last && status == kOk && verb.name == std::string_view("stop")) {
-        return complain(await_end(fd, arguments));
-      }
-      if (reply.last) return status;
+      if (!reply.last) continue;
+      if (status != kOk) return status;
+      if (file.is_open()) return complain(file.write(all));
+      return verb.name == std::string_view("stop") ? complain(await_end(fd, arguments)) : kOk;
     } else if (came && !lines.is_cut()) {
       return complain({kOther, "the phone's reply makes no sense: " + line.substr(0, 60)});
     } else {
@@ -134,13 +138,16 @@ int run_phone(const PhoneArguments& arguments) {
   if (arguments.folder.empty()) return complain({kUsage, "no phone is named: give --device DIR or set ATD_DEVICE"});
   const int file = file_argument(*verb);
   if (file >= 0 && file < static_cast<int>(rest.size())) failure = read_file(rest[file], kMostInput, &request.input);
+  const int output = output_argument(*verb);
+  OutputFile to;
+  if (!failure && output >= 0 && output < static_cast<int>(rest.size())) failure = to.open(rest[output]);
   Connection connection;
   if (!failure) failure = reach(connection, arguments);
   if (failure) return complain(failure);
   // A phone that does not take the whole request says why in its reply.
   connection.send_bytes(to_line(request), Deadline::max());
   auto is_follow = [](const std::string& word) { return word == "-f" || word == "--follow"; };
-  return print_replies(connection.fd(), arguments, *verb, std::any_of(rest.begin(), rest.end(), is_follow));
+  return print_replies(connection.fd(), arguments, *verb, std::any_of(rest.begin(), rest.end(), is_follow), to);
 }
 
 int run_phone_help(const std::vector<std::string>& words) {
@@ -169,10 +176,11 @@ std::string phone_help() {
   std::string text = "Verbs:\n";
   for (const Verb& verb : phone_verbs()) text += verb_help(verb);
   return text +
-         "\nFILE is a file of yours, or - for standard input. --json, --help, --plain,\n"
-         "--timeout, --device and --socket may stand anywhere; everything else after a\n"
-         "verb belongs to it, and so does everything after \"--\". With --timeout a verb\n"
-         "that says nothing for so long ends with status 75.";
+         "\nFILE is a file of yours, or - for standard input; OUTPUT one that takes what\n"
+         "the verb prints, or - for standard output. --json, --help, --plain, --timeout,\n"
+         "--device and --socket may stand anywhere; everything else after a verb belongs\n"
+         "to it, and so does everything after \"--\". With --timeout a verb that says\n"
+         "nothing for so long ends with status 75.";
 }
 
 }  // namespace atd::client

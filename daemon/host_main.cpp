@@ -25,6 +25,8 @@
 #include "daemon/boot.h"
 #include "daemon/calls.h"
 #include "simulator/control.h"
+#include "simulator/files.h"
+#include "simulator/phone_file/phone_file.h"
 #include "simulator/simulated_device.h"
 #include "simulator/standard_error.h"
 
@@ -48,6 +50,8 @@ pid_t g_detached;
 
 struct Options {
   std::string device;
+  bool scratch = false;  // the folder is this program's, and goes away with it
+  std::string from;
   std::string record;
   int log_level = ANDROID_LOG_INFO;
   bool background = false;
@@ -120,6 +124,7 @@ void boot_again(const Options& options, const char* log_level, int spare_socket)
   std::vector<const char*> arguments = {"atd",     "--device",    options.device.c_str(), "--log-level",
                                         log_level, "--not-shown", not_shown.c_str()};
   if (!options.record.empty()) arguments.insert(arguments.end(), {"--record", options.record.c_str()});
+  if (options.scratch) arguments.push_back("--goes-away");
   if (options.ready >= 0) {
     arguments.insert(arguments.end(), {"--ready", ready.c_str()});
     fcntl(options.ready, F_SETFD, 0);
@@ -131,6 +136,34 @@ void boot_again(const Options& options, const char* log_level, int spare_socket)
   arguments.push_back(nullptr);
   execv("/proc/self/exe", const_cast<char**>(arguments.data()));
   say(std::string("cannot start again: ") + strerror(errno));
+}
+
+// Makes the folder of a phone that goes away.
+bool make_scratch(Options* options) {
+  std::error_code error;
+  std::string folder = (std::filesystem::temp_directory_path(error) / "atd-XXXXXX").string();
+  if (!error && !mkdtemp(folder.data())) error.assign(errno, std::generic_category());
+  if (error) {
+    say("no folder can be made in TMPDIR, or /tmp: " + error.message() + "; set TMPDIR to another one");
+    return false;
+  }
+  options->device = folder;
+  return true;
+}
+
+void forget_scratch(const Options& options) {
+  std::error_code error;
+  if (options.scratch) std::filesystem::remove_all(options.device, error);
+  if (error) say("cannot remove " + options.device + ": " + error.message());
+}
+
+bool make_from(const Options& options, std::vector<atd::sim::Fault>* faults, std::string* error) {
+  std::string text;
+  if (!atd::sim::read_file(options.from, &text)) {
+    *error = options.from + ": " + strerror(errno);
+    return false;
+  }
+  return atd::sim::import_phone(text, options.from, options.device, faults, error);
 }
 
 int serve(Options options, const char* log_level) {
@@ -160,6 +193,8 @@ int serve(Options options, const char* log_level) {
   atd::sim::add_not_shown(options.not_shown);
 
   std::string error;
+  std::vector<atd::sim::Fault> faults;
+  if (!options.from.empty() && !make_from(options, &faults, &error)) return fail(error);
   auto device = atd::sim::SimulatedDevice::open(options.device, &error);
   if (!device) return fail(error);
   // The start folder is left alone, and a relative path of the library's means what it means on a phone.
@@ -200,6 +235,8 @@ int serve(Options options, const char* log_level) {
     // One of the phone's own, which its end does not wait for.
     const auto resume = [](void*) -> void* { return atd::resume(), nullptr; };
     device->threads.start(resume, nullptr);
+    // They count from the boot's end on.
+    for (const atd::sim::Fault& fault : faults) device->faults.set(fault);
     // The verbs use what has booted; a caller that came before waits.
     control->start();
     device->logs.echo(options.log_level);
@@ -243,6 +280,7 @@ int serve(Options options, const char* log_level) {
   }
   if (stuck) {
     atd::sim::await_shown();
+    forget_scratch(options);
     _exit(0);
   }
   return 0;
@@ -264,11 +302,15 @@ int main(int argc, char** argv) {
   Options options;
   std::string log_level = "info";
   CLI::App app{"Runs a simulated phone and serves its AT-command socket, DIR/dev/socket/atd."};
+  bool scratch = false;
   app.option_defaults()->take_last();
-  app.add_option("--device", options.device, "the phone's folder, made on first use")
-      ->required()
-      ->type_name("DIR")
-      ->check([](const std::string& folder) { return folder.empty() ? "a folder is needed" : ""; });
+  const auto device = app.add_option("--device", options.device, "the phone's folder, made on first use")
+                          ->type_name("DIR")
+                          ->check([](const std::string& folder) { return folder.empty() ? "a folder is needed" : ""; });
+  app.add_flag("--scratch", scratch, "a new phone in a folder of TMPDIR,\nwhich goes away at the end")->excludes(device);
+  app.add_option("--from", options.from, "make the phone of this file, which\n\"atdctl phone export\" or a person wrote")
+      ->type_name("FILE")
+      ->check(CLI::ExistingFile);
   app.add_option("--log-level", log_level,
                  "lowest level shown on standard error: verbose,\n"
                  "debug, info (the default), warn, error, silent")
@@ -278,16 +320,21 @@ int main(int argc, char** argv) {
   app.add_flag("--background", options.background, "detach once the socket is ready");
   app.set_version_flag("--version", "atd " ATD_VERSION, "print the version and end");
   app.add_option("--ready", options.ready)->group("");
+  app.add_flag("--goes-away", options.scratch)->group("");
   app.add_option("--not-shown", options.not_shown)->group("");
   try {
     app.parse(argc, argv);
+    if (!scratch && device->empty()) throw CLI::RequiredError("--device or --scratch");
   } catch (const CLI::ParseError& e) {
     if (e.get_exit_code() == 0) return app.exit(e);
-    fprintf(stderr, "atd: %s\nUsage: atd --device DIR [--log-level LEVEL] [--record FILE] [--background]\n", e.what());
+    fprintf(stderr,
+            "atd: %s\nUsage: atd --device DIR | --scratch [--from FILE] [--log-level LEVEL] [--record FILE] "
+            "[--background]\n",
+            e.what());
     return 64;
   }
   options.log_level = kLogLevels.at(log_level);
-  for (std::string* path : {&options.device, &options.record}) {
+  for (std::string* path : {&options.device, &options.from, &options.record}) {
     std::error_code error;
     if (!path->empty()) *path = std::filesystem::absolute(*path, error).string();
     if (error) {
@@ -295,5 +342,9 @@ int main(int argc, char** argv) {
       return 1;
     }
   }
-  return serve(options, log_level.c_str());
+  if (scratch && !make_scratch(&options)) return 1;
+  options.scratch |= scratch;
+  const int status = serve(options, log_level.c_str());
+  forget_scratch(options);
+  return status;
 }

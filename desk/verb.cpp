@@ -61,6 +61,14 @@ std::string unknown(const std::vector<std::string>& words) {
   return "there is no verb \"" + first + "\"; nearest: " + listed(nearest(first, names, 3));
 }
 
+int place_of(const char* word, const Verb& verb) {
+  const std::vector<std::string> arguments = words_of(verb.arguments);
+  for (size_t i = 0; i < arguments.size(); ++i) {
+    if (arguments[i].find(word) != std::string::npos) return static_cast<int>(i);
+  }
+  return -1;
+}
+
 }  // namespace
 
 const Verb* find_verb(std::vector<std::string>* words, std::string* error) {
@@ -83,12 +91,8 @@ const Verb* find_verb(std::vector<std::string>* words, std::string* error) {
   return nullptr;
 }
 
-int file_argument(const Verb& verb) {
-  const std::vector<std::string> arguments = words_of(verb.arguments);
-  for (size_t i = 0; i < arguments.size(); ++i) {
-    if (arguments[i].find("FILE") != std::string::npos) return static_cast<int>(i);
-  }
-  return -1;
-}
+int file_argument(const Verb& verb) { return place_of("FILE", verb); }
+
+int output_argument(const Verb& verb) { return place_of("OUTPUT", verb); }
 
 }  // namespace atd

@@ -15,7 +15,8 @@ class VerbCall;
 struct Verb {
   const char* name;       // one word or two: "item set"
   const char* arguments;  // "INDEX|NAME VALUE"; what stands in brackets may be left out, "..." takes all the rest, and
-                          // FILE is a file of the caller's, "-" its standard input
+                          // FILE is a file of the caller's, "-" its standard input; OUTPUT is one that takes what
+                          // the verb prints, "-" the standard output
   const char* summary;    // what it does, one sentence
   void (*run)(sim::SimulatedDevice& device, sim::VerbCall& call);
 };
@@ -29,5 +30,8 @@ const Verb* find_verb(std::vector<std::string>* words, std::string* error);
 
 // The position of FILE among a verb's arguments, -1 when it takes none.
 int file_argument(const Verb& verb);
+
+// The same of OUTPUT.
+int output_argument(const Verb& verb);
 
 }  // namespace atd

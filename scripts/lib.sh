@@ -28,7 +28,7 @@ need() {
 }
 
 BUILD_PACKAGES="g++ cmake ninja-build pkg-config libcli11-dev nlohmann-json3-dev libfmt-dev libevdev-dev \
-zlib1g-dev libminizip-dev"
+zlib1g-dev libminizip-dev libtomlplusplus-dev"
 TEST_PACKAGES="libgtest-dev libgmock-dev e2fsprogs f2fs-tools unzip libarchive-tools python3 libvalijson-dev"
 
 # rooms: the library's rooms, from the ground up.

@@ -7,6 +7,9 @@
 
 #include <algorithm>
 
+#include "desk/nearest.h"
+#include "desk/words.h"
+
 namespace atd::sim {
 
 const std::vector<CallName>& call_names() {
@@ -51,6 +54,20 @@ const CallName& call_name(Call call) {
 
 namespace {
 
+// Reads "nth=N", "times=N", "late=MILLISECONDS" or "kill"; false for another word or a wrong number.
+bool take_option(const std::string& word, Fault* fault) {
+  if (word == "kill") return fault->kills = true;
+  const size_t equals = word.find('=');
+  if (equals == word.npos) return false;
+  const std::string name = word.substr(0, equals), value = word.substr(equals + 1);
+  if (name == "late") return read_number(value, 1, 86400000, &fault->late_ms);
+  if (name == "times") return read_number(value, 1, INT32_MAX, &fault->times);
+  if (name != "nth" || !read_number(value, 1, INT32_MAX, &fault->passes)) return false;
+  --fault->passes;
+  if (fault->times < 0) fault->times = 1;
+  return true;
+}
+
 std::string name_of(const Fault& fault) {
   const CallName& row = call_name(fault.call);
   return row.name + (fault.object.empty() ? "" : " " + fault.object);
@@ -65,6 +82,37 @@ std::string to_text(const Fault& fault) {
   else if (fault.times > 1) text += " " + std::to_string(fault.times) + " times";
   if (fault.passes > 0) text += ", from call " + std::to_string(fault.passes + 1) + " on";
   return text;
+}
+
+std::vector<std::string> to_words(const Fault& fault) {
+  std::vector<std::string> words = {call_name(fault.call).name};
+  if (!fault.object.empty()) words.push_back(fault.object);
+  if (fault.passes > 0) words.push_back("nth=" + std::to_string(fault.passes + 1));
+  if (fault.times > 0 && (fault.passes == 0 || fault.times > 1))
+    words.push_back("times=" + std::to_string(fault.times));
+  if (fault.late_ms > 0) words.push_back("late=" + std::to_string(fault.late_ms));
+  if (fault.kills) words.push_back("kill");
+  return words;
+}
+
+std::string parse_fault(const std::vector<std::string>& words, Fault* fault) {
+  std::vector<std::string> names;
+  for (const CallName& row : call_names()) names.push_back(row.name);
+  const std::string name = words.empty() ? "" : words[0];
+  const auto found = std::find(names.begin(), names.end(), name);
+  if (found == names.end()) {
+    return "no call is named \"" + name + "\"; nearest: " + listed(nearest(name, names, 3)) +
+           "; \"fault list\" shows all";
+  }
+  fault->call = call_names()[static_cast<size_t>(found - names.begin())].call;
+  for (size_t i = 1; i < words.size(); ++i) {
+    if (take_option(words[i], fault)) continue;
+    if (i > 1 || words[i].find('=') != std::string::npos) {
+      return "\"" + words[i] + "\" after the call: write nth=N, times=N, late=MILLISECONDS or kill";
+    }
+    fault->object = words[i];
+  }
+  return "";
 }
 
 void Faults::set(const Fault& fault) {

@@ -70,6 +70,12 @@ struct Fault {
 // The fault in words: "set_ftm_item 13: fails", "request_to_modem_via_dmi: 5000 ms late once".
 std::string to_text(const Fault& fault);
 
+// The fault as "fault set" takes it: CALL [OBJECT] [nth=N] [times=N] [late=MILLISECONDS] [kill].
+std::vector<std::string> to_words(const Fault& fault);
+
+// Reads these words; the sentence that says what is wrong with them, "" when they make a fault.
+std::string parse_fault(const std::vector<std::string>& words, Fault* fault);
+
 class Faults {
  public:
   // The clock is the phone's and outlives the faults.

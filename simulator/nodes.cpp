@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <string_view>
 
 #include "simulator/files.h"
@@ -121,6 +122,11 @@ bool make_nodes(const std::string& root, std::string* culprit) {
   }
   *culprit = root;
   return !is_new || (Readings(root).make() && make_sample_logs(root));
+}
+
+bool begins_anew(const std::string& path) {
+  return std::any_of(std::begin(kNodes), std::end(kNodes),
+                     [&](const Node& node) { return node.life == Life::one_boot && path == node.path; });
 }
 
 void boot_nodes(const std::string& root) {

@@ -9,6 +9,9 @@ namespace atd::sim {
 // What is there stays: a person may have edited it.
 bool make_nodes(const std::string& root, std::string* culprit);
 
+// Whether a boot gives a node its first content again, whatever was written there.
+bool begins_anew(const std::string& path);
+
 // Gives those that the kernel begins anew at a boot their first content.
 void boot_nodes(const std::string& root);
 

@@ -27,6 +27,20 @@ bool is_persistent(const std::string& name) { return name.starts_with("persist."
 
 }  // namespace
 
+std::map<std::string, std::string> build_properties(const std::string& root) {
+  std::map<std::string, std::string> properties;
+  std::string text;
+  read_file(root + "/system/build.prop", &text);
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) {
+    const size_t equals = line.find('=');
+    if (!line.starts_with('#') && equals != std::string::npos) {
+      properties[line.substr(0, equals)] = line.substr(equals + 1);
+    }
+  }
+  return properties;
+}
+
 std::string Properties::file(const std::string& name) const {
   return root_ + (is_persistent(name) ? "/data/property/" : "/dev/__properties__/") + name;
 }
@@ -81,14 +95,7 @@ void Properties::remove(const std::string& name) {
 
 void Properties::boot() {
   empty_folder(root_ + "/dev/__properties__");
-  std::string text;
-  if (!read_file(root_ + "/system/build.prop", &text)) return;
-  std::istringstream lines(text);
-  for (std::string line; std::getline(lines, line);) {
-    size_t equals = line.find('=');
-    if (line.starts_with('#') || equals == std::string::npos) continue;
-    set_at_boot(line.substr(0, equals), line.substr(equals + 1));
-  }
+  for (const auto& [name, value] : build_properties(root_)) set_at_boot(name, value);
 }
 
 }  // namespace atd::sim

@@ -4,10 +4,14 @@
 
 #include <atomic>
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
 namespace atd::sim {
+
+// The properties that "/system/build.prop" sets.
+std::map<std::string, std::string> build_properties(const std::string& root);
 
 class Properties {
  public:

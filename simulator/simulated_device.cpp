@@ -93,11 +93,27 @@ bool make_phone(const std::string& base, std::string* error) {
     const std::string path = resolve(base, folder);
     if (path.empty() || !make_folders(path)) return fail(error, base + folder), false;
   }
+  const std::string build_prop = base + "/system/build.prop";
+  std::string properties;
+  if (!read_file(build_prop, &properties) && (errno != ENOENT || !write_file(build_prop, kBuildProperties))) {
+    return fail(error, build_prop), false;
+  }
   std::string culprit;
   return make_nodes(base, &culprit) || (fail(error, culprit), false);
 }
 
 }  // namespace
+
+bool SimulatedDevice::make(const std::string& root, std::string* error) {
+  if (!make_folders(root)) return fail(error, root), false;
+  if (!make_phone(root, error)) return false;
+  // They put their files there.
+  const Input input(root);
+  const ModemRows rows(root);
+  boot_nodes(root);
+  install_tools(root);
+  return true;
+}
 
 std::unique_ptr<SimulatedDevice> SimulatedDevice::open(const std::string& root, std::string* error) {
   if (!make_folders(root)) return fail(error, root), nullptr;
@@ -137,12 +153,6 @@ std::unique_ptr<SimulatedDevice> SimulatedDevice::open(const std::string& root, 
   }
   // What the wipe removes and a phone has is made again.
   if (finish_wipe(base) && !make_phone(base, error)) return close(lock), nullptr;
-  std::string build_prop = base + "/system/build.prop", properties;
-  if (!read_file(build_prop, &properties) && (errno != ENOENT || !write_file(build_prop, kBuildProperties))) {
-    fail(error, build_prop);
-    close(lock);
-    return nullptr;
-  }
   return std::unique_ptr<SimulatedDevice>(new SimulatedDevice(base, lock));
 }
 

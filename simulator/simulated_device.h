@@ -41,6 +41,10 @@ class SimulatedDevice {
   // A second phone in one process at the same time aborts.
   static std::unique_ptr<SimulatedDevice> open(const std::string& root, std::string* error);
 
+  // Makes the folder of a new phone as its first boot leaves it, or, where it has the file "sim/boots", what every boot
+  // makes again. No phone is open then. False with the reason in *error.
+  static bool make(const std::string& root, std::string* error);
+
   // Ends every sleep of the phone and waits for its threads.
   ~SimulatedDevice();
 

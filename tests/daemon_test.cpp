@@ -146,6 +146,8 @@ TEST_F(Daemon, RefusesWhatMakesNoSense) {
       {"--device", 64, usage},
       {"--device phone --log-level loud", 64, usage},
       {"--device phone now", 64, usage},
+      {"--device phone --scratch", 64, usage},
+      {"--device phone --from no/where", 64, usage},
       {"--version", 0, "atd 0."},
       {"--device /", 1, "atd: /: a simulated phone needs a folder of its own\n"},
       {"--device file", 1, "atd: " + root_ + "/file: "},

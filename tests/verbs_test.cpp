@@ -60,6 +60,13 @@ TEST_F(VerbTest, AVerbIsFoundOrItsNearestIsNamed) {
             {{"item", "set", "9"}, 64, "write item set INDEX|NAME VALUE"}});
 }
 
+TEST_F(VerbTest, AnExportLeavesNothingOutUnasked) {
+  put("/sim/stray");
+  tell_all({{{"export", "-"}, 1, "--leave-out leaves it out: /sim/stray: nothing"},
+            {{"export", "-", "--all"}, 64, "write --leave-out"},
+            {{"export", "-", "--leave-out"}, 0, "# left out: /sim/stray: nothing"}});
+}
+
 TEST_F(VerbTest, ItemsAreTypedByTheirEncoding) {
   const std::tuple<const char*, const char*, std::string, const char*> rows[] = {
       {"9", "AB12", "AB12\0\0\0\0\0\0\0\0"s, "AB12"},

@@ -29,6 +29,9 @@ enum VolumeCode {
   kVolumeNotFound = 406,
 };
 
+// "/proc/mounts" without the line of a mounted card.
+std::string without_card(const std::string& mounts);
+
 inline constexpr char kCardDisk[] = "disk:179,0";
 
 class Card {
@@ -55,6 +58,9 @@ class Card {
   // The names of all cards, sorted.
   std::vector<std::string> names() const;
 
+  // What a card is that may be in or not; a new one where none has the name.
+  CardState load(const std::string& name) const;
+
   // The commands of the volume daemon, by a volume or disk, "" for the one that is there. A format and a partition
   // empty the card, give it a new id, and leave it unmounted. They return a VolumeCode.
   int mount(const std::string& volume = "");
@@ -75,7 +81,6 @@ class Card {
 
  private:
   std::string folder(const std::string& name) const { return root_ + "/sim/cards/" + name; }
-  CardState load(const std::string& name) const;
   bool save(const CardState& state) const;
   void log(const std::string& what) const;
   int found_locked(const std::string& asked, const std::string& there) const;

@@ -31,6 +31,15 @@ bool is_below(const std::string& place, const std::string& folder) {
 
 }  // namespace
 
+std::string without_card(const std::string& mounts) {
+  std::string rest;
+  std::istringstream lines(mounts);
+  for (std::string line; std::getline(lines, line);) {
+    if (!line.starts_with(kMountedDevice)) rest += line + "\n";
+  }
+  return rest;
+}
+
 void Card::log(const std::string& what) const {
   __android_log_print(ANDROID_LOG_ERROR, "card", "%s: %s", what.c_str(), strerror(errno));
 }
@@ -60,12 +69,9 @@ void Card::show_file_locked(const std::string& path, bool there, const std::stri
 // The other lines are left to whoever edits the file.
 void Card::show_mount_locked() const {
   const std::string place = resolve(root_, "/proc/mounts");
-  std::string before, after;
+  std::string before;
   read_file(place, &before);
-  std::istringstream lines(before);
-  for (std::string line; std::getline(lines, line);) {
-    if (!line.starts_with(kMountedDevice)) after += line + "\n";
-  }
+  std::string after = without_card(before);
   if (state_.mounted) {
     after += kMountedDevice + state_.volume() + " /storage/" + state_.id + " vfat " +
              (state_.write_protected ? "ro" : "rw") +

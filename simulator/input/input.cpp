@@ -94,7 +94,7 @@ void Input::load_locked() {
   devices_.clear();
   for (const SettingsLine& line : lines) {
     std::string error;
-    if (!load_line(line.text, &error)) settings_.report(line.number, error);
+    if (!load_line(line.text, &devices_, &error)) settings_.report(line.number, error);
   }
   for (const auto& [number, device] : devices_) {
     const int fd = open(path(number).c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0660);
@@ -103,7 +103,13 @@ void Input::load_locked() {
   }
 }
 
-bool Input::load_line(std::string_view line, std::string* error) {
+std::string Input::wrong(const std::string& line) {
+  std::map<int, Device> devices;
+  std::string error;
+  return load_line(line, &devices, &error) ? "" : error;
+}
+
+bool Input::load_line(std::string_view line, std::map<int, Device>* devices, std::string* error) {
   const std::string device(take_word(&line)), what(take_word(&line));
   int number;
   if (!device.starts_with("event") || !read_number(device.substr(5), 0, kLastDevice, &number)) {
@@ -112,14 +118,14 @@ bool Input::load_line(std::string_view line, std::string* error) {
   }
   if (what == "name") {
     skip_spaces(&line);
-    devices_[number].name = line;
+    (*devices)[number].name = line;
     return true;
   }
   if (what != "key" && what != "axis") {
     *error = "'" + what + "' after the device: write name, key or axis";
     return false;
   }
-  Device& target = devices_[number];
+  Device& target = (*devices)[number];
   for (std::string_view word; !(word = take_word(&line)).empty();) {
     if (what == "key" ? set_codes(word, EV_KEY, &target.keys) : set_codes(word, EV_ABS, &target.axes)) continue;
     *error = "'" + std::string(word) + "' is not a code of a" + (what == "key" ? " key" : "n axis") +

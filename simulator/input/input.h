@@ -31,6 +31,9 @@ class Input {
  public:
   explicit Input(const std::string& root);
 
+  // What is wrong with a line of "sim/input.conf", "" when it makes sense.
+  static std::string wrong(const std::string& line);
+
   // Makes "/dev/input" anew, with an empty file for each device.
   void boot();
 
@@ -55,7 +58,7 @@ class Input {
   };
 
   void load_locked();
-  bool load_line(std::string_view line, std::string* error);
+  static bool load_line(std::string_view line, std::map<int, Device>* devices, std::string* error);
   std::string path(int device) const;
 
   std::string folder_;

@@ -146,6 +146,17 @@ ModemItems::ModemItems(const std::string& root, const std::atomic<bool>& syncs)
   make_folders(folder_);
 }
 
+bool ModemItems::keeps(const std::string& name) {
+  int item;
+  if (name.starts_with("nv_")) return read_number(name.substr(3), 0, UINT16_MAX, &item);
+  return !forgets(name) && !name.empty() &&
+         std::any_of(std::begin(kItems), std::end(kItems), [&](const Item& row) { return name == row.file; });
+}
+
+bool ModemItems::forgets(const std::string& name) {
+  return std::find(std::begin(kUntilRestart), std::end(kUntilRestart), name) != std::end(kUntilRestart);
+}
+
 void ModemItems::restart() {
   incoming_.clear();
   bulk_sent_ = 0;

@@ -20,6 +20,10 @@ class ModemItems {
   // to the main buffer.
   bool answer(int opcode, const std::string& payload, std::string* answer);
 
+  // Whether an item that is stored in the file of this name survives a restart; a name that no item has does neither.
+  static bool keeps(const std::string& name);
+  static bool forgets(const std::string& name);
+
   // Forgets what lasts until the modem restarts: radio modes and a half-done bulk transfer.
   void restart();
 

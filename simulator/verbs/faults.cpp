@@ -1,8 +1,6 @@
 // Faults at the platform boundary.
 #include "simulator/faults.h"
 
-#include "desk/nearest.h"
-#include "desk/words.h"
 #include "simulator/simulated_device.h"
 #include "simulator/verbs/verb_call.h"
 #include "simulator/verbs/verbs.h"
@@ -10,20 +8,6 @@
 namespace atd::sim {
 
 namespace {
-
-bool named(VerbCall& call, const std::string& name, Call* found) {
-  std::vector<std::string> names;
-  for (const CallName& row : call_names()) {
-    if (name == row.name) {
-      *found = row.call;
-      return true;
-    }
-    names.push_back(row.name);
-  }
-  call.fail(kUsage, "no call is named \"" + name + "\"; nearest: " + listed(nearest(name, names, 3)) +
-                        "; \"fault list\" shows all");
-  return false;
-}
 
 Json to_json(const Fault& fault) {
   return {{"call", call_name(fault.call).name},
@@ -49,37 +33,19 @@ void list(SimulatedDevice& device, VerbCall& call) {
   call.answer(text, {{"faults", faults}, {"calls", calls}});
 }
 
-// Reads "nth=N", "times=N", "late=MILLISECONDS" or "kill"; false for another word or a wrong number.
-bool take_option(const std::string& word, Fault* fault) {
-  if (word == "kill") return fault->kills = true;
-  const size_t equals = word.find('=');
-  if (equals == word.npos) return false;
-  const std::string name = word.substr(0, equals), value = word.substr(equals + 1);
-  if (name == "late") return read_number(value, 1, 86400000, &fault->late_ms);
-  if (name == "times") return read_number(value, 1, INT32_MAX, &fault->times);
-  if (name != "nth" || !read_number(value, 1, INT32_MAX, &fault->passes)) return false;
-  --fault->passes;
-  if (fault->times < 0) fault->times = 1;
-  return true;
-}
-
 void set(SimulatedDevice& device, VerbCall& call) {
+  std::vector<std::string> words;
+  for (size_t i = 0; i < call.count(); ++i) words.push_back(call[i]);
   Fault fault;
-  if (!named(call, call[0], &fault.call)) return;
-  for (size_t i = 1; i < call.count(); ++i) {
-    if (take_option(call[i], &fault)) continue;
-    if (i > 1 || call[i].find('=') != std::string::npos) {
-      return call.fail(kUsage, "\"" + call[i] + "\" after the call: write nth=N, times=N, late=MILLISECONDS or kill");
-    }
-    fault.object = call[i];
-  }
+  if (const std::string wrong = parse_fault(words, &fault); !wrong.empty()) return call.fail(kUsage, wrong);
   device.faults.set(fault);
 }
 
 void clear(SimulatedDevice& device, VerbCall& call) {
-  Call which;
-  if (call.count() == 0) device.faults.clear();
-  else if (named(call, call[0], &which)) device.faults.clear(which, call[1]);
+  if (call.count() == 0) return device.faults.clear();
+  Fault which;
+  if (const std::string wrong = parse_fault({call[0]}, &which); !wrong.empty()) return call.fail(kUsage, wrong);
+  device.faults.clear(which.call, call[1]);
 }
 
 constexpr Verb kVerbs[] = {

@@ -8,6 +8,7 @@
 namespace atd::sim {
 
 std::span<const Verb> phone_rows();
+std::span<const Verb> phone_file_rows();
 std::span<const Verb> log_rows();
 std::span<const Verb> property_rows();
 std::span<const Verb> item_rows();

@@ -1,0 +1,17 @@
+// Which part of a phone's folder stands in which section of its file.
+#pragma once
+
+#include <string>
+
+namespace atd::sim {
+
+struct Place {
+  const char* path;     // below the phone's folder; one that ends with "/" stands for what is below it
+  const char* section;  // "" for what does not stand in the file
+  bool keeps_path;      // a key is the whole path, not the part after the place's
+};
+
+// The place that a path of the phone belongs to.
+const Place& place_of(const std::string& path);
+
+}  // namespace atd::sim

@@ -1,0 +1,159 @@
+// A phone as one file: what stands in it, what does not, and what comes back.
+#include "simulator/phone_file/phone_file.h"
+
+#include <map>
+#include <random>
+
+#include "tests/phone.h"
+
+namespace fs = std::filesystem;
+using namespace std::string_literals;
+
+namespace atd {
+namespace {
+
+class PhoneFile : public Phone {
+ protected:
+  // The phone as a file without its head; what is left out goes to left_out_.
+  std::string exported() {
+    std::string text, error;
+    left_out_.clear();
+    EXPECT_TRUE(sim::export_phone(device(), &text, &left_out_, &error)) << error;
+    return text.find("\n\n") == text.npos ? "" : text.substr(text.find("\n\n") + 1);
+  }
+
+  // Has the phone of a file in the place of this one; why not, "" when all is well.
+  std::string imported(const std::string& text) {
+    std::string error;
+    const std::string folder = made_ + "/" + std::to_string(++imports_);
+    faults_.clear();
+    if (!sim::import_phone(text, "phone.toml", folder, &faults_, &error)) {
+      EXPECT_FALSE(fs::exists(folder)) << text;
+      EXPECT_EQ("", output_of("ls " + made_ + " | grep new~"));
+      return error;
+    }
+    device_.reset();
+    root_ = folder;
+    device_ = sim::SimulatedDevice::open(root_, &error);
+    for (const sim::Fault& fault : faults_) device().faults.set(fault);
+    return error;
+  }
+
+  std::vector<std::string> left_out_;
+  std::vector<sim::Fault> faults_;
+  int imports_ = 0;
+};
+
+TEST_F(PhoneFile, ANewPhoneDiffersInNothing) {
+  EXPECT_EQ("", exported());
+  // What one run leaves is no difference.
+  device().items.set(9, std::string(12, '\0'));
+  device().properties.set("sys.x", "1");
+  put("/sys/power/autosleep", "mem");
+  put("/sim/modem/flight_mode", "1");
+  fs::remove(root_ + "/proc/meminfo");  // a boot makes it again
+  EXPECT_EQ("", exported());
+  EXPECT_TRUE(left_out_.empty());
+}
+
+TEST_F(PhoneFile, EverythingComesBackByteForByte) {
+  const std::string file = content(ATD_TREE "tests/phone_file.toml"), all = file.substr(file.find("\n\n") + 1);
+  ASSERT_EQ("", imported(file));
+  EXPECT_EQ(all, exported());
+  EXPECT_EQ(1, device().boots());
+  EXPECT_EQ("\5", device().items.get(2, 1));
+  EXPECT_EQ("7", device().items.get(49, 1));
+  EXPECT_EQ("SIM-2", device().properties.get("ro.model.name"));
+  EXPECT_EQ("la\n", content(root_ + "/storage/1A2B-3C4D/Music/a song"));
+  EXPECT_EQ("exit 3\n",
+            output_of("sed 1d " + root_ + "/system/bin/pm; test -x " + root_ + "/system/bin/pm || echo no"));
+  EXPECT_EQ(55296000u, fs::file_size(root_ + "/dev/block/bootdevice/by-name/modem"));
+  EXPECT_FALSE(fs::exists(root_ + "/data/anr") || fs::exists(root_ + "/proc/tav_power/battery/present"));
+  // A reboot changes nothing of it, and an unmounted card is the same card.
+  device().reboot();
+  device().card.unmount();
+  EXPECT_EQ(all, exported());
+}
+
+TEST_F(PhoneFile, AnyBytesComeBack) {
+  std::mt19937 random(12);
+  const std::string pieces[] = {"\"\"\"", "'",    "\\",   "\n",     "\r\n", "\t", std::string(16, '\0'),
+                                "\0"s,    "\x7f", "\xff", "\u00e4", "# ",   "a",  "\x1b"};
+  std::map<std::string, std::string> files;
+  for (int i = 0; i < 300; ++i) {
+    std::string bytes;
+    for (unsigned count = random() % 6; count > 0; --count) bytes += pieces[random() % std::size(pieces)];
+    put("/data/any/" + std::to_string(i) + (i % 3 ? "" : "\n\"'\\"), bytes);
+    files["/data/any/" + std::to_string(i) + (i % 3 ? "" : "\n\"'\\")] = bytes;
+  }
+  const std::string text = exported();
+  ASSERT_EQ("", imported(text));
+  for (const auto& [path, bytes] : files) EXPECT_EQ(bytes, content(root_ + path)) << path;
+  EXPECT_EQ(text, exported());
+}
+
+TEST_F(PhoneFile, WhatCannotStandInItIsNamed) {
+  put("/data/large", std::string((64 << 10) + 1, 'x'));
+  put("/sim/items/9", "SN");
+  put("/sim/stray", "?");
+  std::ofstream(root_ + "/sim/modem.conf") << "117\n";
+  EXPECT_EQ("", exported());
+  const std::string names[] = {"/data/large: 65537 bytes, more than 65536", "/sim/items/9: no item",
+                               "/sim/stray: nothing", "/sim/modem.conf: 117: "};
+  ASSERT_EQ(std::size(names), left_out_.size());
+  for (size_t i = 0; i < left_out_.size(); ++i) EXPECT_TRUE(has(left_out_[i], names[i])) << left_out_[i];
+}
+
+TEST_F(PhoneFile, AWrongFileMakesNoPhoneAndNamesTheLine) {
+  const std::pair<const char*, const char*> rows[] = {
+      {"x = [", "phone.toml:1: "},
+      {"[item]", "phone.toml:1: the section \"item\" is not there; nearest: items"},
+      {"[items]\n\"factory serial\" = \"S\"",
+       ":2: the item \"factory serial\" is not there; nearest: factory serial number"},
+      {"[items]\n9 = \"0123456789ABC\"", ":2: 9 has 12 bytes, the value 13"},
+      {"[items]\n2 = 1\n\"factory status\" = 2", "stands here twice"},
+      {"[items]\n6 = { hex = \"0\" }", ":2: hex is pairs"},
+      {"[files]\n\"/data/../../x\" = \"\"", ":2: \"/data/../../x\" is no path of the phone"},
+      {"[files]\n\"/sim/boots\" = \"9\"", "is the phone's own"},
+      {"[files]\n\"/proc/x\" = \"\"", "belongs into [nodes]"},
+      {"[files]\n\"/data/logger\" = \"\"", "is a folder"},
+      {"[files]\n\"/x\" = [{ zeros = 1000000000000 }]", ":2: zeros are a number"},
+      {"removed = [\"/data/none\"]", ":1: /data/none is not in a new phone"},
+      {"[properties]\n\"sys.x\" = \"1\"", ":2: a reboot forgets sys.x"},
+      {"[build]\n\"ro.x\" = \"a\\nb\"", ":2: ro.x stands on one line"},
+      {"[modem]\nrows = [\n\"117 * \\\"1\\\"\",\n\"117\"]", ":4: "},
+      {"[input]\nlines = [\"event0 key NONE\"]", ":2: 'NONE' is not a code"},
+      {"[cards.a]\nin = true\n[cards.b]\nin = true", ":4: only one card"},
+      {"[cards.a]\nis = \"huge\"", ":2: \"huge\" is no word of a card"},
+      {"faults = [[\"set_item\"]]", ":1: no call is named \"set_item\"; nearest: "},
+  };
+  for (const auto& [text, error] : rows) {
+    const std::string told = imported(text);
+    EXPECT_TRUE(has(told, error)) << text << "\n" << told;
+  }
+  put("/theirs/file", "theirs");
+  std::string error;
+  EXPECT_FALSE(sim::import_phone("", "x", made_ + "/theirs", &faults_, &error));
+  EXPECT_TRUE(has(error, "is not empty")) << error;
+}
+
+TEST_F(PhoneFile, OurPhonesAreWhatTheySay) {
+  ASSERT_EQ("", imported(content(ATD_TREE "phones/factory-fresh.toml")));
+  EXPECT_EQ(std::string(12, '\0'), device().items.get(9, 12));
+  EXPECT_EQ("V10b", device().properties.get("ro.tav.swversion_short"));
+  EXPECT_FALSE(fs::exists(root_ + "/data/logger"));
+  ASSERT_EQ("", imported(content(ATD_TREE "phones/on-the-line.toml")));
+  EXPECT_EQ("130k", device().readings.cable());
+  EXPECT_EQ("11,12,01,1", device().items.get(44, 128).c_str() + ""s);
+  EXPECT_EQ("1", device().properties.get("ro.factorytest"));
+  ASSERT_EQ("", imported(content(ATD_TREE "phones/in-service.toml")));
+  EXPECT_TRUE(device().card.state().mounted && device().card.state().full);
+  EXPECT_EQ('\2', device().items.get(230, 16)[8]);
+  EXPECT_TRUE(has(content(root_ + "/data/logger/kernel.log"), "Watchdog bark"));
+  const std::string text = exported();
+  ASSERT_EQ("", imported(text));
+  EXPECT_EQ(text, exported());
+}
+
+}  // namespace
+}  // namespace atd
