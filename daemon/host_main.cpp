@@ -307,8 +307,10 @@ int main(int argc, char** argv) {
   const auto device = app.add_option("--device", options.device, "the phone's folder, made on first use")
                           ->type_name("DIR")
                           ->check([](const std::string& folder) { return folder.empty() ? "a folder is needed" : ""; });
-  app.add_flag("--scratch", scratch, "a new phone in a folder of TMPDIR,\nwhich goes away at the end")->excludes(device);
-  app.add_option("--from", options.from, "make the phone of this file, which\n\"atdctl phone export\" or a person wrote")
+  app.add_flag("--scratch", scratch, "a new phone in a folder of TMPDIR,\nwhich goes away at the end")
+      ->excludes(device);
+  app.add_option("--from", options.from,
+                 "make the phone of this file, which\n\"atdctl phone export\" or a person wrote")
       ->type_name("FILE")
       ->check(CLI::ExistingFile);
   app.add_option("--log-level", log_level,

@@ -808,6 +808,7 @@ TEST_F(CallsTest, TheAnswerAsJson) {
     const ControlReply told = tell(given, true);
     EXPECT_EQ(json + "\n", told.out);
     EXPECT_EQ("", told.error);
+    EXPECT_EQ("", client::not_as_documented({"phone", "call"}, told.out));
   }
 }
 
