@@ -75,6 +75,14 @@ Failure await_end(int fd, const PhoneArguments& arguments) {
   return wait == Wait::timed_out ? not_in_time(arguments, "no end") : Failure();
 }
 
+// How far long work is told to a person who watches.
+bool shows_progress(const PhoneArguments& arguments) { return !arguments.json && isatty(STDERR_FILENO) == 1; }
+
+// Writes what is told over what was told last.
+void show_progress(const std::string& text) {
+  [[maybe_unused]] const ssize_t shown = write(STDERR_FILENO, ("\r" + text + "\x1b[K").c_str(), text.size() + 4);
+}
+
 // Prints the replies as they come, or writes them to an open file at the end; the status of the last. A verb that is
 // `endless` ends with a signal.
 int print_replies(int fd, const PhoneArguments& arguments, const Verb& verb, bool endless, OutputFile& file) {
@@ -83,6 +91,7 @@ int print_replies(int fd, const PhoneArguments& arguments, const Verb& verb, boo
   Identities identities(folder, arguments.plain || !is_collection(verb));
   StopSignals signals(endless);
   std::string all;
+  bool is_progress_shown = false;
   InputLines lines(fd);
   for (std::string line;;) {
     while (!lines.is_ready()) {
@@ -96,6 +105,8 @@ int print_replies(int fd, const PhoneArguments& arguments, const Verb& verb, boo
     const bool came = lines.take(&line);
     ControlReply reply;
     if (came && from_line(line, &reply)) {
+      if (!reply.progress.empty() || is_progress_shown) show_progress(visible(reply.progress));
+      is_progress_shown = !reply.progress.empty();
       if (file.is_open()) all += reply.out;
       else if (Failure lost = print(identities.in_text(reply.out))) return complain(lost);
       // An exit status has eight bits.
@@ -122,7 +133,7 @@ int print_answer(const CallAnswer& answer, bool json) {
 }  // namespace
 
 int run_phone(const PhoneArguments& arguments) {
-  ControlRequest request = {arguments.words, arguments.json, ""};
+  ControlRequest request = {arguments.words, arguments.json, "", shows_progress(arguments)};
   std::vector<std::string> rest = arguments.words;
   Failure failure;
   const Verb* verb = find_verb(&rest, &failure.text);

@@ -29,6 +29,7 @@
 #include "simulator/phone_file/phone_file.h"
 #include "simulator/simulated_device.h"
 #include "simulator/standard_error.h"
+#include "text/file.h"
 
 namespace {
 
@@ -219,6 +220,10 @@ int serve(Options options, const char* log_level) {
                   .ckpd_send_event = ckpd_send_event,
                   .send_key_native = send_key_native,
                   .ctsa_send_event = ctsa_send_event,
+                  .read_so_far = []() -> atd::sim::HostReading {
+                    const atd::ReadSoFar read = atd::read_so_far();
+                    return {read.files, read.bytes};
+                  },
                   .call = [](const std::vector<std::string>& words) -> atd::sim::HostAnswer {
                     const atd::CallAnswer answer = atd::run(atd::read_call(words), {"atdctl phone log", true});
                     return {answer.text, answer.json, answer.status, answer.error};

@@ -20,6 +20,7 @@ std::string to_line(const ControlRequest& request) {
   Json words = Json::array();
   for (const std::string& word : request.words) words.push_back(to_json(word));
   Json json = {{"words", words}, {"json", request.json}};
+  if (request.progress) json["progress"] = true;
   if (!request.input.empty()) json["input"] = to_json(request.input);
   return json.dump() + "\n";
 }
@@ -27,6 +28,7 @@ std::string to_line(const ControlRequest& request) {
 std::string to_line(const ControlReply& reply) {
   Json json = Json::object();
   if (!reply.out.empty()) json["out"] = to_json(reply.out);
+  if (!reply.progress.empty()) json["progress"] = to_json(reply.progress);
   if (reply.last) json["status"] = reply.status;
   if (!reply.error.empty()) json["error"] = to_json(reply.error);
   return json.dump() + "\n";
@@ -39,8 +41,8 @@ bool from_line(const std::string& line, ControlRequest* request) {
   for (const Json& word : json["words"]) {
     if (!take(word, &request->words.emplace_back())) return false;
   }
-  const Json for_programs = field(json, "json");
-  request->json = for_programs.is_boolean() && for_programs.get<bool>();
+  request->json = field(json, "json") == true;
+  request->progress = field(json, "progress") == true;
   return take(field(json, "input"), &request->input);
 }
 
@@ -51,7 +53,8 @@ bool from_line(const std::string& line, ControlReply* reply) {
   const Json status = field(json, "status");
   reply->last = status.is_number_integer();
   if (reply->last) reply->status = status.get<int>();
-  return take(field(json, "out"), &reply->out) && take(field(json, "error"), &reply->error);
+  return take(field(json, "out"), &reply->out) && take(field(json, "progress"), &reply->progress) &&
+         take(field(json, "error"), &reply->error);
 }
 
 }  // namespace atd

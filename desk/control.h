@@ -14,13 +14,15 @@ struct ControlRequest {
   std::vector<std::string> words;  // of the verb and its arguments
   bool json = false;               // output for programs
   std::string input;               // the content of the caller's file, for a verb that takes one
+  bool progress = false;           // whether the caller wants to be told of it
 };
 
 struct ControlReply {
   std::string out;  // for the caller's standard output, in several replies where it is long
   bool last = false;
-  int status = 0;     // of the last: the caller's exit status
-  std::string error;  // of the last: for the caller's standard error, "" for none
+  int status = 0;        // of the last: the caller's exit status
+  std::string error;     // of the last: for the caller's standard error, "" for none
+  std::string progress;  // how far long work is, in place of what was told last; where it was asked for
 };
 
 // The line of a request or a reply, with its line end.

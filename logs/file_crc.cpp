@@ -15,6 +15,7 @@
 #include "platform/log.h"
 #include "platform/os.h"
 #include "storage/tree_walk.h"
+#include "text/file.h"
 #include "text/text_writer.h"
 
 using namespace atd;
@@ -141,16 +142,18 @@ bool fold_content(int folder, const char* name, Bytef* piece, uint32_t* crc) {
   // Nothing holds the daemon up that was put into the file's place meanwhile.
   const int fd = openat(folder, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
   if (fd < 0) return false;
+  count_file();
   uint32_t running = *crc;
-  ssize_t got;
-  while ((got = read(fd, piece, kPieceSize)) > 0 || (got < 0 && errno == EINTR)) {
-    if (got > 0) running = static_cast<uint32_t>(crc32(running, piece, static_cast<uInt>(got)));
-  }
+  size_t got;
+  do {
+    got = read_up_to(fd, piece, kPieceSize);
+    running = static_cast<uint32_t>(crc32(running, piece, static_cast<uInt>(got)));
+  } while (got == kPieceSize);
   const int error = errno;
   close(fd);
   errno = error;
-  if (got == 0) *crc = running;
-  return got == 0;
+  if (error == 0) *crc = running;
+  return error == 0;
 }
 
 // What find_file does, with the CRC given.

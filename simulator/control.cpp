@@ -178,7 +178,7 @@ void run_verb(SimulatedDevice& device, const ControlRequest& request,
   std::vector<std::string> arguments = request.words;
   std::string error;
   const Verb* verb = find_verb(&arguments, &error);
-  VerbCall call(std::move(arguments), request.json, request.input, send);
+  VerbCall call(std::move(arguments), request, send);
   if (verb) verb->run(device, call);
   else call.fail(kUsage, error);
   call.end();

@@ -1,6 +1,8 @@
 // What a person can ask of the daemon that runs on the phone.
 #pragma once
 
+#include <stdint.h>
+
 #include <functional>
 #include <string>
 #include <vector>
@@ -14,6 +16,10 @@ struct HostAnswer {
   std::string error;       // in the JSON, too
 };
 
+struct HostReading {
+  uint64_t files, bytes;
+};
+
 // The daemon sets these before a person can ask. What is not set, it cannot do. The functions have the contracts of the
 // library's functions of the same names.
 struct Host {
@@ -24,6 +30,8 @@ struct Host {
   std::function<int(char* text)> ckpd_send_event;
   std::function<int(int scancode, int status)> send_key_native;
   std::function<int(char* mode, char* x, char* y, char* unused)> ctsa_send_event;
+  // What the daemon has read since it began.
+  std::function<HostReading()> read_so_far;
   // NAME [ARGUMENT...] [--yes] [--help]; no words show the functions.
   std::function<HostAnswer(const std::vector<std::string>& words)> call;
 };

@@ -5,14 +5,30 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
+
 #include "platform/os.h"
 
 namespace atd {
 
+namespace {
+
+std::atomic<uint64_t> g_files{0}, g_bytes{0};
+
+}  // namespace
+
+ReadSoFar read_so_far() { return {g_files, g_bytes}; }
+
+void count_file() { g_files.fetch_add(1, std::memory_order_relaxed); }
+
 int open_file(const char* path) {
   const int fd = open(device_path(path), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
   struct stat status;
-  if (fd < 0 || (fstat(fd, &status) == 0 && S_ISREG(status.st_mode))) return fd;
+  if (fd < 0) return fd;
+  if (fstat(fd, &status) == 0 && S_ISREG(status.st_mode)) {
+    count_file();
+    return fd;
+  }
   close(fd);
   errno = EINVAL;
   return -1;
@@ -46,6 +62,7 @@ size_t read_up_to(int fd, void* out, size_t size) {
     if (got == 0) errno = 0;
     if (got <= 0) return done;
     done += static_cast<size_t>(got);
+    g_bytes.fetch_add(static_cast<uint64_t>(got), std::memory_order_relaxed);
   }
   errno = 0;
   return done;

@@ -2,9 +2,20 @@
 #pragma once
 
 #include <stddef.h>
+#include <stdint.h>
 #include <sys/types.h>
 
 namespace atd {
+
+// What the process has read so far: the files that open_file() and count_file() have counted, the bytes of
+// read_up_to().
+struct ReadSoFar {
+  uint64_t files, bytes;
+};
+ReadSoFar read_so_far();
+
+// Counts a file that was opened otherwise.
+void count_file();
 
 // Opens a file for reading; a descriptor, or -1 with errno, which is EINVAL for what is not a file.
 int open_file(const char* path);

@@ -19,9 +19,13 @@ inline constexpr int kUsage = 64;
 class VerbCall {
  public:
   // Hands every reply but the last to `send`, which says whether the caller is still there.
-  VerbCall(std::vector<std::string> arguments, bool json, std::string input,
+  VerbCall(std::vector<std::string> arguments, const ControlRequest& request,
            std::function<bool(const ControlReply& reply)> send)
-      : arguments_(std::move(arguments)), json_(json), input_(std::move(input)), send_(std::move(send)) {}
+      : arguments_(std::move(arguments)),
+        json_(request.json),
+        progress_(request.progress),
+        input_(request.input),
+        send_(std::move(send)) {}
 
   // The content of the caller's file.
   const std::string& input() const { return input_; }
@@ -47,6 +51,10 @@ class VerbCall {
   // Gives an answer: the text for a person, the JSON for a program. False when the caller is gone.
   bool answer(const std::string& text, const Json& json);
 
+  // Whether the caller wants to be told how far long work is, and tells it.
+  bool wants_progress() const { return progress_; }
+  void tell_progress(const std::string& text) { send_({.progress = text}); }
+
   // Whether the caller is still there.
   bool is_heard() { return send_({}); }
 
@@ -61,10 +69,10 @@ class VerbCall {
 
  private:
   std::vector<std::string> arguments_;
-  bool json_;
+  bool json_, progress_;
   std::string input_;
   std::function<bool(const ControlReply&)> send_;
-  ControlReply last_ = {.out = "", .last = true, .status = 0, .error = ""};
+  ControlReply last_ = {.last = true};
   std::function<void()> afterwards_;
 };
 
