@@ -142,14 +142,19 @@ void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
       ->add_option("--output", request.output,
                    "Write the bytes of the answer into a file, - for standard output; \"value\" prints the value alone")
       ->option_text("FILE")
+      ->check([](const std::string& name) { return name.empty() ? "takes a file, - or value" : ""; })
       ->excludes(value);
   command->footer(
       "The value is a text as it is, a byte as a number, other bytes in hex. It is for\n"
       "x=$(atdctl request -r NAME): where the result is not 0, standard output and the\n"
-      "file get nothing, and standard error has the result.");
+      "file get nothing (a file that is there stays as it is), and standard error has\n"
+      "the result.");
 
   command = add("batch", "Send each line of a file as a request, and print the answers in order", [&, target] {
     options.batch.json = options.json;
+    if (!options.batch.csv.empty() && options.batch.csv == options.batch.junit) {
+      return complain({kUsage, "the two reports need a file each"});
+    }
     return run_batch(target(), options.batch);
   });
   command
@@ -185,6 +190,10 @@ void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
 
   command = add("monitor", "Print every message of the daemon as it comes", [&, target] {
     options.watch.plain = options.plain;
+    const std::vector<int>& codes = options.watch.codes;
+    if (!options.watch.opcodes.empty() && !codes.empty() && std::count(codes.begin(), codes.end(), 605) == 0) {
+      return complain({kUsage, "--opcode shows requests to the platform, which have the code 605: add --code 605"});
+    }
     return run_monitor(target(), options.watch);
   });
   auto add_plain = [&](CLI::App* showing) {
@@ -383,6 +392,7 @@ std::string explain(const CLI::App& app, const CLI::ParseError& error) {
   }
   std::string extra = extras.empty() ? "" : extras.front();
   if (extra.starts_with('-')) {
+    extra = extra.substr(0, extra.find('='));
     std::vector<const CLI::App*> places = {&app};
     for (const CLI::App* command : app.get_subcommands()) places.push_back(command);
     std::vector<std::string> options;

@@ -8,6 +8,7 @@
 #include "client/commands.h"
 #include "client/input.h"
 #include "client/json.h"
+#include "client/peers.h"
 
 namespace atd::client {
 namespace {
@@ -18,7 +19,7 @@ std::string as_sent_on(const std::string& text) {
   return std::string(std::find_if(text.begin(), text.end(), is_sent), text.end());
 }
 
-// Sends the line and leaves its answer in *answer; with a `platform` it also waits for that.
+// Sends the line and prints its answer. What is for a `platform` fails where nobody else is connected.
 int run_line(const Target& target, const std::string& line, bool json, bool platform,
              const std::function<bool(const Message&)>& is_answer) {
   Connection connection;
@@ -26,11 +27,11 @@ int run_line(const Target& target, const std::string& line, bool json, bool plat
   Deadline deadline = in_seconds(target.timeout);
   Failure failure = connect(connection, target, deadline);
   if (!failure) failure = exchange(connection, target, line, deadline, is_answer, &answer);
-  timespec now;
-  clock_gettime(CLOCK_REALTIME, &now);
-  const Wait wait = platform && !failure ? await_platform(connection, deadline) : Wait::message;
-  if (wait == Wait::timed_out) failure = no_platform(target), failure.text = "it is sent on, but " + failure.text;
-  else if (wait != Wait::message) failure = went_away(target);
+  const timespec now = wall_clock();
+  if (!failure && platform && other_clients(target.socket) == 0) {
+    failure = no_platform(target);
+    failure.text = "it is sent on, but " + failure.text;
+  }
   if (failure) return complain(failure);
   return complain(print(json ? reply_json(now, answer) : visible(answer.bytes) + "\n"));
 }

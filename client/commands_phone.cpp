@@ -53,12 +53,6 @@ Failure reach(Connection& connection, const PhoneArguments& arguments) {
   }
 }
 
-// A verb that shows what is not asked for one by one, so that identities are masked.
-bool is_collection(const Verb& verb) {
-  const std::string_view name = verb.name;
-  return name == "log" || name == "item list";
-}
-
 Failure not_in_time(const PhoneArguments& arguments, const char* what) {
   return {kTimedOut, fmt::format("{} within {} from the phone in {}; --timeout SECONDS waits longer", what,
                                  in_words(arguments.timeout), arguments.folder)};
@@ -88,7 +82,7 @@ void show_progress(const std::string& text) {
 int print_replies(int fd, const PhoneArguments& arguments, const Verb& verb, bool endless, OutputFile& file) {
   const std::string& folder = arguments.folder;
   const int most_ms = !arguments.bounded || endless ? -1 : static_cast<int>(std::min(arguments.timeout, 1e6) * 1000);
-  Identities identities(folder, arguments.plain || !is_collection(verb));
+  Identities identities(folder, arguments.plain || !verb.is_collection);
   StopSignals signals(endless);
   std::string all;
   bool is_progress_shown = false;
@@ -108,7 +102,9 @@ int print_replies(int fd, const PhoneArguments& arguments, const Verb& verb, boo
       if (!reply.progress.empty() || is_progress_shown) show_progress(visible(reply.progress));
       is_progress_shown = !reply.progress.empty();
       if (file.is_open()) all += reply.out;
-      else if (Failure lost = print(identities.in_text(reply.out))) return complain(lost);
+      else if (Failure lost = print(arguments.json ? identities.in_json(reply.out) : identities.in_text(reply.out))) {
+        return complain(lost);
+      }
       // An exit status has eight bits.
       const int status = reply.status == (reply.status & 0xff) ? reply.status : kOther;
       complain({status, reply.error});

@@ -61,7 +61,7 @@ class Platform {
     Failure failure;
     if (message.code == kReadyCode && !ready_) {
       ready_ = true;
-      failure = show(arguments_.json ? request_json(now(), 0, message, nullptr) : "ready\n");
+      failure = show(arguments_.json ? request_json(wall_clock(), 0, message, nullptr) : "ready\n");
     }
     // What comes while the last answer is still due is left to whoever serves next.
     if (message.code != kPlatformCode || (arguments_.count != 0 && seen_ >= arguments_.count)) return failure;
@@ -69,7 +69,7 @@ class Platform {
     const Message shown = identities_.in_message(message);
     Request request;
     if (!decode_request(message.text, &request)) {
-      return show(arguments_.json ? request_json(now(), seen_, shown, nullptr)
+      return show(arguments_.json ? request_json(wall_clock(), seen_, shown, nullptr)
                                   : "command " + visible(shown.text) + "\n");
     }
     auto row = std::find_if(rows_.begin(), rows_.end(), [&](const AnswerRow& candidate) {
@@ -79,7 +79,7 @@ class Platform {
     Response masked = answer.response;
     masked.data = identities_.in_data(request.opcode, masked.data);
     if (answer.answers) due_.push_back({in_seconds(answer.delay_ms / 1000.0), answer.response, masked});
-    if (arguments_.json) return show(request_json(now(), seen_, shown, answer.answers ? &masked : nullptr));
+    if (arguments_.json) return show(request_json(wall_clock(), seen_, shown, answer.answers ? &masked : nullptr));
     const std::string payload = identities_.in_data(request.opcode, request.payload);
     bool is_hex = shape_of(nullptr, payload) == Shape::hex;
     failure = show(message_text(shown) + "\n" + (is_hex ? hexdump(payload) : ""));
@@ -107,13 +107,9 @@ class Platform {
     return error == ETIMEDOUT ? timed_out(target_, "no room for a line") : went_away(target_);
   }
 
-  static timespec now() {
-    timespec time;
-    clock_gettime(CLOCK_REALTIME, &time);
-    return time;
+  Failure show(const std::string& text) {
+    return print(arguments_.json ? text : clock_time(wall_clock()) + "  " + text);
   }
-
-  Failure show(const std::string& text) { return print(arguments_.json ? text : clock_time(now()) + "  " + text); }
 
   const Target& target_;
   const WatchArguments& arguments_;

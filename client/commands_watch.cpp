@@ -95,7 +95,7 @@ class Monitor {
   }
 
   Failure take(int sequence, const Message& message) {
-    const timespec now = present();
+    const timespec now = wall_clock();
     const bool wanted = is_wanted(message, arguments_, opcodes_);
     shown_ += wanted;
     const bool prints = wanted && !arguments_.quiet;
@@ -115,22 +115,17 @@ class Monitor {
       pollfd wake = {signals_.fd(), POLLIN, 0};
       if (poll(&wake, 1, kPauseMs) > 0) return Wait::woken;
       if (std::chrono::steady_clock::now() >= end_) return Wait::timed_out;
-      connection_.open(target_.socket, in_seconds(target_.timeout));
+      const int error = connection_.open(target_.socket, std::min(end_, in_seconds(kPauseMs / 1000.0)));
+      if (error == EACCES || error == EPERM) *failure = no_permission(target_.socket);
     }
     if (!*failure) *failure = tell("back", "is there");
     return Wait::message;
   }
 
   Failure tell(const char* event, const char* what) const {
-    if (arguments_.json) return print(event_json(present(), event));
+    if (arguments_.json) return print(event_json(wall_clock(), event));
     fprintf(stderr, "atdctl: the daemon at %s %s\n", visible(target_.socket).c_str(), what);
     return {};
-  }
-
-  static timespec present() {
-    timespec now;
-    clock_gettime(CLOCK_REALTIME, &now);
-    return now;
   }
 
   const Target& target_;
@@ -163,8 +158,8 @@ int run_wait(const Target& target, bool platform, bool json) {
     if (failure) return complain({failure.status == kNoDaemon ? kTimedOut : failure.status, failure.text});
     Wait wait = connection.settle(deadline);
     if (wait == Wait::timed_out) return complain(timed_out(target, "no answer"));
-    if (wait == Wait::message && platform) wait = await_platform(connection, deadline);
-    if (wait == Wait::timed_out) return complain(no_platform(target));
+    if (wait == Wait::message && platform) wait = await_platform(connection, target, deadline);
+    if (wait == Wait::timed_out) return complain(timed_out(target, "no sign of a platform"));
     if (wait == Wait::message) break;
     // The daemon stopped after it had accepted this client: another one may start.
   }

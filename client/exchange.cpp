@@ -5,10 +5,11 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include <algorithm>
 #include <chrono>
 #include <thread>
 
-#include "channel/opcodes.h"
+#include "client/peers.h"
 
 namespace atd::client {
 namespace {
@@ -18,11 +19,6 @@ constexpr std::string_view kSocketOnPhone = "/dev/socket/atd";
 std::string environment(const char* name) {
   const char* value = getenv(name);
   return value == nullptr ? "" : value;
-}
-
-// "" for a socket that does not stand in a phone's folder.
-std::string folder_of(const std::string& socket) {
-  return socket.ends_with(kSocketOnPhone) ? socket.substr(0, socket.size() - kSocketOnPhone.size()) : "";
 }
 
 }  // namespace
@@ -39,8 +35,13 @@ std::string socket_path(const std::string& socket, const std::string& device) {
   return root.append(kSocketOnPhone);
 }
 
+std::optional<std::string> phone_root(const std::string& socket) {
+  if (!socket.ends_with(kSocketOnPhone)) return {};
+  return socket.substr(0, socket.size() - kSocketOnPhone.size());
+}
+
 std::string phone_folder(const std::string& socket, const std::string& device) {
-  const std::string folder = folder_of(socket_path(socket, device));
+  const std::string folder = phone_root(socket_path(socket, device)).value_or("");
   return folder.empty() && socket.empty() ? environment("ATD_DEVICE") : folder;
 }
 
@@ -57,7 +58,7 @@ Failure connect(Connection& connection, const Target& target, Deadline deadline,
     if (!patient || std::chrono::steady_clock::now() + kPause > deadline) {
       if (is_forbidden(error)) return no_permission(target.socket);
       return {kNoDaemon, fmt::format("no daemon at {} ({}){}", target.socket, strerror(error),
-                                     how_to_start(folder_of(target.socket)))};
+                                     how_to_start(phone_root(target.socket).value_or("")))};
     }
     std::this_thread::sleep_for(kPause);
   }
@@ -68,7 +69,8 @@ Failure no_permission(const std::string& socket) {
 }
 
 Failure went_away(const Target& target) {
-  return {kNoDaemon, "the daemon at " + target.socket + " went away" + how_to_start(folder_of(target.socket))};
+  return {kNoDaemon,
+          "the daemon at " + target.socket + " went away" + how_to_start(phone_root(target.socket).value_or(""))};
 }
 
 Failure timed_out(const Target& target, const std::string& what) {
@@ -77,8 +79,10 @@ Failure timed_out(const Target& target, const std::string& what) {
 }
 
 Failure no_platform(const Target& target) {
-  return {kTimedOut, fmt::format("no platform has answered the daemon at {} within {}; atdctl serve stands in for one",
-                                 target.socket, in_words(target.timeout))};
+  return {
+      kTimedOut,
+      fmt::format("nobody else is connected to the daemon at {}, so no platform serves; atdctl serve stands in for one",
+                  target.socket)};
 }
 
 Failure check_length(const std::string& line) {
@@ -108,15 +112,15 @@ Failure exchange(Connection& connection, const Target& target, const std::string
   }
 }
 
-Wait await_platform(Connection& connection, Deadline deadline) {
-  const std::string line = request_line(kFlightModeStatus, "");
-  // The daemon hands on what "adc" has as it is, so a record goes to the platform like a request of the daemon's own.
-  const int error = connection.send(send_line(line.substr(line.find(' ') + 1)), deadline);
-  if (error != 0) return error == ETIMEDOUT ? Wait::timed_out : Wait::gone;
-  for (Message message;;) {
-    const Wait wait = connection.next(&message, deadline);
-    if (wait != Wait::message || message.code == kReadyCode || message.code == kTakenCode) return wait;
+Wait await_platform(Connection& connection, const Target& target, Deadline deadline) {
+  constexpr double kBetween = 0.1;
+  for (Message message; other_clients(target.socket) <= 0;) {
+    const Wait wait = connection.next(&message, std::min(deadline, in_seconds(kBetween)));
+    const bool is_sign = message.code == kReadyCode || message.code == kTakenCode;
+    if (wait == Wait::message && is_sign) return wait;
+    if (wait == Wait::timed_out ? std::chrono::steady_clock::now() >= deadline : wait != Wait::message) return wait;
   }
+  return Wait::message;
 }
 
 Failure ask(Connection& connection, const Target& target, int32_t opcode, const std::string& payload, Deadline deadline,

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "client/connection.h"
@@ -20,6 +21,10 @@ struct Target {
 // The socket that the options name, or where both are empty the environment: ATD_SOCKET, then ATD_DEVICE, then the
 // phone's own.
 std::string socket_path(const std::string& socket, const std::string& device);
+
+// The root folder of the phone that has this socket, "" on a phone itself; none where the path does not end as on a
+// phone.
+std::optional<std::string> phone_root(const std::string& socket);
 
 // The folder of the simulated phone that has this socket, or ATD_DEVICE where only that names one; "" for none.
 std::string phone_folder(const std::string& socket, const std::string& device);
@@ -40,7 +45,7 @@ Failure went_away(const Target& target);
 // The failure that something did not come in time; `what` says what, such as "no answer".
 Failure timed_out(const Target& target, const std::string& what);
 
-// The failure that no platform has answered in time.
+// The failure that there is no sign of a platform.
 Failure no_platform(const Target& target);
 
 // kUsage for a line that is longer than the daemon takes.
@@ -52,9 +57,9 @@ Failure check_length(const std::string& line);
 Failure exchange(Connection& connection, const Target& target, const std::string& line, Deadline deadline,
                  const std::function<bool(const Message&)>& is_answer, Message* answer);
 
-// Waits for a sign of the platform: its "initialize", or that it answers a request. The daemon sends it one on our
-// behalf, which asks for the flight mode and changes nothing. Wait::message when a sign has come.
-Wait await_platform(Connection& connection, Deadline deadline);
+// Waits for a sign of the platform: its "initialize", an answer of its, or another client of the daemon, which may be
+// the platform. Wait::message when one has come.
+Wait await_platform(Connection& connection, const Target& target, Deadline deadline);
 
 // Sends a request and waits for its answer. Fails as exchange() does, and with kOther for a malformed answer.
 Failure ask(Connection& connection, const Target& target, int32_t opcode, const std::string& payload, Deadline deadline,

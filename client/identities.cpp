@@ -3,11 +3,14 @@
 #include <ctype.h>
 #include <fmt/format.h>
 #include <stdlib.h>
+#include <strings.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <bit>
 #include <filesystem>
+#include <functional>
+#include <nlohmann/json.hpp>
 #include <random>
 #include <string_view>
 #include <utility>
@@ -15,13 +18,16 @@
 #include "channel/opcodes.h"
 #include "client/input.h"
 #include "client/output.h"
+#include "desk/json_bytes.h"
 #include "desk/words.h"
 #include "factory/item_registry.h"
+#include "platform/records.h"
 
 namespace atd::client {
 namespace {
 
-constexpr unsigned kItems[] = {4, 9, 13, 18, 37, 207};  // with a text; the addresses are known by their looks
+constexpr unsigned kItems[] = {4,  9,  13,
+                               18, 37, 207};  // PID, serial number, IMEI, MSN, CSN, MEID; addresses have a form
 constexpr char kGap[] = "…";
 constexpr std::string_view kMarks = "0123456789abcdefghjkmnpqrstvwxyz";
 constexpr size_t kMarkSize = 4;
@@ -60,12 +66,12 @@ uint64_t keyed_hash(const uint64_t key[2], std::string_view text) {
 }
 
 std::string key_file(const std::string& folder) {
-  if (!folder.empty() && std::filesystem::is_directory(folder + "/sim")) return folder + "/sim/identity-key";
+  std::error_code ignored;
+  if (!folder.empty() && std::filesystem::is_directory(folder + "/sim", ignored)) return folder + "/sim/identity-key";
   const char* state = getenv("XDG_STATE_HOME");
   const char* home = getenv("HOME");
   std::string parent = state != nullptr && *state == '/' ? state : "";
   if (parent.empty()) parent = std::string(home == nullptr ? "" : home) + "/.local/state";
-  std::error_code ignored;
   std::filesystem::create_directories(parent + "/atdctl", ignored);
   return parent + "/atdctl/identity-key";
 }
@@ -95,7 +101,7 @@ void make_key(const std::string& file, uint64_t key[2]) {
   unlink(own.c_str());
 }
 
-// Characters of the identity at `at` that its looks tell, 0 for none.
+// Characters of the identity at `at` that its form tells, 0 for none.
 size_t identity_size(std::string_view text, size_t at) {
   auto in = [&](size_t i, bool (*is)(char)) { return i < text.size() && is(text[i]); };
   auto run = [&](bool (*is)(char)) {
@@ -119,10 +125,11 @@ size_t identity_size(std::string_view text, size_t at) {
 }
 
 bool looks_like_a_serial_number(const std::string& word) {
-  constexpr size_t kLeast = 8, kMost = 20;
+  constexpr size_t kLeast = 10, kMost = 20;
   constexpr std::ptrdiff_t kLeastDigits = 6;
+  const std::ptrdiff_t digits = std::count_if(word.begin(), word.end(), is_digit);
   return word.size() >= kLeast && word.size() <= kMost && std::all_of(word.begin(), word.end(), is_alnum) &&
-         std::count_if(word.begin(), word.end(), is_digit) >= kLeastDigits;
+         digits >= kLeastDigits && digits < static_cast<std::ptrdiff_t>(word.size()) && word[1] != 'x';
 }
 
 bool has_mask(std::string_view text) {
@@ -135,6 +142,14 @@ bool has_mask(std::string_view text) {
     if (mark.size() == kMarkSize && mark.find_first_not_of(kMarks) == mark.npos) return true;
   }
   return false;
+}
+
+// What a record has room for, cut before a character that has none.
+std::string cut(std::string data) {
+  if (data.size() <= MAX_RZCMD_REQ_SIZE) return data;
+  size_t end = MAX_RZCMD_REQ_SIZE;
+  while (end > 0 && (data[end] & 0xc0) == 0x80) --end;
+  return data.substr(0, end);
 }
 
 }  // namespace
@@ -179,12 +194,34 @@ std::string Identities::in_text(const std::string& text) {
   for (size_t at = 0; at < text.size();) {
     size_t size = identity_size(text, at);
     for (const std::string& value : values_) {
-      if (text.compare(at, value.size(), value) == 0) size = std::max(size, value.size());
+      if (strncasecmp(text.c_str() + at, value.c_str(), value.size()) == 0) size = std::max(size, value.size());
     }
+    // What was never set is no identity.
+    if (text.substr(at, size).find_first_not_of("0:-") == text.npos) size = 0;
     out += size == 0 ? text.substr(at, 1) : masked(text.substr(at, size));
     at += std::max<size_t>(size, 1);
   }
   return out;
+}
+
+std::string Identities::in_json(const std::string& line) {
+  if (plain_) return line;
+  nlohmann::ordered_json json = nlohmann::ordered_json::parse(line, nullptr, false);
+  if (json.is_discarded()) return in_text(line);
+  const std::function<void(nlohmann::ordered_json&)> mask = [&](nlohmann::ordered_json& part) {
+    std::string bytes;
+    if (part.is_string()) {
+      part = in_text(part.get<std::string>());
+    } else if (part.is_object() && part.size() == 1 && part.contains("hex") && from_json(part, &bytes)) {
+      // Bytes that are an address as a whole, or a text that is not UTF-8.
+      const std::string digits = to_hex(bytes), hidden = in_text(digits);
+      part = hidden == digits ? to_json(in_text(bytes)) : nlohmann::ordered_json(hidden);
+    } else if (part.is_structured()) {
+      for (auto& inner : part) mask(inner);
+    }
+  };
+  mask(json);
+  return json.dump() + "\n";
 }
 
 std::string Identities::in_data(int32_t opcode, const std::string& data) {
@@ -201,13 +238,13 @@ Message Identities::in_message(const Message& message) {
     const std::string data = text_of(response.data);
     const std::string hidden = looks_like_a_serial_number(data) ? masked(data) : in_data(0, response.data);
     if (hidden == response.data) return message;
-    response.data = hidden;
+    response.data = cut(hidden);
     const std::string line = response_line(response);
     text = line.substr(line.find(' ') + 1);
   } else if (decode_request(message.text, &request)) {
     const std::string hidden = in_data(request.opcode, request.payload);
     if (hidden == request.payload) return message;
-    const std::string line = request_line(request.opcode, hidden);
+    const std::string line = request_line(request.opcode, cut(hidden));
     text = line.substr(line.find(' ') + 1);
   } else {
     text = in_text(message.text);

@@ -193,6 +193,12 @@ std::string wrapped(std::string_view text, size_t indent, size_t width) {
   return lines + '\n';
 }
 
+timespec wall_clock() {
+  timespec now;
+  clock_gettime(CLOCK_REALTIME, &now);
+  return now;
+}
+
 std::string clock_time(const timespec& time) {
   tm local;
   localtime_r(&time.tv_sec, &local);

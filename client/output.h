@@ -92,6 +92,9 @@ std::string wrapped(std::string_view text, size_t indent, size_t width);
 // The local time of day with microseconds, "13:05:00.000001".
 std::string clock_time(const timespec& time);
 
+// The present time of day.
+timespec wall_clock();
+
 // "15 s", "0.5 s".
 std::string in_words(double seconds);
 

@@ -19,6 +19,7 @@ struct Verb {
                           // the verb prints, "-" the standard output
   const char* summary;    // what it does, one sentence
   void (*run)(sim::SimulatedDevice& device, sim::VerbCall& call);
+  bool is_collection = false;  // shows what was not asked for one by one, so that identities are masked
 };
 
 // Every verb, those of one part of the phone together.

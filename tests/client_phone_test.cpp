@@ -138,6 +138,11 @@ TEST(ClientPhone, MasksLogsAndListsAlone) {
     EXPECT_EQ("IMEI 490154203237518", atdctl_phone(phone.root(), words(command + " --plain"s)).out);
   }
   EXPECT_EQ("IMEI 490154203237518", atdctl_phone(phone.root(), words("item get 13")).out);
+  FakePhone lists(R"({'out':'[{\"hex\":\"001a2b334455\"},{\"hex\":\"ff343930313534323033323337353138\"}]'})"
+                  "\n{'status':0}\n");
+  const std::string list = atdctl_phone(lists.root(), words("item list --json")).out;
+  EXPECT_TRUE(has(list, "\"001A2B…55#")) << list;
+  EXPECT_TRUE(has(list, "{\"hex\":\"ff343930313534e280a6")) << list;
 }
 
 TEST(ClientPhone, ASignalEndsAStream) {
