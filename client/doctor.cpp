@@ -14,13 +14,12 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <nlohmann/json.hpp>
 #include <optional>
-#include <sstream>
-#include <vector>
 
 #include "atd.h"
+#include "client/input.h"
+#include "client/peers.h"
 #include "desk/control.h"
 #include "platform/records.h"
 
@@ -28,8 +27,6 @@ namespace atd::client {
 namespace {
 
 constexpr auto ok = Check::State::ok, fail = Check::State::fail, not_seen = Check::State::not_seen;
-
-constexpr char kSocket[] = "/dev/socket/atd";
 
 // A request that changes nothing, and what to do where it fails.
 struct Question {
@@ -55,21 +52,23 @@ std::string file_text(const std::string& file) {
 
 class Doctor {
  public:
-  Doctor(const Target& target, const std::function<void(const Check&)>& tell) : target_(target), tell_(tell) {
-    if (target.socket.ends_with(kSocket)) folder_ = target.socket.substr(0, target.socket.size() - strlen(kSocket));
-  }
+  Doctor(const Target& target, const std::function<void(const Check&)>& tell)
+      : target_(target), tell_(tell), folder_(phone_root(target.socket)) {}
 
   void run() {
     socket_file();
     connection();
     version();
     platform();
-    if (folder_ && access((*folder_ + "/system/bin").c_str(), F_OK) == 0) examine_nodes(*folder_, tell_);
+    const bool is_here = folder_ && access((*folder_ + "/system/bin").c_str(), F_OK) == 0;
+    if (is_here) examine_nodes(*folder_, is_as_daemon(), tell_);
     else tell_({"nodes", not_seen, "the phone's files are not here", "run atdctl on the phone, as root"});
     for (const Question& question : kQuestions) ask_for(question);
   }
 
  private:
+  bool is_as_daemon() const { return geteuid() == 0 || (peer_.pid != 0 && geteuid() == peer_.uid); }
+
   Deadline deadline() const { return in_seconds(target_.timeout); }
 
   // What to do where the socket cannot be reached.
@@ -102,7 +101,7 @@ class Doctor {
     }
     char label[256] = {};
     if (lgetxattr(path.c_str(), "security.selinux", label, sizeof label - 1) < 0) {
-      tell_({"label", not_seen, strerror(errno), "look on the phone: ls -Z " + std::string(kSocket)});
+      tell_({"label", not_seen, strerror(errno), "look on the phone: ls -Z /dev/socket/atd"});
     } else if (strstr(label, ":socket_device:") != nullptr) {
       tell_({"label", fail, label, "add packaging/sepolicy to the board's policy: the socket has no label of its own"});
     } else {
@@ -140,20 +139,22 @@ class Doctor {
   // What the running simulated phone says of its daemon, "" for none.
   std::string told_version() const {
     Connection control;
-    if (!folder_ || folder_->empty() || control.open(*folder_ + kControlSocket, deadline()) != 0) return "";
-    control.send_bytes(to_line(ControlRequest{{"status"}, true, ""}), deadline());
-    std::string line;
-    char bytes[4096];
-    for (pollfd ready = {control.fd(), POLLIN, 0}; line.find('\n') == line.npos;) {
-      if (poll(&ready, 1, static_cast<int>(std::min(target_.timeout, 3600.0) * 1000)) <= 0) return "";
-      const ssize_t size = read(control.fd(), bytes, sizeof bytes);
-      if (size <= 0) return "";
-      line.append(bytes, static_cast<size_t>(size));
+    const Deadline end = deadline();
+    if (!folder_ || folder_->empty() || control.open(*folder_ + kControlSocket, end) != 0) return "";
+    control.send_bytes(to_line(ControlRequest{{"status"}, true, ""}), end);
+    InputLines lines(control.fd());
+    while (!lines.is_ready()) {
+      using std::chrono::milliseconds;
+      const auto left = std::chrono::duration_cast<milliseconds>(end - std::chrono::steady_clock::now()).count();
+      pollfd ready = {control.fd(), POLLIN, 0};
+      if (left <= 0 || poll(&ready, 1, static_cast<int>(std::min<int64_t>(left, 3600000))) <= 0) return "";
+      lines.fill();
     }
+    std::string line;
     ControlReply reply;
-    from_line(line.substr(0, line.find('\n')), &reply);
+    if (!lines.take(&line) || !from_line(line, &reply)) return "";
     const auto json = nlohmann::json::parse(reply.out, nullptr, false);
-    return json.is_object() ? json.value("daemon", "") : "";
+    return json.contains("daemon") && json["daemon"].is_string() ? json["daemon"].get<std::string>() : "";
   }
 
   void version() {
@@ -163,29 +164,25 @@ class Doctor {
     const std::string program = std::filesystem::read_symlink(fmt::format("/proc/{}/exe", peer_.pid), error).string();
     if (!told.empty()) found += ", " + told;
     if (folder_ && !program.empty()) found += ", " + program;
-    if (!told.empty() || (folder_ && !program.empty())) return tell_({"build", ok, found, ""});
-    tell_({"build", not_seen, found + ", the daemon's is not seen", "run atdctl where the daemon runs, as its user"});
+    if (told == "atd " ATD_VERSION) return tell_({"build", ok, found, ""});
+    if (!told.empty()) return tell_({"build", fail, found, "install both from one build"});
+    tell_({"build", not_seen, found + "; the daemon's version is not told", "install both from one build"});
   }
 
   // The daemon does not know who the platform is. Whoever else keeps a connection to it may be.
   void platform() {
-    std::ifstream sockets("/proc/net/unix");
-    int others = -1;  // but for this one
-    constexpr int kState = 5, kPath = 7;
-    for (std::string line; folder_ && connection_.is_open() && std::getline(sockets, line);) {
-      std::istringstream stream(line);
-      const std::vector<std::string> words{std::istream_iterator<std::string>(stream), {}};
-      others += words.size() > kPath && words[kState] == "03" && words[kPath] == target_.socket;
-    }
     if (!connection_.is_open()) return tell_({"platform", not_seen, "no connection", "mend the connection first"});
+    const int others = other_clients(target_.socket);
     if (others < 0) {
-      return tell_({"platform", not_seen, "the daemon's connections are not seen", "run atdctl on the phone, as root"});
+      tell_({"platform", not_seen, "the daemon's connections are not seen", "run atdctl on the phone, as root"});
+    } else if (others == 0) {
+      tell_({"platform", not_seen, "no other client is connected",
+             "start the platform's service; \"atdctl serve\" stands in for it"});
+    } else {
+      const std::string found = fmt::format("{} other {} connected; which is the platform is not told", others,
+                                            others == 1 ? "client is" : "clients are");
+      tell_({"platform", not_seen, found, "atdctl wait --platform"});
     }
-    if (others == 0) {
-      return tell_({"platform", not_seen, "no other client is connected",
-                    "start the platform's service; \"atdctl serve\" stands in for it"});
-    }
-    tell_({"platform", ok, fmt::format("{} other client{} connected", others, others == 1 ? " is" : "s are"), ""});
   }
 
   void ask_for(const Question& question) {

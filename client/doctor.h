@@ -30,13 +30,14 @@ enum NodeUse : unsigned { kRead = 1, kWritten = 2 };
 // A node or partition that the library opens. "%" and the letter after it stand for a number or a name.
 struct PortingNode {
   const char* path;
-  unsigned use;  // of NodeUse, 0 where only some phones have the node
+  unsigned use;  // of NodeUse, 0 where only some phones have the node; it is then checked for reading
 };
 
 // Those of the tables in docs/porting.md.
 std::span<const PortingNode> porting_nodes();
 
-// Checks whether the nodes are below the phone's folder, "" on a phone, and whether they may be read and written.
-void examine_nodes(const std::string& folder, const std::function<void(const Check&)>& tell);
+// Checks whether the nodes are below the phone's folder, "" on a phone, and whether they may be read and written. What
+// is closed to the caller is a failure where he may do as much as the daemon.
+void examine_nodes(const std::string& folder, bool is_as_daemon, const std::function<void(const Check&)>& tell);
 
 }  // namespace atd::client

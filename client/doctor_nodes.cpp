@@ -19,13 +19,13 @@ constexpr PortingNode kNodes[] = {
     // nodes: written by scripts/porting-tables
     {"/dev/block/bootdevice/by-name/%s", kRead},
     {"/dev/block/bootdevice/by-name/cache", kRead | kWritten},
-    {"/dev/block/bootdevice/by-name/misc", 0},
+    {"/dev/block/bootdevice/by-name/misc", kWritten},
     {"/dev/block/mmcblk0", 0},
     {"/dev/block/mmcblk0p1", 0},
     {"/dev/graphics/fb0", kRead},
     {"/dev/input/event%d", kRead | kWritten},
     {"/dev/rtc0", kRead},
-    {"/dev/sg3", kRead | kWritten},
+    {"/dev/sg3", 0},
     {"/proc/cmdline", kRead},
     {"/proc/meminfo", kRead},
     {"/proc/mounts", kRead},
@@ -36,7 +36,7 @@ constexpr PortingNode kNodes[] = {
     {"/proc/tav_power/adc/vph_pwr", kRead},
     {"/proc/tav_power/adc/xo_therm", kRead},
     {"/proc/tav_power/battery/capacity", 0},
-    {"/proc/tav_power/battery/present", 0},
+    {"/proc/tav_power/battery/present", kRead | kWritten},
     {"/proc/tav_power/battery/temp", kRead},
     {"/proc/tav_power/battery/voltage_now", 0},
     {"/proc/tav_power/charger/ibat_current", kRead},
@@ -44,7 +44,7 @@ constexpr PortingNode kNodes[] = {
     {"/proc/tav_power/lcd/brightness", kRead | kWritten},
     {"/proc/tav_power/platform/pcb_rev", kRead},
     {"/sys/block/mmcblk0/size", 0},
-    {"/sys/block/sd%c/size", kRead},
+    {"/sys/block/sd%c/size", 0},
     {"/sys/bus/i2c/devices/1-002d/at_pmrst", kRead},
     {"/sys/bus/i2c/devices/1-0036/capacity", 0},
     {"/sys/bus/i2c/devices/1-0036/fuelrst", 0},
@@ -92,8 +92,8 @@ std::vector<std::string> matching(const std::string& folder, std::string_view pa
   } else {
     for (size_t at; (at = name.find('%')) != name.npos;) name.replace(at, 2, "*");
     std::error_code error;
-    for (const auto& entry : std::filesystem::directory_iterator(folder + "/", error)) {
-      const std::string one = entry.path().filename().string();
+    for (std::filesystem::directory_iterator entry(folder + "/", error), last; entry != last; entry.increment(error)) {
+      const std::string one = entry->path().filename().string();
       if (fnmatch(name.c_str(), one.c_str(), 0) == 0) names.push_back(one);
     }
     if (error == std::errc::permission_denied) return {folder};
@@ -122,7 +122,7 @@ int error_of(const std::string& folder, const PortingNode& node) {
 
 std::span<const PortingNode> porting_nodes() { return kNodes; }
 
-void examine_nodes(const std::string& folder, const std::function<void(const Check&)>& tell) {
+void examine_nodes(const std::string& folder, bool is_as_daemon, const std::function<void(const Check&)>& tell) {
   std::vector<const char*> missing, forbidden;
   size_t good = 0;
   for (const PortingNode& node : kNodes) {
@@ -130,7 +130,7 @@ void examine_nodes(const std::string& folder, const std::function<void(const Che
     const std::string found = fmt::format("{}: {}", node.path, strerror(error));
     if (error == 0) ++good;
     else if (error == ENOENT && node.use == 0) missing.push_back(node.path);
-    else if (geteuid() != 0 && is_forbidden(error)) forbidden.push_back(node.path);
+    else if (!is_as_daemon && is_forbidden(error)) forbidden.push_back(node.path);
     else if (is_forbidden(error)) tell({"nodes", fail, found, "give the daemon's user and domain the permission"});
     else tell({"nodes", fail, found, "let the kernel have it, or do without what opens it: docs/porting.md"});
   }

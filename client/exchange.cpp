@@ -69,8 +69,8 @@ Failure no_permission(const std::string& socket) {
 }
 
 Failure went_away(const Target& target) {
-  return {kNoDaemon,
-          "the daemon at " + target.socket + " went away" + how_to_start(phone_root(target.socket).value_or(""))};
+  const std::string folder = phone_root(target.socket).value_or("");
+  return {kNoDaemon, "the daemon at " + target.socket + " went away" + how_to_start(folder)};
 }
 
 Failure timed_out(const Target& target, const std::string& what) {

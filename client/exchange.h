@@ -22,8 +22,8 @@ struct Target {
 // phone's own.
 std::string socket_path(const std::string& socket, const std::string& device);
 
-// The root folder of the phone that has this socket, "" on a phone itself; none where the path does not end as on a
-// phone.
+// The root folder of the phone that has this socket, "" on a phone itself; none where the path has another end than a
+// phone's.
 std::optional<std::string> phone_root(const std::string& socket);
 
 // The folder of the simulated phone that has this socket, or ATD_DEVICE where only that names one; "" for none.

@@ -330,7 +330,9 @@ TEST_F(Daemon, ServesADocumentedClientBesideABatch) {
   std::ofstream(root_ + "/client.py") << page.substr(begin, page.find("```", begin) - begin)
                                       << "import socket\nwith socket.socket(socket.AF_UNIX) as s:\n"
                                          "  s.connect('phone/dev/socket/atd')\n  for i in range(300):\n"
-                                         "    print(*request(s, 'phone/dev/socket/atd', 4010), flush=True)\n";
+                                         "    print(*request(s, 'phone/dev/socket/atd', 4010), flush=True)\n"
+                                         "  s.settimeout(5)\n  try: exchange(s, b'nonsense', b'601 ')\n"
+                                         "  except ValueError as error: print(error.args[0])\n";
   std::string batch, right, answers;
   for (int i = 0; i < 300; ++i) batch += "get_msn -> OK M123456\n", right += "0 0 b'SN77'\n";
   ASSERT_TRUE(start({"--device", "phone"}) && serves());
@@ -343,10 +345,11 @@ TEST_F(Daemon, ServesADocumentedClientBesideABatch) {
   EXPECT_EQ(0, atdctl("", {"--device", device, "batch"}, batch).status);
   sim::read_rest(fileno(python), &answers);
   pclose(python);
-  EXPECT_EQ(right, first + answers);
+  EXPECT_EQ(right + "b'500 Command not recognized'\n", first + answers);
   Peer platform(path("dev/socket/atd"));
-  const Outcome doctor = atdctl("", {"--device", device, "doctor"});
-  EXPECT_TRUE(doctor.status == 0 && has(doctor.out, "ok        platform    1 other client is co")) << doctor.out;
+  std::filesystem::create_directory_symlink(device, root_ + "/link");
+  const Outcome doctor = atdctl("", {"--device", root_ + "/link", "doctor"});
+  EXPECT_TRUE(doctor.status == 0 && has(doctor.out, "not seen  platform    1 other client is co")) << doctor.out;
 }
 
 }  // namespace
