@@ -13,7 +13,7 @@
 // Texts are terminated. A buffer is the caller's and holds at least the bytes that its contract names.
 #pragma once
 
-#define ATD_VERSION "0.6.0"
+#define ATD_VERSION "0.7.0"
 
 #include "transport/socket.h"           // serving the socket
 #include "transport/synchronisation.h"  // Mutex, CondVar

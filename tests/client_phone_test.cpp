@@ -138,10 +138,12 @@ TEST(ClientPhone, MasksLogsAndListsAlone) {
     EXPECT_EQ("IMEI 490154203237518", atdctl_phone(phone.root(), words(command + " --plain"s)).out);
   }
   EXPECT_EQ("IMEI 490154203237518", atdctl_phone(phone.root(), words("item get 13")).out);
-  FakePhone lists(R"({'out':'[{\"hex\":\"001a2b334455\"},{\"hex\":\"ff343930313534323033323337353138\"}]'})"
+  FakePhone lists(R"({'out':'[{\"index\":8,\"name\":\"a\",\"encoding\":\"bytes\",\"length\":6,\"value\":)"
+                  R"({\"hex\":\"001a2b334455\"}},{\"index\":9,\"name\":\"b\",\"encoding\":\"text\",\"length\":30,)"
+                  R"(\"value\":{\"hex\":\"ff343930313534323033323337353138\"}}]'})"
                   "\n{'status':0}\n");
   const std::string list = atdctl_phone(lists.root(), words("item list --json")).out;
-  EXPECT_TRUE(has(list, "\"001A2B…55#")) << list;
+  EXPECT_TRUE(has(list, "\"value\":\"001A2B…55#")) << list;
   EXPECT_TRUE(has(list, "{\"hex\":\"ff343930313534e280a6")) << list;
 }
 
@@ -194,7 +196,7 @@ TEST(ClientPhone, HelpNeedsNoPhone) {
   EXPECT_TRUE(has(items, "  item list ") && has(items, "  item import ") && !has(items, "  log ")) << items;
   const std::string set = atdctl_phone("", {"item", "set", "5", "--help"}).out;
   EXPECT_TRUE(has(set, "  item set INDEX|NAME VALUE  ") && !has(set, "  item get ")) << set;
-  EXPECT_EQ("atdctl 0.6.0\n", atdctl("", {"--version"}).out);
+  EXPECT_EQ("atdctl 0.7.0\n", atdctl("", {"--version"}).out);
   for (const std::string& line : commands_and_verbs()) {
     Strings asked = words(line + " --help"), help = words("help " + line);
     const std::string text = atdctl("", asked).out;
