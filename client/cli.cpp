@@ -13,6 +13,7 @@
 #include "desk/answer_rows.h"
 #include "desk/nearest.h"
 #include "desk/verb.h"
+#include "desk/words.h"
 
 namespace atd::client {
 namespace {
@@ -361,6 +362,7 @@ std::vector<std::string> take_verb(std::vector<std::string>* arguments) {
         (words.empty() || is(name, {"--json", "--help", "--plain", "--timeout", "--device", "--socket"}));
     if (phone && !ended && !value && argument == "--") {
       ended = true;
+      if (!words.empty() && words[0] == "call") words.push_back(argument);  // read_call takes it
     } else if (!ended && (value || option)) {
       value = !value && is(argument, {"--device", "--socket", "--timeout"});
       own.push_back(argument);

@@ -10,6 +10,7 @@
 
 #include "client/commands.h"
 #include "client/json.h"
+#include "desk/words.h"
 
 namespace atd::client {
 namespace {

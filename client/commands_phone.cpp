@@ -140,7 +140,7 @@ int run_phone(const PhoneArguments& arguments) {
     if (!call.error.empty() || !call.call || call.help) return print_answer(explain(call), arguments.json);
     const bool asked = !call.yes;
     if (!confirm(&call)) return kUsage;
-    if (asked && call.yes) request.words.push_back("--yes");
+    if (asked && call.yes) request.words.insert(request.words.begin() + 1, "--yes");
   }
   if (arguments.folder.empty()) return complain({kUsage, "no phone is named: give --device DIR or set ATD_DEVICE"});
   const int file = file_argument(*verb);

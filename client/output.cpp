@@ -181,18 +181,6 @@ std::string visible(const std::string& text) {
   return shown;
 }
 
-std::string wrapped(std::string_view text, size_t indent, size_t width) {
-  std::string lines;
-  size_t column = indent;
-  for (std::string_view word; !(word = take_word(&text)).empty(); column += word.size()) {
-    const bool fits = column + 1 + word.size() <= width;
-    if (!lines.empty()) lines += fits ? " " : "\n" + std::string(indent, ' ');
-    if (!lines.empty()) column = fits ? column + 1 : indent;
-    lines += word;
-  }
-  return lines + '\n';
-}
-
 timespec wall_clock() {
   timespec now;
   clock_gettime(CLOCK_REALTIME, &now);

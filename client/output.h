@@ -85,10 +85,6 @@ std::string hexdump(const std::string& bytes);
 // The text with control characters and what is not UTF-8 written as \n, \r, \t, \xNN.
 std::string visible(const std::string& text);
 
-// The words of a text in lines of at most `width` columns, where the words are short enough, each with its line end.
-// The caller has written `indent` columns before the first line; the others begin with so many spaces.
-std::string wrapped(std::string_view text, size_t indent, size_t width);
-
 // The local time of day with microseconds, "13:05:00.000001".
 std::string clock_time(const timespec& time);
 

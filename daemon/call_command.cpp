@@ -4,6 +4,7 @@
 
 #include "atd.h"
 #include "daemon/calls.h"
+#include "platform/os.h"
 
 namespace atd {
 
@@ -25,6 +26,7 @@ int call_command(int count, const char* const* words) {
   const CallAnswer answer = run(request, {"logcat -d -b all", false});
   const bool shown = fputs((json ? answer.json : answer.text).c_str(), stdout) >= 0 && fflush(stdout) == 0;
   if (!json && !answer.error.empty()) fprintf(stderr, "atd: %s\n", answer.error.c_str());
+  os_await_threads();  // a restart waits on one
   return shown ? answer.status : 74;
 }
 

@@ -11,14 +11,19 @@
 #include "daemon/calls/row.h"
 #include "daemon/calls/text.h"
 #include "desk/nearest.h"
+#include "desk/words.h"
 
 namespace atd {
 
 namespace {
 
+constexpr size_t kColumns = 80, kSummaryColumn = 30, kMeaningColumn = 16;
+constexpr size_t kShownWord = 80;  // bytes of a word that an error repeats
+
 // A parameter as its row names it.
 struct Name {
   std::string text;
+  size_t index = 0;      // among the function's parameters
   bool given = false;    // by the caller
   bool counted = false;  // the next parameter is its length
   bool binary = false;   // shown in hex, and given whole
@@ -28,7 +33,7 @@ struct Name {
 std::vector<Name> names_of(const Call& call) {
   std::vector<Name> names;
   const std::string arguments = call.arguments;
-  for (size_t at = 0; at < arguments.size();) {
+  for (size_t at = 0, index = 0; at < arguments.size();) {
     const size_t end = std::min(arguments.find(' ', at), arguments.size());
     const std::string word = arguments.substr(at, end - at);
     Name name;
@@ -37,6 +42,8 @@ std::vector<Name> names_of(const Call& call) {
     name.counted = word.back() == '#';
     name.binary = word.find('*') != word.npos;
     if (word.size() > name.text.size() + 1) name.size = strtoul(word.c_str() + name.text.size() + 1, nullptr, 10);
+    name.index = index;
+    index += name.counted ? 2 : 1;
     names.push_back(name);
     at = end + 1;
   }
@@ -65,6 +72,18 @@ const char* to_text(Success success) {
   return "";
 }
 
+std::string range(const ParameterType& type) {
+  return "number from " + std::to_string(type.lowest) + " to " + std::to_string(type.highest) + ", or 0x and hex";
+}
+
+// False for what is no pairs of hex digits.
+bool from_hex(std::string_view digits, std::string* bytes) {
+  bytes->clear();
+  while (take_hex_pair(&digits, bytes)) {
+  }
+  return digits.empty();
+}
+
 // Each takes a word of the caller's and returns "" or what is wrong with it.
 std::string take_number(const std::string& word, const ParameterType& type, Slot* slot) {
   const bool hex = word.find_first_of("xX") != word.npos;
@@ -73,7 +92,7 @@ std::string take_number(const std::string& word, const ParameterType& type, Slot
   slot->number = strtoll(word.c_str(), &end, hex ? 16 : 10);
   const bool whole = !word.empty() && word[0] > ' ' && word[0] != '+' && *end == '\0' && errno == 0;
   if (whole && slot->number >= type.lowest && slot->number <= type.highest) return "";
-  return "is no number from " + std::to_string(type.lowest) + " to " + std::to_string(type.highest) + ", or 0x and hex";
+  return "is no " + range(type);
 }
 
 std::string take_bytes(const std::string& word, const Name& name, Slot* slot) {
@@ -81,13 +100,14 @@ std::string take_bytes(const std::string& word, const Name& name, Slot* slot) {
   if (word.compare(0, 5, "text:") == 0) slot->bytes = word.substr(5);
   if (word.compare(0, 4, "hex:") == 0 && !from_hex(word.substr(4), &slot->bytes)) return "is no pairs of hex digits";
   const size_t got = slot->bytes.size();
-  const std::string room = std::to_string(name.size) + (name.size == 1 ? " byte" : " bytes");
-  if (name.binary && got != name.size) return "has " + std::to_string(got) + " bytes; write " + room + " as hex:00ff";
-  if (name.size == 0) {
-    return name.counted || slot->bytes.find('\0') == std::string::npos ? "" : "is a text with a NUL in it";
-  }
-  if (got > name.size) return "has " + std::to_string(got) + " bytes; there is room for " + room;
-  slot->bytes.resize(name.size);
+  if (name.size == 0 && name.counted) return "";
+  // A function may tell a whole text again, with its NUL.
+  const size_t most = name.size != 0 ? name.size : kToldSize - 1;
+  const std::string room = std::to_string(most) + (most == 1 ? " byte" : " bytes");
+  if (name.binary && got != most) return "has " + std::to_string(got) + " bytes; write " + room + " as hex:00ff";
+  if (got > most) return "has " + std::to_string(got) + " bytes; there is room for " + room;
+  if (name.size != 0) slot->bytes.resize(name.size);
+  else if (slot->bytes.find('\0') != std::string::npos) return "is a text with a NUL in it";
   return "";
 }
 
@@ -99,9 +119,7 @@ std::string take(const std::string& word, const ParameterType& type, const Name&
 }
 
 std::string wanted(const ParameterType& type, const Name& name) {
-  if (type.kind == Kind::number) {
-    return "a number from " + std::to_string(type.lowest) + " to " + std::to_string(type.highest) + ", or 0x and hex";
-  }
+  if (type.kind == Kind::number) return "a " + range(type);
   if (type.kind == Kind::character) return "one character";
   if (name.binary) return std::to_string(name.size) + " bytes, as hex:00ff or text:...";
   if (name.size != 0) return "at most " + std::to_string(name.size) + " bytes: a text, hex:00ff or text:...";
@@ -132,8 +150,8 @@ void tell(const ParameterType& type, const Name& name, const Slot& slot, const S
     json = "{\"isPass\":" + std::to_string(slot.test.isPass) + ",\"result\":" + std::to_string(slot.test.result) + "}";
   } else {
     const std::string bytes = bytes_told(name, slot, length);
-    text = name.binary ? "hex:" + as_hex(bytes) : shown_bytes(bytes);
-    json = name.binary ? "{\"hex\":\"" + as_hex(bytes) + "\"}" : json_bytes(bytes);
+    text = name.binary ? "hex:" + to_hex(bytes) : shown_bytes(bytes);
+    json = name.binary ? json_hex(bytes) : json_bytes(bytes);
   }
   while (!text.empty() && text.back() == '\n') text.pop_back();
   answer->text += name.text + (text.empty() ? "" : " ") + text + "\n";
@@ -153,13 +171,15 @@ std::string unknown(const std::string& name) {
   for (const LeftOut& left : functions_left_out()) {
     const std::string function = left.function;
     const std::string plain = function.substr(0, function.find('('));
-    if (plain == name || (plain.size() > name.size() + 2 && plain.substr(plain.find("::") + 2) == name)) {
+    const size_t scope = plain.find("::");
+    if (plain == name || (scope != plain.npos && plain.substr(scope + 2) == name)) {
       return name + " is not called by name: " + left.reason;
     }
   }
   std::vector<std::string> names;
   for (const Call& call : calls()) names.push_back(call.name);
-  return "no function is named \"" + name + "\"; nearest: " + listed(nearest(name, names, 3)) + "; \"call\" shows all";
+  return "no function is named \"" + shown_bytes(name) + "\"; nearest: " + listed(nearest(name, names, 3)) +
+         "; \"call\" shows all";
 }
 
 std::string row_json(const Call& call) {
@@ -174,19 +194,23 @@ std::string row_json(const Call& call) {
   return text + "],\"success\":" + (call.has_result ? json_bytes(to_text(call.success)) : "null") +
          ",\"destructive\":" + (call.effects & kDestroys ? "true" : "false") +
          ",\"platform\":" + (call.effects & kAsksPlatform ? "true" : "false") +
+         ",\"remembers\":" + (call.effects & kRemembers ? "true" : "false") +
          ",\"summary\":" + json_bytes(call.summary) + "}";
 }
 
+// What is to the left, and what is said about it: behind it from a column on, or below it where it is too long.
+std::string in_columns(std::string left, size_t column, const std::string& text) {
+  if (left.size() + 2 > column) left += "\n" + std::string(column, ' ');
+  else left.resize(column, ' ');
+  return left + wrapped(text, column, kColumns);
+}
+
 CallAnswer list_all() {
-  size_t width = 0;
-  const auto usage = [](const Call& call) { return call.name + (" " + given_names(call)); };
-  for (const Call& call : calls()) width = std::max(width, usage(call).size());
-  width = std::min<size_t>(width, 44);
   CallAnswer answer;
   for (const Call& call : calls()) {
-    std::string line = std::string(call.effects & kDestroys ? "!" : " ") + usage(call);
-    line.resize(std::max(width + 1, line.size()), ' ');
-    answer.text += line + "  " + call.summary + "\n";
+    const std::string given = given_names(call);
+    const std::string usage = call.name + (given.empty() ? "" : " " + given);
+    answer.text += in_columns((call.effects & kDestroys ? "!" : " ") + usage, kSummaryColumn, call.summary);
     answer.json += (answer.json.empty() ? "[" : ",") + row_json(call);
   }
   answer.text += "! destroys data or ends the phone's run, and needs --yes.\n";
@@ -251,18 +275,19 @@ CallAnswer explain(const CallRequest& request) {
   CallAnswer answer;
   const std::string given = given_names(call);
   answer.text = std::string("Usage: call ") + call.name + (given.empty() ? "" : " ") + given +
-                (call.effects & kDestroys ? " --yes" : "") + "\n" + call.summary + "\n\n";
+                (call.effects & kDestroys ? " --yes" : "") + "\n" + wrapped(call.summary, 0, kColumns) + "\n";
   const auto line = [&](const std::string& name, const std::string& what) {
-    answer.text += "  " + name + std::string(name.size() < 12 ? 12 - name.size() : 0, ' ') + "  " + what + "\n";
+    answer.text += in_columns("  " + name, kMeaningColumn, what);
   };
-  const ParameterType* type = call.types;
   for (const Name& name : names_of(call)) {
-    if (name.text != "-") line(name.text, name.given ? wanted(*type, name) : told(*type, name));
-    type += name.counted ? 2 : 1;
+    const ParameterType& type = call.types[name.index];
+    if (name.text != "-") line(name.text, name.given ? wanted(type, name) : told(type, name));
   }
   if (call.has_result) line("result", to_text(call.success));
   if (call.effects & kDestroys) answer.text += "It destroys data or ends the phone's run.\n";
   if (call.effects & kAsksPlatform) answer.text += "It asks the platform, which has to answer.\n";
+  if (call.effects & kRemembers)
+    answer.text += "It works on what the daemon's process remembers; \"atd call\" refuses it.\n";
   answer.json = row_json(call) + "\n";
   return answer;
 }
@@ -274,40 +299,44 @@ CallAnswer run(const CallRequest& request, const CallHost& host) {
   if ((call.effects & kDestroys) && !request.yes) {
     return refuse(&call, name + " destroys data or ends the phone's run; if that is meant, add --yes");
   }
+  if ((call.effects & kRemembers) && !host.is_daemon) {
+    return refuse(&call, name + " works on what the daemon's process remembers, and this is a process of its own");
+  }
   std::vector<Slot> slots(call.count + 1);
   const std::vector<Name> names = names_of(call);
-  size_t at = 0, word = 0;
+  size_t word = 0;
   for (const Name& parameter : names) {
-    Slot& slot = slots[at];
-    const ParameterType& type = call.types[at];
+    Slot& slot = slots[parameter.index];
+    const ParameterType& type = call.types[parameter.index];
     if (!parameter.given) {
       if (type.kind == Kind::text) slot.bytes.resize(std::max(kToldSize, parameter.size + 1));
     } else {
       const std::string& text = request.arguments[word++];
       const std::string wrong = take(text, type, parameter, &slot);
-      if (!wrong.empty()) return refuse(&call, parameter.text + ": \"" + text + "\" " + wrong);
+      if (!wrong.empty()) {
+        const std::string shown = text.size() > kShownWord ? "" : ": \"" + shown_bytes(text) + "\"";
+        return refuse(&call, parameter.text + shown + " " + wrong);
+      }
       if (parameter.counted) {
-        slots[at + 1].number = static_cast<long long>(slot.bytes.size());
-        if (slots[at + 1].number > call.types[at + 1].highest)
+        slots[parameter.index + 1].number = static_cast<long long>(slot.bytes.size());
+        if (slots[parameter.index + 1].number > call.types[parameter.index + 1].highest)
           return refuse(&call, parameter.text + ": too many bytes");
       }
     }
-    at += parameter.counted ? 2 : 1;
   }
   CallAnswer answer;
   const long long result = call.invoke(call.function, slots.data());
-  at = 0;
   for (const Name& parameter : names) {
-    if (!parameter.given && parameter.text != "-") {
-      tell(call.types[at], parameter, slots[at], parameter.counted ? &slots[at + 1] : nullptr, &answer);
-    }
-    at += parameter.counted ? 2 : 1;
+    if (parameter.given || parameter.text == "-") continue;
+    const Slot* slot = &slots[parameter.index];
+    tell(call.types[parameter.index], parameter, *slot, parameter.counted ? slot + 1 : nullptr, &answer);
   }
   if (call.has_result && is_failure(call.success, result)) {
     answer.status = 1;
-    answer.error = (call.effects & kAsksPlatform) && !host.has_platform
-                       ? name + " asks the platform, which only the daemon's own process reaches"
-                       : name + " says no (" + std::to_string(result) + "); the log may say why: " + host.log;
+    const bool is_outside = (call.effects & kAsksPlatform) && !host.is_daemon;
+    answer.error = name + " says no (" + std::to_string(result) + "); " +
+                   (is_outside ? "what asks the platform fails outside the daemon's own process; " : "") +
+                   "the log may say why: " + host.log;
   }
   answer.text += call.has_result ? "result " + std::to_string(result) + "\n" : "done\n";
   std::string given;

@@ -19,6 +19,7 @@ enum class Success {
 enum CallEffect {
   kDestroys = 1,      // erases or changes what cannot be brought back, or ends the phone's run; needs --yes
   kAsksPlatform = 2,  // fails where the platform does not answer
+  kRemembers = 4,     // works on what the daemon's process remembers, so that another process cannot call it
 };
 
 struct Slot;           // daemon/calls/row.h
@@ -64,7 +65,8 @@ struct CallRequest {
 CallRequest read_call(const std::vector<std::string>& words);
 
 // The answer in both forms, each with its line end, and the exit status: 0, 1 for a result that says no, 64 for words
-// that are wrong. The JSON has status and error in it.
+// that are wrong, for a call that destroys, without `yes`, or one that this process cannot make. The JSON has status
+// and error in it.
 struct CallAnswer {
   std::string text, json;
   int status = 0;
@@ -73,8 +75,8 @@ struct CallAnswer {
 
 // Where the functions run.
 struct CallHost {
-  const char* log;    // the command that shows the log
-  bool has_platform;  // whether this process serves the socket
+  const char* log;  // the command that shows the log
+  bool is_daemon;   // whether this process serves the socket, and so reaches the platform
 };
 
 // Shows the table, or explains a function.
@@ -83,8 +85,8 @@ CallAnswer explain(const CallRequest& request);
 // Calls the function. One that destroys is not called without `yes`.
 CallAnswer run(const CallRequest& request, const CallHost& host);
 
-// Asks a person on a terminal whether to go on with a function that destroys, and sets `yes` or returns false. Where
-// standard input or standard error is no terminal nobody is asked, and the call is refused.
+// Asks a person on a terminal whether to go on with a function that destroys, and sets `yes` or returns false. True
+// goes on: where nobody can be asked, because standard input or standard error is no terminal, `run` then refuses.
 bool confirm(CallRequest* request);
 
 }  // namespace atd

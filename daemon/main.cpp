@@ -26,14 +26,14 @@ void* boot(void*) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  // init's umask would take the library's folders from everybody else, whatever mode it asks for.
+  umask(022);
   if (argc > 1 && strcmp(argv[1], "call") == 0) return atd::call_command(argc - 2, argv + 2);
   // SIGTERM is blocked before the first thread starts, so that every thread leaves it to sigwait.
   sigset_t stop;
   sigemptyset(&stop);
   sigaddset(&stop, SIGTERM);
   sigprocmask(SIG_BLOCK, &stop, nullptr);
-  // init's umask would take the library's folders from everybody else, whatever mode it asks for.
-  umask(022);
   // A write to a client that is gone fails; it does not end the daemon.
   signal(SIGPIPE, SIG_IGN);
 

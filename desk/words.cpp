@@ -1,7 +1,9 @@
 #include "desk/words.h"
 
+#include <errno.h>
+#include <stdlib.h>
+
 #include <algorithm>
-#include <charconv>
 
 #include "text/hex.h"
 
@@ -34,7 +36,7 @@ bool take_hex_pair(std::string_view* text, std::string* bytes) {
 
 bool take_quoted(std::string_view* text, std::string* bytes) {
   constexpr std::string_view kNames = "\"\\nrt", kMeanings = "\"\\\n\r\t";
-  if (!text->starts_with('"')) return false;
+  if (text->empty() || text->front() != '"') return false;
   text->remove_prefix(1);
   while (!text->empty()) {
     char c = text->front();
@@ -58,10 +60,12 @@ bool take_quoted(std::string_view* text, std::string* bytes) {
 }
 
 bool read_number(std::string_view word, long long lowest, long long highest, int* number) {
-  const char* const end = word.data() + word.size();
-  long long value = 0;
-  const auto [rest, error] = std::from_chars(word.data(), end, value);
-  if (error != std::errc() || rest != end || value < lowest || value > highest) return false;
+  const std::string text(word);
+  if (text.empty() || text.find_first_not_of("-0123456789") != text.npos) return false;
+  char* end = nullptr;
+  errno = 0;
+  const long long value = strtoll(text.c_str(), &end, 10);
+  if (errno != 0 || *end != '\0' || value < lowest || value > highest) return false;
   *number = static_cast<int>(value);
   return true;
 }
@@ -73,6 +77,18 @@ std::string to_hex(std::string_view bytes) {
     text += "0123456789abcdef"[byte & 15];
   }
   return text;
+}
+
+std::string wrapped(std::string_view text, size_t indent, size_t width) {
+  std::string lines;
+  size_t column = indent;
+  for (std::string_view word; !(word = take_word(&text)).empty(); column += word.size()) {
+    const bool fits = column + 1 + word.size() <= width;
+    if (!lines.empty()) lines += fits ? " " : "\n" + std::string(indent, ' ');
+    if (!lines.empty()) column = fits ? column + 1 : indent;
+    lines += word;
+  }
+  return lines + '\n';
 }
 
 size_t utf8_size(std::string_view text, size_t at) {

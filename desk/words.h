@@ -1,5 +1,5 @@
-// Words, numbers and bytes in the text files and command lines of the desk. What a function takes is removed from the
-// front of the text.
+// Words, numbers and bytes in the text files and command lines of the desk, and on a phone in "atd call". What a
+// function takes is removed from the front of the text.
 #pragma once
 
 #include <stddef.h>
@@ -33,6 +33,10 @@ bool read_number(std::string_view word, long long lowest, long long highest, int
 
 // Two lower-case hex digits a byte.
 std::string to_hex(std::string_view bytes);
+
+// The words of a text in lines of at most `width` columns, where the words are short enough, each with its line end.
+// The caller has written `indent` columns before the first line; the others begin with so many spaces.
+std::string wrapped(std::string_view text, size_t indent, size_t width);
 
 // Bytes of the UTF-8 character at `at`; 0 when there is none.
 size_t utf8_size(std::string_view text, size_t at);

@@ -24,7 +24,7 @@ if(ATD_ANDROID_LIBRARIES)
   file(GLOB ATD_CALL_SOURCES CONFIGURE_DEPENDS daemon/call*.cpp daemon/calls/*.cpp)
   # The library does not export how properties are read.
   add_executable(atd daemon/main.cpp daemon/boot.cpp platform/android/properties.cpp ${ATD_CALL_SOURCES}
-    desk/nearest.cpp)
+    desk/nearest.cpp desk/words.cpp)
   set_target_properties(atd PROPERTIES CXX_STANDARD 17)
   target_link_libraries(atd PRIVATE atd_common_shared)
   if(ATD_CLIENT_INCLUDE_DIRS)

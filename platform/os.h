@@ -47,8 +47,11 @@ void os_sync();
 // Reads the size and free space of the file system that holds `path`; 0, or -1 with errno.
 int os_statfs(const char* path, struct statfs* result);
 
-// Starts a detached thread; 0, or the error number of pthread_create. `argument` stays the caller's.
+// Starts a detached thread; 0, or an error number. `argument` stays the caller's.
 int os_start_thread(void* (*body)(void*), void* argument);
+
+// Waits until every thread of os_start_thread has ended.
+void os_await_threads();
 
 // Connects to a local stream socket by its name ("vold"); a descriptor that the caller closes, or -1 with errno.
 int os_connect_local(const char* name);

@@ -767,18 +767,54 @@ TEST_F(CallsTest, EveryFunctionHasBeenCalled) {
 }
 
 TEST_F(CallsTest, WhatDestroysIsRefused) {
-  for (const char* name :
-       {"system_restart", "system_poweroff", "mmc_mmcformat", "mmc_mmcfactoryformat", "logsave_erase",
-        "Delete_Folder /data", "hidden_factoryreset", "factory_delete", "erase_partition",
-        "set_lcd_cal_data hex:01020304", "write_tav_imei 116 1", "tav_reset_production 0", "efs_unlink /nv/item",
-        "device_write /dev/block/bootdevice/by-name/misc 0 x"}) {
-    Words given = words_of(name);
-    given.insert(given.begin(), "call");
-    const ControlReply told = tell(given);
-    EXPECT_EQ(64, told.status) << name;
-    EXPECT_TRUE(told.error.ends_with("add --yes")) << told.error;
-    EXPECT_EQ("", told.out);
+  const ControlReply told = tell({"call", "device_write", "/dev/block/bootdevice/by-name/misc", "0", "x"});
+  EXPECT_EQ(64, told.status);
+  EXPECT_TRUE(told.error.ends_with("add --yes")) << told.error;
+  EXPECT_EQ("", told.out);
+}
+
+TEST(CallsOffline, TheEffects) {
+  std::string destroying, remembering;
+  for (const Call& call : calls()) {
+    if (call.effects & kDestroys) destroying += call.name + std::string(" ");
+    if (call.effects & kRemembers) remembering += call.name + std::string(" ");
   }
+  EXPECT_EQ(
+      "request_to_system set_factory_status set_pid set_lcd_cal_data set_imei_ftm_item set_meid_ftm_item "
+      "bt_addr_write handle_testmode_bt_write_request write_tav_impl write_tav_bcpl write_tav_idde "
+      "write_tav_otpe write_tav_fusg write_tav_cdbe write_tav_bcpe write_tav_pid2 write_tav_btad write_tav_pid "
+      "write_tav_imei read_tav_imei write_pid send_modem_data tav_diag_nvwrite get_tav_data_from_modem efs_write "
+      "efs_unlink mmc_mmcformat factory_format mmc_mmcfactoryformat system_restart system_poweroff system_dload "
+      "system_aat restart poweroff restart_with_reason power_off_with_cable wait_for_cable_disconnect "
+      "retry_power_off_with_cable system_set_env_property set_operator_clear pattern_clear "
+      "set_tav_test_script_cal_data tav_vco_self_tunning_write tav_reset_modem write_sysfs write_eri_sysfs "
+      "set_fuelguage_reset handle_atcmd_btad_assign resetTestResult set_devicetest_result_init save_file "
+      "device_write copy_log logsave_makezip logsave_erase Delete_Folder erase_crash_count copy_file copy_dir "
+      "clear_dest mts_log_erase saveScreenToFile FileToZip FolderToZip FolderFromZip sfactoryreset frst_run "
+      "frst_modem_data_clear frst_factory_item_clear factory_reset_callduration_erase hidden_factoryreset "
+      "hidden_factoryreset_sdcard factoryreset_crst hidden_factoryreset_sdcard_power_off erase_external_sdcard "
+      "factory_delete erase_partition xboot_data_init tav_reset_production ",
+      destroying);
+  EXPECT_EQ(
+      "ckpd_mapping qem_get_status modem_flight_status modem_flight_mode_get_status get_flight_status do_tsens "
+      "set_diag_tty_block diag_tty_blocked handle_testmode_btle_test_enable handle_testmode_btle_test_disable "
+      "handle_testmode_btle_tx_test_start handle_testmode_btle_tx_test_end handle_testmode_btle_rx_test_start "
+      "handle_testmode_btle_rx_test_end get_file_command get_file_data find_file hiddenmenu_frst ",
+      remembering);
+}
+
+TEST_F(CallsTest, ALongTextFitsItsAnswer) {
+  const ControlReply most = tell({"call", "bt_resp", "1", std::string(65535, 'x')});
+  EXPECT_EQ("told " + std::string(65535, 'x') + "\nresult 1\n", most.out);
+  const ControlReply told = tell({"call", "bt_resp", "1", std::string(100000, 'x')});
+  EXPECT_EQ("64 TEXT has 100000 bytes; there is room for 65535 bytes", std::to_string(told.status) + " " + told.error);
+}
+
+TEST(CallsOffline, EveryHelpFits80Columns) {
+  std::string text = explain({}).text;
+  for (const Call& call : calls()) text += explain({&call, {}, true}).text;
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), 80u) << line;
 }
 
 TEST_F(CallsTest, TheAnswerAsJson) {
@@ -798,6 +834,9 @@ TEST_F(CallsTest, TheAnswerAsJson) {
       {{"is_empty_dir", "/x"},
        R"({"name":"is_empty_dir","arguments":["/x"],"result":-1,"out":{},"status":1,"error":"is_empty_dir says no (-1); )"
        R"(the log may say why: atdctl phone log"})"},
+      {{"bt_resp", "\xff", "x"},
+       R"({"name":"bt_resp","status":64,"error":"RESULT: \"hex:ff\" is no number from -2147483648 to 2147483647, or 0x )"
+       R"(and hex"})"},
       {{"poweroff"},
        R"({"name":"poweroff","status":64,"error":"poweroff destroys data or ends the phone's run; if that is meant, )"
        R"(add --yes"})"},
@@ -844,6 +883,7 @@ TEST(CallsOffline, TheTableIsInTheClient) {
   EXPECT_EQ(64, wrong.status);
   EXPECT_TRUE(has(wrong.out, R"({"status":64,"error":"no function is named \"get_qme\"; nearest: get_qem)"))
       << wrong.out;
+  EXPECT_TRUE(has(told({"phone", "call", "\xff", "--json"}), R"("error":"no function is named \"hex:ff\")"));
 }
 
 TEST(CallsOffline, APersonOnATerminalIsAsked) {
@@ -863,6 +903,23 @@ TEST(CallsOffline, APersonOnATerminalIsAsked) {
   EXPECT_TRUE(confirm(&harmless) && !harmless.yes);
   char asked[200] = "";
   EXPECT_GT(read(terminal, asked, sizeof asked - 1), 0);
+  Words sent;
+  {
+    client::FakeServer phone("sim", "control", [&](int fd) {
+      std::string line;
+      for (char c; read(fd, &c, 1) == 1 && c != '\n';) line += c;
+      ControlRequest request;
+      EXPECT_TRUE(from_line(line, &request)) << line;
+      sent = request.words;
+      client::FakeServer::say(fd, to_line(ControlReply{.last = true}) + "BYE");
+    });
+    EXPECT_GT(write(terminal, "y\n", 2), 0);
+    client::atdctl("", {"phone", "--device", phone.root(), "call", "set_pid", "--", "--yes"}, "", [&] {
+      dup2(other_end, STDIN_FILENO);
+      dup2(other_end, STDERR_FILENO);
+    });
+  }
+  EXPECT_EQ((Words{"call", "--yes", "set_pid", "--", "--yes"}), sent);
   dup2(before[0], STDIN_FILENO);
   dup2(before[1], STDERR_FILENO);
   for (int fd : {terminal, other_end, before[0], before[1]}) close(fd);
@@ -880,9 +937,17 @@ TEST_F(CallsTest, TheDaemonsOwnCommand) {
   };
   EXPECT_EQ("0|volts 4.20\nresult 0\n||", call({"get_battery_voltage"}) + "|");
   EXPECT_EQ("0|result 0\n|", call({"efs_write", "/nv/item", "a", "--yes"})) << "the modem interface is open";
-  EXPECT_EQ("1|answer\nresult 1\n|atd: pattern_clear asks the platform, which only the daemon's own process reaches\n",
-            call({"pattern_clear", "x", "--yes"}));
+  EXPECT_EQ(
+      "1|answer\nresult 1\n|atd: pattern_clear says no (1); what asks the platform fails outside the daemon's own "
+      "process; the log may say why: logcat -d -b all\n",
+      call({"pattern_clear", "x", "--yes"}));
+  EXPECT_EQ(
+      "64||atd: get_flight_status works on what the daemon's process remembers, and this is a process of its own\n",
+      call({"get_flight_status"}));
+  EXPECT_TRUE(has(call({"get_flight_status", "--help"}), "process remembers;"));
   EXPECT_TRUE(has(call({"--json", "poweroff"}), R"(64|{"name":"poweroff","status":64,)"));
+  EXPECT_EQ("0|result 0\n|", call({"system_restart", "--yes"}));
+  EXPECT_TRUE(has(tell({"power", "history"}).out, "refused reboot")) << "it ends after the restart";
   EXPECT_TRUE(has(call({}), "get_battery_voltage"));
 }
 

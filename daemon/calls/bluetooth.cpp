@@ -1,4 +1,5 @@
 // The Bluetooth test modes.
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <string>
@@ -21,7 +22,7 @@ int assign_address(const char* digits, char* out) {
 // A pipe stands for the USB port; it holds more than a reply has.
 int relay(const void* data, int length, char* reply, int* reply_length) {
   int ends[2];
-  if (pipe(ends) != 0) return -1;
+  if (pipe2(ends, O_CLOEXEC) != 0) return -1;
   const int result = bt_check_BleCmd(ends[1], static_cast<const unsigned char*>(data), length);
   close(ends[1]);
   const ssize_t got = read(ends[0], reply, kToldSize);
@@ -45,12 +46,13 @@ std::vector<Row> bluetooth_calls() {
        "Enters (2) or leaves (3) the mode; the units come first."},
       {FUNCTION(handle_testmode_bt_test_mode_assign), "CODE", zero, "Enters (1, 11 to 42) or leaves (5) the mode."},
       {FUNCTION(enter_bt_test_mode), "VALUE", zero, "Enters (2, 11 to 42) or leaves (3) the test mode."},
-      {FUNCTION(handle_testmode_btle_test_enable), "", zero, "Switches the tests of Low Energy on."},
-      {FUNCTION(handle_testmode_btle_test_disable), "", zero, "Switches them off."},
-      {FUNCTION(handle_testmode_btle_tx_test_start), "CODE", zero, "Starts to send on channel CODE - 41."},
-      {FUNCTION(handle_testmode_btle_tx_test_end), "", zero, "Ends that."},
-      {FUNCTION(handle_testmode_btle_rx_test_start), "CHANNEL", zero, "Starts to receive on a channel."},
-      {FUNCTION(handle_testmode_btle_rx_test_end), "packets", zero, "Ends that and tells how many packets came."},
+      {FUNCTION(handle_testmode_btle_test_enable), "", zero, "Switches the tests of Low Energy on.", kRemembers},
+      {FUNCTION(handle_testmode_btle_test_disable), "", zero, "Switches them off.", kRemembers},
+      {FUNCTION(handle_testmode_btle_tx_test_start), "CODE", zero, "Starts to send on channel CODE - 41.", kRemembers},
+      {FUNCTION(handle_testmode_btle_tx_test_end), "", zero, "Ends that.", kRemembers},
+      {FUNCTION(handle_testmode_btle_rx_test_start), "CHANNEL", zero, "Starts to receive on a channel.", kRemembers},
+      {FUNCTION(handle_testmode_btle_rx_test_end), "packets", zero, "Ends that and tells how many packets came.",
+       kRemembers},
       {"bt_check_BleCmd", relay, "DATA# reply:65536#", value, "Has the controller carry out a tester's command: 1."},
   };
 }

@@ -33,14 +33,14 @@ std::vector<Row> channel_calls() {
   return {
       {FUNCTION(init_modem_interface), "CLIENT", zero, "Opens the modem interface with a client handle."},
       {FUNCTION(request_to_system), "OPCODE DATA# data:2048# status", zero, "Asks the modem or the platform.",
-       kAsksPlatform},
+       kDestroys | kAsksPlatform},
 
       {"SendKey", send_key, "KEY", zero, "Has the platform press a key by number.", kAsksPlatform},
       {"SendKey_hold", hold_key, "KEY HOLD", zero, "Has it held for HOLD times 100 ms.", kAsksPlatform},
       {"SendKey_release", release_key, "RELEASE KEY", zero, "Has it released, or pressed (0).", kAsksPlatform},
       {FUNCTION(ckpd_send_event), "CODE", zero, "Has the platform click the key of an AT keypad character.",
        kAsksPlatform},
-      {FUNCTION(ckpd_mapping), "", any, "Fills the AT keypad table."},
+      {FUNCTION(ckpd_mapping), "", any, "Fills the AT keypad table.", kRemembers},
       {"testmode_key_mapping", tell_key_table, "keys", any, "Fills the test mode's table of keys and tells it."},
       {FUNCTION(keypad_change_keycode), "CODE", any, "Tells the test mode's key of a code, 0 for none."},
       {FUNCTION(send_key_native), "KEY PRESSED", zero, "Writes a key event, 1 pressed or 0, to an input device."},

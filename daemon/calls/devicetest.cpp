@@ -20,8 +20,7 @@ int split(const char* text, char* tokens) {
 }
 
 int take_file(int type, const char* path, unsigned* size, char* data, int* length) {
-  static file_cmd_reply reply;
-  reply = {};
+  file_cmd_reply reply = {};
   const int result = get_file_command(type, path, &reply);
   *size = reply.size;
   *length = static_cast<int>(reply.length);
@@ -83,9 +82,10 @@ std::vector<Row> devicetest_calls() {
       {FUNCTION(get_touch_version), "version:70#", zero, "Reads the touch firmware's version."},
       {FUNCTION(touch_version_compare), "EXPECTED", zero, "Compares it; the last character does not count."},
       {FUNCTION(touch_atoi), "TEXT", any, "Reads the decimal number that a text begins with."},
-      {"get_file_command", take_file, "TYPE PATH size data:2048#", zero, "Opens (0), reads (1) or closes (2) a file."},
+      {"get_file_command", take_file, "TYPE PATH size data:2048#", zero, "Opens (0), reads (1) or closes (2) a file.",
+       kRemembers},
       {FUNCTION(get_file_length), "PATH", size, "Takes a file into memory for get_file_data and tells its size."},
-      {"get_file_data", take_data, "data:2048#", any, "Tells the next bytes of that file."},
+      {"get_file_data", take_data, "data:2048#", any, "Tells the next bytes of that file.", kRemembers},
       {FUNCTION(save_file), "PATH DATA#", zero, "Writes a file.", kDestroys},
       {FUNCTION(midauto_sdcheck), "", zero, "Starts the MID test tool from the SD card, after 20 seconds."},
       {"device_write", write_device, "PATH OFFSET DATA#", zero, "Writes bytes into a partition.", kDestroys},

@@ -40,7 +40,8 @@ int write_efs(const char* path, const void* data, int count) {
 
 std::vector<Row> factory_calls() {
   return {
-      {"qem_get_status", read_qem_get_status, "", any, "Tells the QEM flag as it was last read or written."},
+      {"qem_get_status", read_qem_get_status, "", any, "Tells the QEM flag as it was last read or written.",
+       kRemembers},
       {FUNCTION(init_factory_item), "ARGUMENT", zero, "Opens the factory item store."},
       {FUNCTION(get_factory_status), "", value, "Tells the factory status."},
       {FUNCTION(set_factory_status), "VALUE", zero, "Stores the factory status.", kDestroys},
@@ -158,7 +159,8 @@ std::vector<Row> factory_calls() {
       {FUNCTION(read_tav_pesn), "pesn:2048#", zero, "Reads the modem's pseudo ESN."},
       {FUNCTION(write_tav_imei), "OPCODE DATA# answer:2048#", zero, "Writes an IMEI by the modem's opcode for it.",
        kDestroys},
-      {FUNCTION(read_tav_imei), "OPCODE DATA# answer:2048#", zero, "Reads an IMEI by the modem's opcode for it."},
+      {FUNCTION(read_tav_imei), "OPCODE DATA# answer:2048#", zero,
+       "Reads an IMEI by the modem's opcode for it; any other is sent, too.", kDestroys},
       {"make_imei_chksum", make_checksum, "DIGITS:15 imei:15", any, "Puts the check digit behind 14 digits."},
       {FUNCTION(imei_check_on_boot), "", zero, "Copies the modem's IMEI to its item where they differ."},
       {FUNCTION(meid_check_on_boot), "", zero, "Copies the modem's MEID to its item where they differ."},
@@ -170,7 +172,8 @@ std::vector<Row> factory_calls() {
       {FUNCTION(receive_modem_data), "data:4194304#", zero, "Receives the modem's bulk data."},
       {FUNCTION(tav_diag_nvread), "ITEM data:128", zero, "Reads a numbered item of the modem."},
       {FUNCTION(tav_diag_nvwrite), "ITEM DATA:128", zero, "Writes a numbered item of the modem.", kDestroys},
-      {FUNCTION(get_tav_data_from_modem), "OPCODE DATA# answer:2048#", zero, "Makes a request of the modem."},
+      {FUNCTION(get_tav_data_from_modem), "OPCODE DATA# answer:2048#", zero, "Makes a request of the modem.",
+       kDestroys},
       {"campreq", camp, "BAND", zero, "Has the modem camp on a band from 4 to 94."},
       {"campreq_text", camp_by_text, "ARGUMENTS answer", zero, "Has the modem camp by arguments with commas."},
 

@@ -11,7 +11,8 @@ int read_hiddenmenu_frst() { return hiddenmenu_frst; }
 
 std::vector<Row> reset_calls() {
   return {
-      {"hiddenmenu_frst", read_hiddenmenu_frst, "", any, "Tells whether a reset clears the SD card, too: 1, else 0."},
+      {"hiddenmenu_frst", read_hiddenmenu_frst, "", any, "Tells whether a reset clears the SD card, too: 1, else 0.",
+       kRemembers},
       {FUNCTION(sfactoryreset), "", zero, "Goes on with the factory reset from its present status.", kDestroys},
       {FUNCTION(frst_run), "STATUS", zero, "Runs the step of one factory status.", kDestroys},
       {FUNCTION(frst_modem_data_clear), "", zero, "Has the modem clear its data.", kDestroys},

@@ -2,13 +2,16 @@
 //
 // ARGUMENTS has a name for each parameter. The caller gives those in upper case, the function those in lower case:
 // an `int` or `char` in upper case, an `int*` or `unsigned char*` in lower case, a text or bytes in either.
+// clang-format off
 //   TEXT     a text                     text     a text that ends at its NUL
-//   DATA#    any bytes, whose number    data#    bytes, whose number is the next parameter and needs no name
-//   DATA:20  at most 20 bytes, filled   data:20  20 bytes, shown without the NULs behind them; data:20# has that much
-//   room
+//   DATA#    any bytes, whose number    data:20# bytes, whose number is the next parameter, too; there is room for 20
+//            is the next parameter,
+//            which needs no name
+//   DATA:20  at most 20 bytes, filled   data:20  20 bytes, shown without the NULs behind them
 //            up with NULs
 //   DATA*6   6 bytes                    data*6   6 bytes, shown in hex
 //                                       -        nothing: the function does not use it
+// clang-format on
 #pragma once
 
 #include <limits>

@@ -11,7 +11,7 @@ namespace {
 
 int read_modem_flight_status() { return modem_flight_status; }
 
-// A line for each cable: above, up to, kilo-ohms.
+// "ABOVE-UP TO=KILO-OHMS" for each cable, with spaces between them.
 void tell_cables(const int32_t (&rows)[3][3], char* out) {
   std::string text;
   for (const auto& row : rows) {
@@ -107,13 +107,14 @@ std::vector<Row> system_calls() {
       {FUNCTION(get_phone_number), "number:2048#", zero, "Asks the platform for the phone number.", kAsksPlatform},
       {FUNCTION(get_mcc_list), "TEXT codes", zero, "Takes the codes out of a list of quoted texts."},
 
-      {"modem_flight_status", read_modem_flight_status, "", any, "Tells the modem's flight mode as last set."},
+      {"modem_flight_status", read_modem_flight_status, "", any, "Tells the modem's flight mode as last set.",
+       kRemembers},
       {FUNCTION(flight_mode_get_status), "status", zero, "Asks the platform for its flight mode.", kAsksPlatform},
       {FUNCTION(flight_set_mode), "TEXT answer", zero, "Sets the platform's flight mode.", kAsksPlatform},
       {FUNCTION(flight_set_mode_to_modem), "MODE answer", zero, "Switches the modem's flight mode on (1) or off.",
        kAsksPlatform},
-      {FUNCTION(modem_flight_mode_get_status), "status", zero, "Tells the modem's flight mode as text."},
-      {FUNCTION(get_flight_status), "", any, "Tells the modem's flight mode."},
+      {FUNCTION(modem_flight_mode_get_status), "status", zero, "Tells the modem's flight mode as text.", kRemembers},
+      {FUNCTION(get_flight_status), "", any, "Tells the modem's flight mode.", kRemembers},
       {FUNCTION(wait_for_state), "STATE", one, "Waits about a second for sys.usb.state to have this value: 1, else 0."},
       {FUNCTION(get_usb_lock), "", value, "Tells the USB lock."},
       {FUNCTION(set_usb_lock), "DIGIT", zero, "Sets the USB lock."},
@@ -169,15 +170,16 @@ std::vector<Row> system_calls() {
       {FUNCTION(get_tsens_count), "", any, "Counts the chip's temperature sensors."},
       {FUNCTION(get_tsens_temp), "NUMBER degrees", zero, "Tells the degrees of the thermal zone NUMBER + 2."},
       {FUNCTION(get_tsens_temp_rec), "SENSOR degrees", zero, "Tells a sensor's degrees; the first is 1."},
-      {FUNCTION(do_tsens), "SENSOR OPERATION answer", zero, "Selects a sensor (1), tells it (2) or how many (3)."},
+      {FUNCTION(do_tsens), "SENSOR OPERATION answer", zero, "Selects a sensor (1), tells it (2) or how many (3).",
+       kRemembers},
       {FUNCTION(get_xo_therm_temp), "- degrees:12#", zero, "Tells the crystal's degrees."},
       {FUNCTION(store_xo_therm), "TEXT", any, "Takes the crystal's degrees out of its node's text."},
       {FUNCTION(get_rtc_time), "time", zero, "Tells the real-time clock's time."},
       {FUNCTION(get_backcover_color), "colour", zero, "Tells the number of the back cover's colour."},
       {FUNCTION(get_pm_reset), "reason", zero, "Tells what reset the power chip."},
 
-      {FUNCTION(set_diag_tty_block), "BLOCK", any, "Blocks the diagnostic tty, or unblocks it (0)."},
-      {FUNCTION(diag_tty_blocked), "", any, "Tells whether the diagnostic tty is blocked: 1, else 0."},
+      {FUNCTION(set_diag_tty_block), "BLOCK", any, "Blocks the diagnostic tty, or unblocks it (0).", kRemembers},
+      {FUNCTION(diag_tty_blocked), "", any, "Tells whether the diagnostic tty is blocked: 1, else 0.", kRemembers},
   };
 }
 

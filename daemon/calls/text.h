@@ -5,14 +5,13 @@
 
 namespace atd {
 
-// Two lower-case hex digits a byte, and back; false for what is no pairs of digits.
-std::string as_hex(const std::string& bytes);
-bool from_hex(const std::string& digits, std::string* bytes);
-
 // A text as it is; "hex:00ff" for what is not UTF-8 or has control characters other than line ends and tabs.
 std::string shown_bytes(const std::string& bytes);
 
-// The same as JSON: a text in quotes, or {"hex":"00ff"} for what is not UTF-8.
+// Bytes as JSON: {"hex":"00ff"}.
+std::string json_hex(const std::string& bytes);
+
+// The same for what is not UTF-8, and for a text the text in quotes.
 std::string json_bytes(const std::string& bytes);
 
 }  // namespace atd

@@ -11,6 +11,34 @@
 
 namespace atd {
 
+namespace {
+
+struct Start {
+  void* (*body)(void*);
+  void* argument;
+};
+
+pthread_mutex_t g_threads_lock = PTHREAD_MUTEX_INITIALIZER;
+pthread_cond_t g_threads_ended = PTHREAD_COND_INITIALIZER;
+int g_threads = 0;
+
+void count_threads(int more) {
+  pthread_mutex_lock(&g_threads_lock);
+  g_threads += more;
+  if (g_threads == 0) pthread_cond_broadcast(&g_threads_ended);
+  pthread_mutex_unlock(&g_threads_lock);
+}
+
+void* run(void* argument) {
+  const Start start = *static_cast<Start*>(argument);
+  free(argument);
+  start.body(start.argument);
+  count_threads(-1);
+  return nullptr;
+}
+
+}  // namespace
+
 int os_ioctl(int fd, ioctl_request_t request, void* argument) { return ioctl(fd, request, argument); }
 
 int os_system(const char* command) { return system(command); }
@@ -43,10 +71,25 @@ void os_sync() { sync(); }
 int os_statfs(const char* path, struct statfs* result) { return statfs(path, result); }
 
 int os_start_thread(void* (*body)(void*), void* argument) {
+  Start* start = static_cast<Start*>(malloc(sizeof(Start)));
+  if (!start) return ENOMEM;
+  *start = {body, argument};
+  count_threads(1);
   pthread_t thread;
-  int error = pthread_create(&thread, nullptr, body, argument);
-  if (error == 0) pthread_detach(thread);
+  const int error = pthread_create(&thread, nullptr, run, start);
+  if (error == 0) {
+    pthread_detach(thread);
+  } else {
+    free(start);
+    count_threads(-1);
+  }
   return error;
+}
+
+void os_await_threads() {
+  pthread_mutex_lock(&g_threads_lock);
+  while (g_threads != 0) pthread_cond_wait(&g_threads_ended, &g_threads_lock);
+  pthread_mutex_unlock(&g_threads_lock);
 }
 
 int os_connect_local(const char* name) {

@@ -124,6 +124,8 @@ int os_start_thread(void* (*body)(void*), void* argument) {
   return SimulatedDevice::current().threads.start(body, argument);
 }
 
+void os_await_threads() { SimulatedDevice::current().threads.await_none(); }
+
 int os_connect_local(const char* name) {
   if (refuse(Call::connect, name, ECONNREFUSED)) return -1;
   return connect_to(SimulatedDevice::current().path(std::string("/dev/socket/") + name));
