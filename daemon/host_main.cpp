@@ -141,15 +141,10 @@ void boot_again(const Options& options, const char* log_level, int spare_socket)
 
 // Makes the folder of a phone that goes away.
 bool make_scratch(Options* options) {
-  std::error_code error;
-  std::string folder = (std::filesystem::temp_directory_path(error) / "atd-XXXXXX").string();
-  if (!error && !mkdtemp(folder.data())) error.assign(errno, std::generic_category());
-  if (error) {
-    say("no folder can be made in TMPDIR, or /tmp: " + error.message() + "; set TMPDIR to another one");
-    return false;
-  }
-  options->device = folder;
-  return true;
+  std::string error;
+  options->device = atd::sim::make_temporary("atd", &error);
+  if (!error.empty()) say(error);
+  return error.empty();
 }
 
 void forget_scratch(const Options& options) {

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <limits.h>
 #include <stdio.h>
+#include <stdlib.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -130,6 +131,15 @@ void remove_leftovers(const std::string& folder) {
   for (const auto& entry : fs::directory_iterator(folder, error)) {
     if (entry.path().filename().string().find(kFresh) != std::string::npos) fs::remove(entry.path(), error);
   }
+}
+
+std::string make_temporary(const std::string& prefix, std::string* error) {
+  std::error_code failed;
+  std::string folder = fs::temp_directory_path(failed) / (prefix + "-XXXXXX");
+  if (!failed && mkdtemp(folder.data())) return folder;
+  if (!failed) failed.assign(errno, std::generic_category());
+  *error = "no folder can be made in TMPDIR, or /tmp: " + failed.message() + "; set TMPDIR to another one";
+  return "";
 }
 
 bool make_folders(const std::string& path) {

@@ -33,6 +33,9 @@ bool write_file(const std::string& path, const std::string& content, bool synced
 // Waits until the names in a folder are on the medium; false with errno.
 bool sync_folder(const std::string& path);
 
+// Makes a folder PREFIX-XXXXXX for what goes away, in TMPDIR or /tmp: its path; "" with a sentence in *error.
+std::string make_temporary(const std::string& prefix, std::string* error);
+
 // Removes the unfinished files that killed writers have left in a folder.
 void remove_leftovers(const std::string& folder);
 

@@ -64,7 +64,7 @@ TEST_F(VerbTest, AnExportLeavesNothingOutUnasked) {
   put("/sim/stray");
   tell_all({{{"export", "-"}, 1, "--leave-out leaves it out: /sim/stray: nothing"},
             {{"export", "-", "--all"}, 64, "write --leave-out"},
-            {{"export", "-", "--leave-out"}, 0, "# left out: /sim/stray: nothing"}});
+            {{"export", "-", "--leave-out"}, 0, "# left out: \"/sim/stray: nothing"}});
 }
 
 TEST_F(VerbTest, ItemsAreTypedByTheirEncoding) {

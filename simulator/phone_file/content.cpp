@@ -18,6 +18,7 @@ namespace {
 
 constexpr size_t kRun = 16;      // as many zeros are a run
 constexpr size_t kHexLine = 32;  // bytes
+constexpr off_t kBlock = 65536;
 
 // The pieces of a content: runs of zeros, given by their length, and what is between them.
 struct Piece {
@@ -80,6 +81,17 @@ std::string to_toml(const Piece& piece, bool raw) {
 
 }  // namespace
 
+bool Content::put(int64_t at, std::string more) {
+  size = at + static_cast<int64_t>(more.size());
+  more.erase(more.find_last_not_of('\0') + 1);
+  // Zeros alone cost no memory.
+  if (more.empty()) return true;
+  if (at + static_cast<int64_t>(more.size()) > kBytesMax) return errno = EFBIG, false;
+  bytes.resize(static_cast<size_t>(at));
+  bytes += more;
+  return true;
+}
+
 std::string Content::whole() const {
   std::string all = bytes;
   all.resize(static_cast<size_t>(size));
@@ -96,21 +108,24 @@ Content content_of(std::string bytes) {
 
 bool read_content(const std::string& path, Content* content) {
   const int fd = open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
-  struct stat file;
+  struct stat file = {};
   if (fd < 0) return false;
   bool whole = fstat(fd, &file) == 0;
-  std::string bytes;
+  if (file.st_size > kSizeMax) whole = false, errno = EFBIG;
+  std::string block(kBlock, '\0');
+  *content = {};
   // A partition is mostly a hole.
   for (off_t at = 0, end = 0; whole && (at = lseek(fd, end, SEEK_DATA)) >= 0;) {
     end = lseek(fd, at, SEEK_HOLE);
-    bytes.resize(static_cast<size_t>(end));
-    for (ssize_t got = 1; whole && at < end; at += got) {
-      got = pread(fd, bytes.data() + at, static_cast<size_t>(end - at), at);
-      whole = got > 0;
+    for (ssize_t got = 0; whole && at < end; at += got) {
+      errno = EIO;  // where the file has become shorter
+      got = pread(fd, block.data(), static_cast<size_t>(std::min(end - at, kBlock)), at);
+      whole = got > 0 && content->put(at, block.substr(0, static_cast<size_t>(got)));
     }
   }
-  *content = content_of(std::move(bytes));
-  content->size = file.st_size;
+  // Nothing but a hole follows.
+  whole = whole && errno == ENXIO;
+  content->size = std::max<int64_t>(content->size, file.st_size);
   const int error = errno;
   close(fd);
   errno = error;

@@ -8,9 +8,16 @@
 
 namespace atd::sim {
 
+// The limits of a content that has a value.
+inline constexpr int64_t kSizeMax = int64_t{1} << 36;
+inline constexpr int64_t kBytesMax = int64_t{64} * 1024 * 1024;  // before its last run of zeros
+
 struct Content {
   std::string bytes;  // without the zeros at the end
   int64_t size = 0;   // with them
+
+  // Puts bytes at a place that is not before the last ones, with zeros in between; false with errno beyond the limit.
+  bool put(int64_t at, std::string bytes);
 
   // The whole of a small one.
   std::string whole() const;
@@ -21,7 +28,7 @@ struct Content {
 // The content of bytes, zeros at the end and all.
 Content content_of(std::string bytes);
 
-// Reads a file that is no link, without its holes; false with errno.
+// Reads a file that is no link, without its holes; false with errno, which is EFBIG beyond the limits.
 bool read_content(const std::string& path, Content* content);
 
 // Makes a file with this content; false with errno, and EEXIST where something is in its place.

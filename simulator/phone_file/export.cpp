@@ -1,5 +1,4 @@
 #include <errno.h>
-#include <stdlib.h>
 #include <string.h>
 
 #include <algorithm>
@@ -35,17 +34,19 @@ constexpr const char* kSections[] = {"build", "properties", "items",    "modem",
 
 using Tree = std::map<std::string, fs::file_type>;
 
-// What is in a folder, by its path there ("/data/x"); a walk that fails adds a line to *failures.
-Tree tree_of(const std::string& root, std::vector<std::string>* failures) {
+// What is in a folder, by its path there ("/data/x"); none of a folder that is not there. A walk that fails leaves a
+// sentence in *error.
+Tree tree_of(const std::string& root, std::string* error) {
   Tree tree;
   std::error_code failed, ignored;
   fs::recursive_directory_iterator entry(root, failed);
+  if (failed == std::errc::no_such_file_or_directory) return tree;
   for (; !failed && entry != fs::recursive_directory_iterator(); entry.increment(failed)) {
     const std::string path = entry->path().string().substr(root.size());
     // A file that somebody is writing is not there yet.
     if (path.find(".new~") == path.npos) tree[path] = entry->symlink_status(ignored).type();
   }
-  if (failed && failed != std::errc::no_such_file_or_directory) failures->push_back(root + ": " + failed.message());
+  if (failed) *error = root + " cannot be read to its end: " + failed.message() + "; try again";
   return tree;
 }
 
@@ -91,19 +92,23 @@ bool is_as_new(const SimulatedDevice& device, const std::string& setting) {
 
 // A folder that goes away.
 struct Temporary {
-  std::string path = (fs::temp_directory_path() / "atd-new-XXXXXX").string();
-  bool made = mkdtemp(path.data()) != nullptr;
+  explicit Temporary(std::string* error) : path(make_temporary("atd-new", error)) {}
   ~Temporary() {
     std::error_code ignored;
-    if (made) fs::remove_all(path, ignored);
+    if (!path.empty()) fs::remove_all(path, ignored);
   }
+  const std::string path;  // "" when it could not be made
 };
+
+// A text for somebody's eyes.
+std::string shown(const std::string& text) { return is_utf8(text) ? text : "hex:" + to_hex(text); }
 
 class Exporter {
  public:
   Exporter(SimulatedDevice& device, const std::string& fresh) : device_(device), fresh_(fresh) {}
 
-  void run(const Tree& again);
+  // False with a sentence in *error when the phone cannot be read.
+  bool run(const Tree& again, std::string* error);
   std::string text() const;
   std::vector<std::string> left_out;
 
@@ -112,7 +117,7 @@ class Exporter {
     sections_[section] += quoted_key(key) + " = " + value + "\n";
   }
   bool leave_out(const std::string& path, const std::string& why) {
-    left_out.push_back((is_utf8(path) ? path : "hex:" + to_hex(path)) + ": " + why);
+    left_out.push_back(shown(path) + ": " + why);
     return false;
   }
   bool stands(const std::string& path, const std::string& text) {
@@ -124,7 +129,7 @@ class Exporter {
   void add_file(const std::string& path, fs::file_type type);
   void add_lines(const char* file, const char* section, const char* key, bool rows);
   void add_build();
-  void add_cards();
+  void add_cards(std::string* error);
 
   SimulatedDevice& device_;
   const std::string& fresh_;
@@ -201,6 +206,10 @@ void Exporter::add_file(const std::string& path, fs::file_type type) {
     if (!known && is_empty_folder(there_, path) && stands(path, path)) folders_.push_back(path);
     return;
   }
+  if (type == fs::file_type::symlink && path.starts_with("/sim/")) {
+    leave_out(path, "a link, and the phone's own are files");
+    return;
+  }
   if (section == "items") return add_item(name);
   if (section == "properties") return add_property(name);
   if (section == "modem.records" && !ModemItems::keeps(name)) {
@@ -219,9 +228,10 @@ void Exporter::add_file(const std::string& path, fs::file_type type) {
     if (section == "programs" && is_installed(file)) return;
     Content mine, fresh;
     if (read_content(file, &mine) && read_content(fresh_ + path, &fresh)) {
-      if (path == "/proc/mounts") mine = content_of(without_card(mine.whole()));
+      const bool is_mounts = path == "/proc/mounts" && mine.size <= static_cast<int64_t>(kPhoneFileContentMax);
+      if (is_mounts) mine = content_of(without_card(mine.whole()));
       if (mine == fresh) return;
-      if (path == "/proc/mounts") return add(section, path, to_toml(mine));
+      if (is_mounts) return add(section, path, to_toml(mine));
     }
   }
   std::error_code error;
@@ -239,7 +249,7 @@ void Exporter::add_lines(const char* file, const char* section, const char* key,
   for (const std::string& line : lines_of(device_.root() + file)) {
     AnswerRow row;
     const std::string wrong = rows ? parse_answer_row(line, RowsOf::modem, &row) : Input::wrong(line);
-    if (!wrong.empty()) leave_out(file, line + ": " + wrong);
+    if (!wrong.empty()) leave_out(file, shown(line) + ": " + shown(wrong));
     else if (stands(file, line)) lines.push_back(line);
   }
   if (lines != lines_of(fresh_ + file)) add(section, key, listed_lines(lines));
@@ -258,7 +268,7 @@ void Exporter::add_build() {
   }
 }
 
-void Exporter::add_cards() {
+void Exporter::add_cards(std::string* error) {
   const CardState in = device_.card.state();
   for (const std::string& name : device_.card.names()) {
     const std::string kept = device_.root() + "/sim/cards/" + name;
@@ -267,7 +277,7 @@ void Exporter::add_cards() {
     section += "\n[cards." + quoted_key(name) + "]\n";
     if (name == in.name) section += "in = true\n";
     section += "is = " + quoted(to_words(device_.card.load(name))) + "\n";
-    const Tree tree = tree_of(files, &left_out);
+    const Tree tree = tree_of(files, error);
     std::string contents;
     std::vector<std::string> folders;
     for (const auto& [path, type] : tree) {
@@ -284,9 +294,9 @@ void Exporter::add_cards() {
   }
 }
 
-void Exporter::run(const Tree& again) {
-  there_ = tree_of(device_.root(), &left_out);
-  new_ = tree_of(fresh_, &left_out);
+bool Exporter::run(const Tree& again, std::string* error) {
+  there_ = tree_of(device_.root(), error);
+  new_ = tree_of(fresh_, error);
   const CardState in = device_.card.state();
   if (in.mounted) {
     mounted_ = resolve(device_.root(), "/storage/" + in.id);
@@ -306,12 +316,13 @@ void Exporter::run(const Tree& again) {
   add_build();
   add_lines("/sim/modem.conf", "modem", "rows", true);
   add_lines("/sim/input.conf", "input", "lines", false);
-  add_cards();
+  add_cards(error);
+  return error->empty();
 }
 
 std::string Exporter::text() const {
   std::string text = kHead;
-  for (const std::string& line : left_out) text += "# left out: " + line + "\n";
+  for (const std::string& line : left_out) text += "# left out: " + quoted_key(line) + "\n";
   std::string faults;
   for (const Fault& fault : device_.faults.list()) {
     std::string words;
@@ -332,14 +343,15 @@ std::string Exporter::text() const {
 }  // namespace
 
 bool export_phone(SimulatedDevice& device, std::string* text, std::vector<std::string>* left_out, std::string* error) {
-  const Temporary fresh, booted;
+  error->clear();
+  const Temporary fresh(error), booted(error);
+  if (fresh.path.empty() || booted.path.empty()) return false;
   const std::string mark = booted.path + "/sim/boots";
-  if (!fresh.made || !booted.made || !make_folders(booted.path + "/sim") || !write_file(mark, "")) {
-    return *error = "no folder can be made in " + fs::temp_directory_path().string() + ": " + strerror(errno), false;
-  }
+  if (!make_folders(booted.path + "/sim") || !write_file(mark, ""))
+    return *error = mark + ": " + strerror(errno), false;
   if (!SimulatedDevice::make(fresh.path, error) || !SimulatedDevice::make(booted.path, error)) return false;
   Exporter exporter(device, fresh.path);
-  exporter.run(tree_of(booted.path, &exporter.left_out));
+  if (!exporter.run(tree_of(booted.path, error), error)) return false;
   *left_out = exporter.left_out;
   *text = exporter.text();
   return true;

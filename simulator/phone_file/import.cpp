@@ -1,4 +1,5 @@
 #include <errno.h>
+#include <stdlib.h>
 #include <string.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -37,6 +38,9 @@ class Importer : public TomlReader {
 
   bool failed(const toml::node& node, const std::string& path) {
     return fail(node, path + " cannot be made: " + strerror(errno));
+  }
+  bool fail_section(const toml::node& node, const std::string& name, const std::string& section) {
+    return fail(node, name + " is a section: [" + section + "]");
   }
   bool put(const toml::node& node, const std::string& path, bool program = false);
   bool add_lines(const toml::node& node, const char* file, bool rows);
@@ -88,6 +92,10 @@ bool Importer::put(const toml::node& node, const std::string& path, bool program
   const toml::table* table = node.as_table();
   if (const toml::node* link = table && table->size() == 1 ? table->get("link") : nullptr) {
     std::string target;
+    const std::string own = place.substr(root_.size());
+    if (own.starts_with("/sim/") && !own.starts_with("/sim/cards/")) {
+      return fail(node, own + " is the phone's own, and no link: write what it holds");
+    }
     if (!take_text(*link, "a link", &target)) return false;
     fs::create_symlink(target, place, failure);
     errno = failure.value();
@@ -139,6 +147,9 @@ bool Importer::removed(const toml::table& phone) {
     if (!take_path(node, paths[i])) return false;
     std::error_code failure;
     const std::string place = resolve(root_, paths[i], Last::itself);
+    if (holds_own(paths[i])) {
+      return fail(node, paths[i] + " holds what is the phone's own; name what is to be removed there");
+    }
     if (!*place_of(paths[i]).section || fs::remove_all(place, failure) == 0) {
       return fail(node, paths[i] + " is not in a new phone: nothing is to be removed");
     }
@@ -253,7 +264,8 @@ bool Importer::modem(const toml::table& section) {
       if (!add_lines(node, "/sim/modem.conf", true)) return false;
       continue;
     }
-    if (key != "records" || !node.is_table()) return unknown(key, "in [modem]", {"rows", "records"});
+    if (key != "records") return unknown(key, "in [modem]", {"rows", "records"});
+    if (!node.is_table()) return fail_section(node, "records", "modem.records");
     for (const auto& [name, record] : *node.as_table()) {
       if (!ModemItems::keeps(std::string(name.str()))) {
         return fail(name.source(), "the modem has no record \"" + std::string(name.str()) +
@@ -314,9 +326,11 @@ bool Importer::take_card(const std::string& name, const toml::node& node) {
       if (!take_texts(value, "folders", &folders)) return false;
       for (const std::string& folder : folders) {
         if (!take_path(value, "/" + folder)) return false;
-        if (!make_folders(root_ + files + folder)) return failed(value, files + folder);
+        // A link of the card leads to where it leads on the phone.
+        if (!make_folders(resolve(root_, files + folder))) return failed(value, files + folder);
       }
-    } else if (key == "files" && value.is_table()) {
+    } else if (key == "files") {
+      if (!value.is_table()) return fail_section(value, "files", "cards." + name + ".files");
       for (const auto& [file, content] : *value.as_table()) {
         if (!take_path(content, "/" + std::string(file.str())) || !put(content, files + std::string(file.str())))
           return false;
@@ -352,8 +366,9 @@ bool Importer::programs(const toml::table& section) {
 
 bool Importer::paths(const toml::table& section, const std::string& name) {
   for (const auto& [key, node] : section) {
-    const std::string path(key.str()), belongs = place_of(path).section;
+    const std::string path(key.str());
     if (!take_path(node, path)) return false;
+    const std::string belongs = place_of(path).section;
     if (belongs.empty()) return fail(key.source(), path + " is the phone's own, and begins anew; leave it out");
     if (belongs != name) return fail(key.source(), path + " belongs into [" + belongs + "]");
     if (!put(node, path)) return false;
@@ -391,22 +406,26 @@ bool import_phone(const std::string& text, const std::string& name, const std::s
                   std::vector<Fault>* faults, std::string* error) {
   std::string place = folder;
   while (place.size() > 1 && place.ends_with('/')) place.pop_back();
-  const std::string fresh = place + ".new~" + std::to_string(getpid());
-  Importer importer(name, fresh, faults, error);
   const toml::parse_result parsed = toml::parse(text, name);
-  if (!parsed) return importer.fail(parsed.error().source(), std::string(parsed.error().description()));
+  if (!parsed) return TomlReader(name, error).fail(parsed.error().source(), std::string(parsed.error().description()));
   std::error_code failure;
   if (fs::exists(place, failure) && !fs::is_empty(place, failure)) {
     return *error = place + ": --from makes a new phone, and this folder is not empty; name another one", false;
   }
-  const bool made = make(parsed.table(), fresh, importer, error);
+  std::string draft = place + ".new~XXXXXX";
+  if (!make_folders(fs::absolute(place, failure).parent_path()) || !mkdtemp(draft.data())) {
+    return *error = draft + ": " + strerror(errno), false;
+  }
+  // A folder in it has the mode that any new folder has.
+  const std::string fresh = draft + "/phone";
+  Importer importer(name, fresh, faults, error);
+  bool made = make(parsed.table(), fresh, importer, error);
   if (made) {
     fs::rename(fresh, place, failure);
-    if (!failure) return true;
-    *error = place + ": " + failure.message();
+    if (failure) made = false, *error = place + ": " + failure.message();
   }
-  fs::remove_all(fresh, failure);
-  return false;
+  fs::remove_all(draft, failure);
+  return made;
 }
 
 }  // namespace atd::sim

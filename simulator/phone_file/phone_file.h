@@ -19,7 +19,7 @@ inline constexpr size_t kPhoneFileContentMax = 64 * 1024;
 // in *error when the phone cannot be compared with a new one.
 bool export_phone(SimulatedDevice& device, std::string* text, std::vector<std::string>* left_out, std::string* error);
 
-// Makes the phone of a text in a folder that is missing or empty, whole or not at all; a kill leaves FOLDER.new~PID.
+// Makes the phone of a text in a folder that is missing or empty, whole or not at all; a kill leaves FOLDER.new~XXXXXX.
 // Its faults are set by the caller once the phone runs. False with a sentence in *error, which names the line of the
 // text as "NAME:LINE: ..." and says what to write there.
 bool import_phone(const std::string& text, const std::string& name, const std::string& folder,

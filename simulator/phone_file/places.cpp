@@ -23,6 +23,7 @@ constexpr Place kPlaces[] = {
     {"/sim/boots",           "", false},
     {"/sim/control",         "", false},
     {"/sim/efs-open/",       "", false},
+    {"/sim/identity-key",    "", false},
     {"/sim/lock",            "", false},
     {"/sim/power",           "", false},
     {"/sim/screen.png",      "", false},
@@ -61,6 +62,12 @@ const Place& place_of(const std::string& path) {
   return *std::find_if(std::begin(kPlaces), std::end(kPlaces), [&](const Place& place) {
     const bool is_folder = place.path[strlen(place.path) - 1] == '/';
     return is_folder ? (path + "/").starts_with(place.path) : path == place.path;
+  });
+}
+
+bool holds_own(const std::string& folder) {
+  return std::any_of(std::begin(kPlaces), std::end(kPlaces), [&](const Place& place) {
+    return !*place.section && std::string(place.path).starts_with(folder + "/");
   });
 }
 

@@ -14,4 +14,7 @@ struct Place {
 // The place that a path of the phone belongs to.
 const Place& place_of(const std::string& path);
 
+// Whether something below a folder of the phone stands in no section, so that nothing but the phone makes it.
+bool holds_own(const std::string& folder);
+
 }  // namespace atd::sim

@@ -10,13 +10,6 @@ namespace atd::sim {
 
 namespace fs = std::filesystem;
 
-namespace {
-
-constexpr int64_t kSizeMax = int64_t{1} << 36;            // of a file
-constexpr int64_t kBytesMax = int64_t{64} * 1024 * 1024;  // before its last run of zeros
-
-}  // namespace
-
 bool TomlReader::fail(const toml::source_region& where, const std::string& what) {
   *error_ = name_ + ":" + std::to_string(where.begin.line) + ": " + what;
   return false;
@@ -74,15 +67,12 @@ bool TomlReader::take_content(const toml::node& node, Content* content) {
   } else {
     return fail(node, "the value is \"text\", { hex = \"00ff\" }, { zeros = 16 }, or an array of these");
   }
-  if (content->size > kBytesMax) return fail(node, "what follows so many zeros does not fit");
-  content->bytes.resize(static_cast<size_t>(content->size));
-  const Content whole = content_of(content->bytes + bytes);
-  *content = whole;
-  return true;
+  return content->put(content->size, std::move(bytes)) || fail(node, "what follows so many zeros does not fit");
 }
 
 bool TomlReader::take_path(const toml::node& node, const std::string& path) {
-  bool good = path.starts_with('/') && !path.ends_with('/') && path.find('\0') == path.npos;
+  bool good =
+      path.starts_with('/') && !path.ends_with('/') && path.find('\0') == path.npos && path.find("//") == path.npos;
   for (const fs::path& part : fs::path(path.substr(std::min<size_t>(path.size(), 1)))) {
     good = good && !part.empty() && part != "." && part != "..";
   }

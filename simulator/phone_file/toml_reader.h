@@ -5,6 +5,8 @@
 #define TOML_HEADER_ONLY 1
 #define TOML_EXCEPTIONS 0
 #define TOML_ENABLE_FORMATTERS 0
+// Some malformed files trip its assertions before it says what is wrong with them.
+#define TOML_ASSERT(expr) static_cast<void>(0)
 
 #include <string>
 #include <toml++/toml.h>
