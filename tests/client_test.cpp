@@ -307,6 +307,17 @@ TEST(Client, SendInitializeRaw) {
   EXPECT_EQ(raw.out, once + once);
 }
 
+TEST(Client, APlatformGivesASign) {
+  for (const auto& [sign, status] : {std::pair("610 Response OK", 0), {"601 AT Command Start", 0}, {"200 AT", 75}}) {
+    FakeServer server("x", "atd", [&, text = sign](int fd) {
+      for (char byte; read(fd, &byte, 1) > 0;) {
+        if (byte == '\0') FakeServer::say(fd, "500 Command not recognized\0"s + text + '\0');
+      }
+    });
+    EXPECT_EQ(status, atdctl(server.path(), words("wait --platform --timeout 0.05")).status) << sign;
+  }
+}
+
 TEST(Client, MonitorTellsRecordsAndAtCommandsApart) {
   std::string stream;
   const std::pair<std::string, std::string> kRows[] = {
