@@ -38,6 +38,7 @@
 #include "system/sleep.h"               // sleep and wake
 #include "system/brightness.h"          // the screen's brightness
 #include "system/cable_power_off.h"     // power-off when the cable is pulled
+#include "system/background.h"          // what goes on after a function has returned
 #include "system/environment.h"         // the boot, cables, the boot stages
 #include "system/cpu.h"                 // the processor's clock
 #include "system/versions.h"            // versions

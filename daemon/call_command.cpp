@@ -4,7 +4,6 @@
 
 #include "atd.h"
 #include "daemon/calls.h"
-#include "platform/os.h"
 
 namespace atd {
 
@@ -26,7 +25,7 @@ int call_command(int count, const char* const* words) {
   const CallAnswer answer = run(request, {"logcat -d -b all", false});
   const bool shown = fputs((json ? answer.json : answer.text).c_str(), stdout) >= 0 && fflush(stdout) == 0;
   if (!json && !answer.error.empty()) fprintf(stderr, "atd: %s\n", answer.error.c_str());
-  os_await_threads();  // a restart waits on one
+  await_background_work();  // such as a restart in a second
   return shown ? answer.status : 74;
 }
 
