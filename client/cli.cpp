@@ -192,7 +192,8 @@ void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
   command = add("monitor", "Print every message of the daemon as it comes", [&, target] {
     options.watch.plain = options.plain;
     const std::vector<int>& codes = options.watch.codes;
-    if (!options.watch.opcodes.empty() && !codes.empty() && std::count(codes.begin(), codes.end(), 605) == 0) {
+    auto has_requests = [](int code) { return code == kPlatformCode || code == kCopyCode; };
+    if (!options.watch.opcodes.empty() && !codes.empty() && std::none_of(codes.begin(), codes.end(), has_requests)) {
       return complain({kUsage, "--opcode shows requests to the platform, which have the code 605: add --code 605"});
     }
     return run_monitor(target(), options.watch);
@@ -251,9 +252,11 @@ void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
 
   command = add("wait", "Wait until the daemon answers",
                 [&, target] { return run_wait(target(), options.platform, options.json); });
-  command->add_flag("--platform", options.platform, "And until the platform says \"initialize\" or answers a request");
+  command->add_flag("--platform", options.platform, "And for a sign of the platform");
   add_json(command, "Print one object");
-  command->footer("The request asks for the flight mode and changes nothing.");
+  command->footer(
+      "Signs are its \"initialize\", an answer of its to the daemon, and another client of\n"
+      "the daemon, which may be the platform or, for example, a monitor.");
 
   command = add("doctor", "Check the socket, the daemon, its modem and items, and the phone's nodes",
                 [&, target] { return run_doctor(target(), options.json); });

@@ -3,6 +3,7 @@
 #include <pty.h>
 
 #include <algorithm>
+#include <future>
 #include <set>
 #include <thread>
 
@@ -11,6 +12,7 @@
 #include "daemon/calls.h"
 #include "simulator/control.h"
 #include "tests/client_daemon.h"
+#include "text/file.h"
 
 namespace atd {
 namespace {
@@ -849,6 +851,31 @@ TEST_F(CallsTest, TheAnswerAsJson) {
     EXPECT_EQ("", told.error);
     EXPECT_EQ("", client::not_as_documented({"phone", "call"}, told.out));
   }
+}
+
+TEST_F(CallsTest, ALongCallTellsHowFarItIs) {
+  for (const char* name : {"a", "b"}) put(std::string("/data/") + name, std::string(3 << 20, 'x'));
+  device().host.read_so_far = [] { return sim::HostReading{read_so_far().files, read_so_far().bytes}; };
+  std::promise<void> heard;
+  device().host.call = [&](const Words&) {
+    std::string bytes(3 << 20, '\0');
+    for (const char* name : {"/data/a", "/data/b"}) {
+      const int fd = open_file(name);
+      EXPECT_EQ(bytes.size(), read_up_to(fd, bytes.data(), bytes.size()));
+      close(fd);
+    }
+    heard.get_future().wait();
+    return sim::HostAnswer{"done\n", "{}", 0, ""};
+  };
+  std::string progress, out;
+  sim::run_verb(device(), {{"call", "x"}, false, "", true}, [&](const ControlReply& reply) {
+    if (progress.empty() && !reply.progress.empty()) heard.set_value();
+    progress += reply.progress;
+    out += reply.out;
+    return true;
+  });
+  EXPECT_TRUE(progress.starts_with("2 files, 6 MiB read")) << progress;
+  EXPECT_EQ("done\n", out);
 }
 
 TEST_F(CallsTest, WhatIsNotThereIsExplained) {

@@ -361,7 +361,7 @@ TEST(Client, MonitorTellsRecordsAndAtCommandsApart) {
   EXPECT_EQ(3, std::count(outcome.out.begin(), outcome.out.end(), '\n')) << outcome.out;
   EXPECT_TRUE(
       outcome.err.ends_with("is not there; it is waited for\natdctl: the daemon at " + dies.socket() + " is there\n"));
-  outcome = atdctl(dies, words("monitor --follow --json --code 601 --for 0.5 --count 1"));
+  outcome = atdctl(dies, words("monitor --follow --json --code 601 --for 0.1 --count 1"));
   EXPECT_EQ(75, outcome.status);
   EXPECT_TRUE(has(outcome.out, R"(Z","event":"gone"})") && has(outcome.out, R"(Z","event":"back"})")) << outcome.out;
   EXPECT_EQ(0, atdctl("/tmp/nowhere", words("monitor --follow --for 0.01")).status);

@@ -7,6 +7,7 @@ const std::vector<LeftOut>& functions_left_out() {
   static const std::vector<LeftOut> functions = {
       {"init_socket()", "the daemon serves its socket already"},
       {"stop_socket()", "it ends the daemon's service; the simulated phone stops with: atdctl phone stop"},
+      {"await_background_work()", "atd call waits by itself, and a daemon goes on"},
       {"Mutex::Mutex()", "a host's own threads use it"},
       {"Mutex::lock()", "a host's own threads use it"},
       {"Mutex::tryLock()", "a host's own threads use it"},
