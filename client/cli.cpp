@@ -255,8 +255,8 @@ void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
   command->add_flag("--platform", options.platform, "And for a sign of the platform");
   add_json(command, "Print one object");
   command->footer(
-      "Signs are its \"initialize\", an answer of its to the daemon, and another client of\n"
-      "the daemon, which may be the platform or, for example, a monitor.");
+      "Signs are its \"initialize\", an answer of its to the daemon, and another client\n"
+      "of the daemon, which may be the platform or, for example, a monitor.");
 
   command = add("doctor", "Check the socket, the daemon, its modem and items, and the phone's nodes",
                 [&, target] { return run_doctor(target(), options.json); });
