@@ -7,6 +7,17 @@
 
 namespace atd {
 
+namespace {
+
+// As the daemon does at its start.
+void open_phone() {
+  init_factory_item(0);
+  get_qem();
+  init_modem_interface(0);
+}
+
+}  // namespace
+
 int call_command(int count, const char* const* words) {
   std::vector<std::string> rest;
   bool json = false, options = true;
@@ -18,11 +29,7 @@ int call_command(int count, const char* const* words) {
   }
   CallRequest request = read_call(rest);
   if (!confirm(&request)) return 64;
-  if (request.call && request.error.empty() && !request.help) {
-    init_factory_item(0);
-    init_modem_interface(0);
-  }
-  const CallAnswer answer = run(request, {"logcat -d -b all", false});
+  const CallAnswer answer = run(request, {"logcat -d -b all", false, open_phone});
   const bool shown = fputs((json ? answer.json : answer.text).c_str(), stdout) >= 0 && fflush(stdout) == 0;
   if (!json && !answer.error.empty()) fprintf(stderr, "atd: %s\n", answer.error.c_str());
   await_background_work();  // such as a restart in a second

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <mutex>
 
 #include "daemon/calls/row.h"
 #include "daemon/calls/text.h"
@@ -76,21 +77,14 @@ std::string range(const ParameterType& type) {
   return "number from " + std::to_string(type.lowest) + " to " + std::to_string(type.highest) + ", or 0x and hex";
 }
 
-// False for what is no pairs of hex digits.
-bool from_hex(std::string_view digits, std::string* bytes) {
-  bytes->clear();
-  while (take_hex_pair(&digits, bytes)) {
-  }
-  return digits.empty();
-}
-
 // Each takes a word of the caller's and returns "" or what is wrong with it.
 std::string take_number(const std::string& word, const ParameterType& type, Slot* slot) {
   const bool hex = word.find_first_of("xX") != word.npos;
   char* end = nullptr;
   errno = 0;
   slot->number = strtoll(word.c_str(), &end, hex ? 16 : 10);
-  const bool whole = !word.empty() && word[0] > ' ' && word[0] != '+' && *end == '\0' && errno == 0;
+  const bool all = end == word.c_str() + word.size();
+  const bool whole = all && !word.empty() && word[0] > ' ' && word[0] != '+' && errno == 0;
   if (whole && slot->number >= type.lowest && slot->number <= type.highest) return "";
   return "is no " + range(type);
 }
@@ -194,7 +188,7 @@ std::string row_json(const Call& call) {
   return text + "],\"success\":" + (call.has_result ? json_bytes(to_text(call.success)) : "null") +
          ",\"destructive\":" + (call.effects & kDestroys ? "true" : "false") +
          ",\"platform\":" + (call.effects & kAsksPlatform ? "true" : "false") +
-         ",\"remembers\":" + (call.effects & kRemembers ? "true" : "false") +
+         ",\"in_daemon\":" + (call.effects & kInDaemon ? "true" : "false") +
          ",\"summary\":" + json_bytes(call.summary) + "}";
 }
 
@@ -223,10 +217,17 @@ CallAnswer list_all() {
 const std::vector<Call>& calls() {
   static const std::vector<Call> all = [] {
     std::vector<Call> rows;
-    for (const std::vector<Row>& room : {channel_calls(), factory_calls(), storage_calls(), system_calls(),
-                                         bluetooth_calls(), devicetest_calls(), logs_calls(), reset_calls()}) {
-      rows.insert(rows.end(), room.begin(), room.end());
-    }
+    const auto add = [&](const std::vector<Row>& room, bool takes_turns) {
+      for (const Row& row : room) rows.push_back(row), rows.back().takes_turns = takes_turns;
+    };
+    add(channel_calls(), false);
+    add(factory_calls(), false);
+    add(storage_calls(), true);
+    add(system_calls(), false);
+    add(bluetooth_calls(), true);
+    add(devicetest_calls(), true);
+    add(logs_calls(), true);
+    add(reset_calls(), false);
     return rows;
   }();
   return all;
@@ -286,8 +287,7 @@ CallAnswer explain(const CallRequest& request) {
   if (call.has_result) line("result", to_text(call.success));
   if (call.effects & kDestroys) answer.text += "It destroys data or ends the phone's run.\n";
   if (call.effects & kAsksPlatform) answer.text += "It asks the platform, which has to answer.\n";
-  if (call.effects & kRemembers)
-    answer.text += "It works on what the daemon's process remembers; \"atd call\" refuses it.\n";
+  if (call.effects & kInDaemon) answer.text += "It works in the daemon's process alone; \"atd call\" refuses it.\n";
   answer.json = row_json(call) + "\n";
   return answer;
 }
@@ -299,8 +299,8 @@ CallAnswer run(const CallRequest& request, const CallHost& host) {
   if ((call.effects & kDestroys) && !request.yes) {
     return refuse(&call, name + " destroys data or ends the phone's run; if that is meant, add --yes");
   }
-  if ((call.effects & kRemembers) && !host.is_daemon) {
-    return refuse(&call, name + " works on what the daemon's process remembers, and this is a process of its own");
+  if ((call.effects & kInDaemon) && !host.is_daemon) {
+    return refuse(&call, name + " works in the daemon's process alone, and this is another one");
   }
   std::vector<Slot> slots(call.count + 1);
   const std::vector<Name> names = names_of(call);
@@ -324,6 +324,10 @@ CallAnswer run(const CallRequest& request, const CallHost& host) {
       }
     }
   }
+  static std::mutex turns;
+  std::unique_lock<std::mutex> turn(turns, std::defer_lock);
+  if (call.takes_turns) turn.lock();
+  if (host.open) host.open();
   CallAnswer answer;
   const long long result = call.invoke(call.function, slots.data());
   for (const Name& parameter : names) {

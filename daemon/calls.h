@@ -19,7 +19,7 @@ enum class Success {
 enum CallEffect {
   kDestroys = 1,      // erases or changes what cannot be brought back, or ends the phone's run; needs --yes
   kAsksPlatform = 2,  // fails where the platform does not answer
-  kRemembers = 4,     // works on what the daemon's process remembers, so that another process cannot call it
+  kInDaemon = 4,      // needs what the daemon's process remembers, or loses what only that hands to the platform
 };
 
 struct Slot;           // daemon/calls/row.h
@@ -31,7 +31,8 @@ struct Call {
   const char* arguments;  // a name for each parameter, as daemon/calls/row.h says
   Success success;
   const char* summary;
-  int effects;  // of CallEffect
+  int effects;       // of CallEffect
+  bool takes_turns;  // its room's functions run on one thread at a time
   bool has_result;
   const ParameterType* types;  // of the parameters
   size_t count;
@@ -65,8 +66,8 @@ struct CallRequest {
 CallRequest read_call(const std::vector<std::string>& words);
 
 // The answer in both forms, each with its line end, and the exit status: 0, 1 for a result that says no, 64 for words
-// that are wrong, for a call that destroys, without `yes`, or one that this process cannot make. The JSON has status
-// and error in it.
+// that are wrong, for a call that destroys, without `yes`, or one that this process cannot make. The JSON of a call or
+// a refusal has status and error in it; the table's is an array of rows, a function's is its row.
 struct CallAnswer {
   std::string text, json;
   int status = 0;
@@ -77,6 +78,7 @@ struct CallAnswer {
 struct CallHost {
   const char* log;  // the command that shows the log
   bool is_daemon;   // whether this process serves the socket, and so reaches the platform
+  void (*open)();   // opens what functions need, before one is called; null where it is open
 };
 
 // Shows the table, or explains a function.

@@ -220,7 +220,7 @@ int serve(Options options, const char* log_level) {
                     return {read.files, read.bytes};
                   },
                   .call = [](const std::vector<std::string>& words) -> atd::sim::HostAnswer {
-                    const atd::CallAnswer answer = atd::run(atd::read_call(words), {"atdctl phone log", true});
+                    const atd::CallAnswer answer = atd::run(atd::read_call(words), {"atdctl phone log", true, nullptr});
                     return {answer.text, answer.json, answer.status, answer.error};
                   }};
   auto control = atd::sim::Control::bind(*device, &error);

@@ -28,14 +28,17 @@ void* boot(void*) {
 int main(int argc, char** argv) {
   // init's umask would take the library's folders from everybody else, whatever mode it asks for.
   umask(022);
-  if (argc > 1 && strcmp(argv[1], "call") == 0) return atd::call_command(argc - 2, argv + 2);
+  // A write to a client that is gone fails; it does not end the daemon, nor a call.
+  signal(SIGPIPE, SIG_IGN);
+  if (argc > 1 && strcmp(argv[1], "call") == 0) {
+    // The library has relative paths, and init starts the daemon there.
+    return chdir("/") == 0 ? atd::call_command(argc - 2, argv + 2) : 1;
+  }
   // SIGTERM is blocked before the first thread starts, so that every thread leaves it to sigwait.
   sigset_t stop;
   sigemptyset(&stop);
   sigaddset(&stop, SIGTERM);
   sigprocmask(SIG_BLOCK, &stop, nullptr);
-  // A write to a client that is gone fails; it does not end the daemon.
-  signal(SIGPIPE, SIG_IGN);
 
   pthread_t booting;
   if (pthread_create(&booting, nullptr, boot, nullptr) != 0) return 1;

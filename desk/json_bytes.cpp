@@ -10,10 +10,7 @@ bool from_json(const Json& json, std::string* bytes) {
   bytes->clear();
   if (json.is_string()) return *bytes = json.get<std::string>(), true;
   if (!json.is_object() || !json.contains("hex") || !json["hex"].is_string()) return false;
-  std::string_view rest = json["hex"].get_ref<const std::string&>();
-  while (take_hex_pair(&rest, bytes)) {
-  }
-  return rest.empty();
+  return from_hex(json["hex"].get_ref<const std::string&>(), bytes);
 }
 
 }  // namespace atd

@@ -79,6 +79,13 @@ std::string to_hex(std::string_view bytes) {
   return text;
 }
 
+bool from_hex(std::string_view digits, std::string* bytes) {
+  bytes->clear();
+  while (take_hex_pair(&digits, bytes)) {
+  }
+  return digits.empty();
+}
+
 std::string wrapped(std::string_view text, size_t indent, size_t width) {
   std::string lines;
   size_t column = indent;
@@ -110,5 +117,7 @@ bool is_utf8(std::string_view bytes) {
   while (const size_t size = utf8_size(bytes, at)) at += size;
   return at == bytes.size();
 }
+
+std::string shown(const std::string& bytes) { return is_utf8(bytes) ? bytes : "hex:" + to_hex(bytes); }
 
 }  // namespace atd

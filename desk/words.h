@@ -34,6 +34,9 @@ bool read_number(std::string_view word, long long lowest, long long highest, int
 // Two lower-case hex digits a byte.
 std::string to_hex(std::string_view bytes);
 
+// Reads hex digits into *bytes; false for anything but pairs of them.
+bool from_hex(std::string_view digits, std::string* bytes);
+
 // The words of a text in lines of at most `width` columns, where the words are short enough, each with its line end.
 // The caller has written `indent` columns before the first line; the others begin with so many spaces.
 std::string wrapped(std::string_view text, size_t indent, size_t width);
@@ -43,5 +46,8 @@ size_t utf8_size(std::string_view text, size_t at);
 
 // Whether the bytes are UTF-8.
 bool is_utf8(std::string_view bytes);
+
+// Bytes for somebody's eyes: the text, or "hex:00ff" for what is not UTF-8.
+std::string shown(const std::string& bytes);
 
 }  // namespace atd

@@ -22,8 +22,8 @@ int get_devicetest_result();
 // Clears the items 7, 29 and 5 in this order; 0, or -1 at the first that cannot be written.
 int set_devicetest_result_init();
 
-// Write the result of a test, '1', '0' or '2' for any other, into the misc partition: as the test's own result, and as
-// its entry in the integrated self-diagnosis result. 0 when it is on the medium, or -1.
+// Write the result of a test, 1, 0 or any other, as '1', '0' or '2' into the misc partition: as the test's own result,
+// and as its entry in the integrated self-diagnosis result. 0 when it is on the medium, or -1.
 int aat_subdivided_result_write(unsigned index, int result);
 int aat_subdivided_result_write_to_integrated_result(unsigned index, int result);
 

@@ -132,10 +132,10 @@ TEST_F(CallsTest, WhatDestroysIsRefused) {
 }
 
 TEST(CallsOffline, TheEffects) {
-  std::string destroying, remembering;
+  std::string destroying, in_daemon;
   for (const Call& call : calls()) {
     if (call.effects & kDestroys) destroying += call.name + std::string(" ");
-    if (call.effects & kRemembers) remembering += call.name + std::string(" ");
+    if (call.effects & kInDaemon) in_daemon += call.name + std::string(" ");
   }
   EXPECT_EQ(
       "request_to_system set_factory_status set_pid set_lcd_cal_data set_imei_ftm_item set_meid_ftm_item "
@@ -146,7 +146,8 @@ TEST(CallsOffline, TheEffects) {
       "system_aat restart poweroff restart_with_reason power_off_with_cable wait_for_cable_disconnect "
       "retry_power_off_with_cable system_set_env_property set_operator_clear pattern_clear "
       "set_tav_test_script_cal_data tav_vco_self_tunning_write tav_reset_modem write_sysfs write_eri_sysfs "
-      "set_fuelguage_reset handle_atcmd_btad_assign resetTestResult set_devicetest_result_init save_file "
+      "set_fuelguage_reset handle_atcmd_btad_assign resetTestResult set_devicetest_result_init "
+      "aat_subdivided_result_write aat_subdivided_result_write_to_integrated_result save_file "
       "device_write copy_log logsave_makezip logsave_erase Delete_Folder erase_crash_count copy_file copy_dir "
       "clear_dest mts_log_erase saveScreenToFile FileToZip FolderToZip FolderFromZip sfactoryreset frst_run "
       "frst_modem_data_clear frst_factory_item_clear factory_reset_callduration_erase hidden_factoryreset "
@@ -154,11 +155,12 @@ TEST(CallsOffline, TheEffects) {
       "factory_delete erase_partition xboot_data_init tav_reset_production ",
       destroying);
   EXPECT_EQ(
-      "ckpd_mapping qem_get_status modem_flight_status modem_flight_mode_get_status get_flight_status do_tsens "
+      "ckpd_mapping qem_get_status system_set_lcd_brightness system_set_lcd_brightness_loop system_osupgrade_notify "
+      "modem_flight_status flight_set_mode_to_modem modem_flight_mode_get_status get_flight_status cable do_tsens "
       "set_diag_tty_block diag_tty_blocked handle_testmode_btle_test_enable handle_testmode_btle_test_disable "
       "handle_testmode_btle_tx_test_start handle_testmode_btle_tx_test_end handle_testmode_btle_rx_test_start "
       "handle_testmode_btle_rx_test_end get_file_command get_file_data find_file hiddenmenu_frst ",
-      remembering);
+      in_daemon);
 }
 
 TEST_F(CallsTest, ALongTextFitsItsAnswer) {
@@ -256,6 +258,28 @@ TEST_F(CallsTest, WhatIsNotThereIsExplained) {
   }
 }
 
+TEST_F(CallsTest, AListEndsBeforeAPathThatHasNoRoom) {
+  const std::string name(200, 'n');
+  for (int i = 1000; i < 1400; ++i) put("/data/many/" + name + std::to_string(i), "");
+  const std::string out = tell({"call", "get_file_list", "/data/many"}).out;
+  EXPECT_TRUE(out.size() > 65000 && out.ends_with("\nresult 400\n")) << out.size();
+  EXPECT_EQ(std::string("/data/many/" + name + "1302\nresult 400\n"), out.substr(out.rfind("/data/")));
+}
+
+TEST_F(CallsTest, ACommandOnAPhoneEndsAfterItsRestart) {
+  device().clock.hold_sleeps();
+  auto ended = std::async([] {
+    testing::internal::CaptureStdout();
+    const char* const given[] = {"system_restart", "--yes"};
+    return call_command(2, given) == 0 && testing::internal::GetCapturedStdout() == "result 0\n";
+  });
+  device().clock.await_waiters();
+  EXPECT_EQ(std::future_status::timeout, ended.wait_for(std::chrono::milliseconds(50)));
+  device().clock.advance(1000000);
+  EXPECT_TRUE(ended.get());
+  EXPECT_TRUE(has(tell({"power", "history"}).out, "refused reboot"));
+}
+
 TEST(CallsOffline, TheTableIsInTheClient) {
   const auto told = [](const client::Strings& words) { return client::atdctl("", words).out; };
   EXPECT_TRUE(has(told({"phone", "call"}), "!erase_partition "));
@@ -324,13 +348,15 @@ TEST_F(CallsTest, TheDaemonsOwnCommand) {
       "1|answer\nresult 1\n|atd: pattern_clear says no (1); what asks the platform fails outside the daemon's own "
       "process; the log may say why: logcat -d -b all\n",
       call({"pattern_clear", "x", "--yes"}));
-  EXPECT_EQ(
-      "64||atd: get_flight_status works on what the daemon's process remembers, and this is a process of its own\n",
-      call({"get_flight_status"}));
-  EXPECT_TRUE(has(call({"get_flight_status", "--help"}), "process remembers;"));
+  EXPECT_EQ("64||atd: get_flight_status works in the daemon's process alone, and this is another one\n",
+            call({"get_flight_status"}));
+  EXPECT_TRUE(has(call({"get_flight_status", "--help"}), "in the daemon's process alone;"));
   EXPECT_TRUE(has(call({"--json", "poweroff"}), R"(64|{"name":"poweroff","status":64,)"));
-  EXPECT_EQ("0|result 0\n|", call({"system_restart", "--yes"}));
-  EXPECT_TRUE(has(tell({"power", "history"}).out, "refused reboot")) << "it ends after the restart";
+  set_qem(1);
+  qem_get_status = 0;
+  tell({"property", "sys.cmd_block", "1"});
+  device().modem.set_answer(28, "1");
+  EXPECT_EQ("0|result 1\n|", call({"get_low_batt_port_block_check"})) << "the QEM flag has been read";
   EXPECT_TRUE(has(call({}), "get_battery_voltage"));
 }
 

@@ -132,10 +132,15 @@ TEST_F(PhoneFile, APhoneThatCannotBeComparedIsNotExported) {
   EXPECT_FALSE(sim::export_phone(device(), &text, &left_out_, &error));
   EXPECT_TRUE(has(error, "set TMPDIR")) << error;
   unsetenv("TMPDIR");
+  device().card.insert("loop");
+  fs::remove(root_ + "/storage/" + device().card.state().id);
+  fs::create_symlink("../storage/" + device().card.state().id, root_ + "/storage/" + device().card.state().id);
+  EXPECT_FALSE(sim::export_phone(device(), &text, &left_out_, &error));
+  EXPECT_TRUE(has(error, "round in circles")) << error;
 }
 
 TEST_F(PhoneFile, AnImportWritesIntoItsOwnFolder) {
-  put("/1.new~" + std::to_string(getpid()) + "/data/stray");  // a killed one left it
+  put("/1.new~" + std::to_string(getpid()) + "/phone/data/stray");  // a killed one left it
   ASSERT_EQ("", imported("[cards.a]\nfolders = [\"l/x\"]\n[cards.a.files]\nl = { link = \"" + made_ + "\" }"));
   EXPECT_FALSE(fs::exists(root_ + "/data/stray") || fs::exists(made_ + "/x"));
 }
@@ -162,6 +167,7 @@ TEST_F(PhoneFile, AWrongFileMakesNoPhoneAndNamesTheLine) {
       {"[efs]\n\"/x\" = { link = \"/x\" }", ":2: /sim/efs/x "},
       {"[modem]\nrecords = \"x\"", ":2: records is a section: [modem.records]"},
       {"[cards.a]\nfiles = \"x\"", ":2: files is a section: [cards.a.files]"},
+      {"removed = [\"/dev/log\"]", ":1: /dev/log is the phone's own, and begins anew"},
       {"removed = [\"/data/none\"]", ":1: /data/none is not in a new phone"},
       {"[properties]\n\"sys.x\" = \"1\"", ":2: a reboot forgets sys.x"},
       {"[build]\n\"ro.x\" = \"a\\nb\"", ":2: ro.x stands on one line"},

@@ -15,7 +15,7 @@ std::string key_table(const int* keys) {
   return text;
 }
 
-void tell_key_table(char* out) { key_table(testmode_key_mapping()).copy(out, kToldSize - 1); }
+void tell_key_table(char* out) { put(key_table(testmode_key_mapping()), out); }
 
 // A key is a number, which a person writes in decimal.
 int send_key(unsigned char key) { return SendKey(static_cast<char>(key)); }
@@ -36,11 +36,12 @@ std::vector<Row> channel_calls() {
        kDestroys | kAsksPlatform},
 
       {"SendKey", send_key, "KEY", zero, "Has the platform press a key by number.", kAsksPlatform},
-      {"SendKey_hold", hold_key, "KEY HOLD", zero, "Has it held for HOLD times 100 ms.", kAsksPlatform},
-      {"SendKey_release", release_key, "RELEASE KEY", zero, "Has it released, or pressed (0).", kAsksPlatform},
-      {FUNCTION(ckpd_send_event), "CODE", zero, "Has the platform click the key of an AT keypad character.",
+      {"SendKey_hold", hold_key, "KEY HOLD", zero, "Has the platform hold a key for HOLD times 100 ms.", kAsksPlatform},
+      {"SendKey_release", release_key, "RELEASE KEY", zero, "Has the platform release a key, or press it (RELEASE 0).",
        kAsksPlatform},
-      {FUNCTION(ckpd_mapping), "", any, "Fills the AT keypad table.", kRemembers},
+      {FUNCTION(ckpd_send_event), "CODE", zero,
+       "Has the platform click the key of an AT keypad character, by its code: 35 is #.", kAsksPlatform},
+      {FUNCTION(ckpd_mapping), "", any, "Fills the AT keypad table.", kInDaemon},
       {"testmode_key_mapping", tell_key_table, "keys", any, "Fills the test mode's table of keys and tells it."},
       {FUNCTION(keypad_change_keycode), "CODE", any, "Tells the test mode's key of a code, 0 for none."},
       {FUNCTION(send_key_native), "KEY PRESSED", zero, "Writes a key event, 1 pressed or 0, to an input device."},

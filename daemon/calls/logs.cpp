@@ -4,6 +4,7 @@
 #include <string.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <zlib.h>
 
 #include <map>
 #include <string>
@@ -13,8 +14,6 @@
 namespace atd {
 
 namespace {
-
-void tell(const char* text, char* out) { strncpy(out, text, kToldSize - 1); }
 
 // Each makes a ScreenCapture of its own.
 int capture(int left, int top, int width, int height, int bits) {
@@ -37,7 +36,7 @@ int capture_program(int left, int top, int width, int height, int bits) {
 
 // The CRC of what was captured: a person compares pictures by it.
 unsigned checksum(const unsigned char* data, int length) {
-  return data ? calculate_crc(data, static_cast<uint16_t>(length < 0xffff ? length : 0xffff)) : 0;
+  return data ? static_cast<unsigned>(crc32(0, data, static_cast<uInt>(length))) : 0;
 }
 
 int reduce(int threshold, unsigned* crc) {
@@ -94,14 +93,17 @@ int crc_of_files(char* crc) { return file_crc(crc, nullptr); }
 uint32_t crc_of_sizes(const char* path, uint32_t crc) { return getfilesizecrc(path, crc, nullptr); }
 int crc_of_folder(const char* path) { return find_file(path, nullptr); }
 
-// The paths, a line each; their number.
+// The paths, a line each, as many as have room; the number of all.
 int list(const char* path, bool all, char* paths) {
   std::map<std::string, struct stat> files;
   get_file_list(path, files);
   if (!all) skip_file_list(files);
   std::string text;
-  for (const auto& file : files) text += (text.empty() ? "" : "\n") + file.first;
-  text.copy(paths, kToldSize - 1);
+  for (const auto& file : files) {
+    if (text.size() + file.first.size() + 1 >= kToldSize) break;
+    text += (text.empty() ? "" : "\n") + file.first;
+  }
+  put(text, paths);
   return static_cast<int>(files.size());
 }
 
@@ -112,16 +114,16 @@ int list_counted(const char* path, char* paths) { return list(path, false, paths
 
 std::vector<Row> logs_calls() {
   return {
-      {"LOGGER_DIR", +[](char* out) { tell(LOGGER_DIR, out); }, "path", any, "Tells the logger's folder."},
-      {"ANR_DIR", +[](char* out) { tell(ANR_DIR, out); }, "path", any, "Tells the folder of hung applications."},
-      {"DONTPANIC_DIR", +[](char* out) { tell(DONTPANIC_DIR, out); }, "path", any, "Tells the kernel crashes' folder."},
-      {"TOMBSTONES_DIR", +[](char* out) { tell(TOMBSTONES_DIR, out); }, "path", any, "Tells the tombstones' folder."},
-      {"CKERROR_DIR", +[](char* out) { tell(CKERROR_DIR, out); }, "path", any, "Tells the check errors' folder."},
-      {"DBDUMP_DIR", +[](char* out) { tell(DBDUMP_DIR, out); }, "path", any, "Tells the dumps' folder."},
-      {"MTS_DIR", +[](char* out) { tell(MTS_DIR, out); }, "path", any, "Tells the MTS log service's folder."},
-      {"NVDUMP_DIR", +[](char* out) { tell(NVDUMP_DIR, out); }, "path", any, "Tells the NV dump's folder."},
-      {"TOUCH_DIR", +[](char* out) { tell(TOUCH_DIR, out); }, "path", any, "Tells the touch test's folder."},
-      {"ENCRYPT_DIR", +[](char* out) { tell(ENCRYPT_DIR, out); }, "path", any, "Tells the encrypted logs' folder."},
+      {"LOGGER_DIR", +[](char* out) { put(LOGGER_DIR, out); }, "path", any, "Tells the logger's folder."},
+      {"ANR_DIR", +[](char* out) { put(ANR_DIR, out); }, "path", any, "Tells the folder of hung applications."},
+      {"DONTPANIC_DIR", +[](char* out) { put(DONTPANIC_DIR, out); }, "path", any, "Tells the kernel crashes' folder."},
+      {"TOMBSTONES_DIR", +[](char* out) { put(TOMBSTONES_DIR, out); }, "path", any, "Tells the tombstones' folder."},
+      {"CKERROR_DIR", +[](char* out) { put(CKERROR_DIR, out); }, "path", any, "Tells the check errors' folder."},
+      {"DBDUMP_DIR", +[](char* out) { put(DBDUMP_DIR, out); }, "path", any, "Tells the dumps' folder."},
+      {"MTS_DIR", +[](char* out) { put(MTS_DIR, out); }, "path", any, "Tells the MTS log service's folder."},
+      {"NVDUMP_DIR", +[](char* out) { put(NVDUMP_DIR, out); }, "path", any, "Tells the NV dump's folder."},
+      {"TOUCH_DIR", +[](char* out) { put(TOUCH_DIR, out); }, "path", any, "Tells the touch test's folder."},
+      {"ENCRYPT_DIR", +[](char* out) { put(ENCRYPT_DIR, out); }, "path", any, "Tells the encrypted logs' folder."},
       {FUNCTION(copy_log), "DESTINATION SOURCE", any, "Copies a folder of logs line by line; both end in \"/\".",
        kDestroys},
       {FUNCTION(set_directory_name), "name", any, "Tells the name of a log save made now."},
@@ -131,7 +133,7 @@ std::vector<Row> logs_calls() {
       {FUNCTION(logsave_erase), "", any, "Erases the logs and the internal saves.", kDestroys},
       {FUNCTION(Delete_Folder), "PATH", zero, "Removes a folder with its files and folders.", kDestroys},
       {FUNCTION(scan_auto_touch_result), "piece", zero, "Tells the next piece of the touch test's result."},
-      {FUNCTION(logsave_aat_touch), "piece", zero, "The same."},
+      {FUNCTION(logsave_aat_touch), "piece", zero, "Tells the next piece of the touch test's result."},
       {FUNCTION(check_transfer_status), "more", any, "Tells whether there are more pieces: 1, else 0."},
       {FUNCTION(get_crash_count), "crashes:12#", zero, "Tells the number of crashes."},
       {FUNCTION(erase_crash_count), "", zero, "Sets the number of crashes to 0.", kDestroys},
@@ -147,24 +149,28 @@ std::vector<Row> logs_calls() {
        kAsksPlatform},
       {FUNCTION(mts_log_erase), "", any, "Removes the MTS logs and their archive.", kDestroys},
       {FUNCTION(mts_log_on), "", zero, "Tells whether the MTS log service is active: 0, else 1."},
-      {FUNCTION(mts_log_off), "", zero, "The same."},
+      {FUNCTION(mts_log_off), "", zero, "Tells what mts_log_on tells, and switches nothing."},
       {FUNCTION(mts_get_status), "works", zero, "Tells whether the MTS log service is idle or working: 0 or 1."},
 
-      {"captureScreen", capture, "LEFT TOP WIDTH HEIGHT BITS", size, "Tells the bytes of a rectangle of the screen."},
-      {"captureScreen_all", capture_all, "width height", size, "Tells the bytes of the whole screen at 16 bits."},
+      {"captureScreen", capture, "LEFT TOP WIDTH HEIGHT BITS", size,
+       "Captures a rectangle of the screen and tells its size in bytes."},
+      {"captureScreen_all", capture_all, "width height", size,
+       "Captures the whole screen at 16 bits a pixel and tells its size in bytes."},
       {"captureScreenSF", capture_program, "LEFT TOP WIDTH HEIGHT BITS", size,
-       "Tells the bytes of a rectangle by screencap, or from the framebuffer."},
-      {"convertToBW", reduce, "THRESHOLD crc", size, "Tells the bytes and the CRC of a bitmap of the screen."},
+       "Captures a rectangle by screencap, or from the framebuffer, and tells its size in bytes."},
+      {"convertToBW", reduce, "THRESHOLD crc", size,
+       "Captures the screen as a bitmap, one bit a pixel, and tells its size in bytes and its CRC-32."},
       {"saveScreenToFile", save, "PNG PATH", zero, "Writes what is on the screen into a file: raw with 0, else PNG.",
        kDestroys},
 
       {"FileToZip", pack_file, "ARCHIVE FILE", zero, "Packs a file into a new archive.", kDestroys},
       {"FolderToZip", pack_folder, "ARCHIVE FOLDER", zero, "Packs what is below a folder into a new archive.",
        kDestroys},
-      {"FolderFromZip", unpack, "ARCHIVE PASSWORD", zero, "Unpacks an archive in /cache/minios; \"\" is no password.",
+      {"FolderFromZip", unpack, "ARCHIVE PASSWORD", zero, "Unpacks an archive into /cache/minios; \"\" is no password.",
        kDestroys},
       {"filetime", file_time, "PATH time", one, "Tells a file's time as an archive has it."},
-      {FUNCTION(makedir), "PATH", one, "Makes a folder and those above it: 1, or 0 when it cannot."},
+      {FUNCTION(makedir), "PATH", one,
+       "Makes a folder and those above it: 1, also when it cannot; 0 where the folder around a part is missing."},
 
       {FUNCTION(calculate_crc), "DATA#", any, "Tells the CRC-16 of a block."},
       {FUNCTION(get_pid_crc), "crc", zero, "Tells the CRC of the product ID."},
@@ -173,18 +179,20 @@ std::vector<Row> logs_calls() {
       {"file_crc", crc_of_files, "crc", one, "Tells the CRC of the phone's files."},
       {"getfilesizecrc", crc_of_sizes, "FOLDER CRC", any, "Goes on with a CRC over the sizes of a folder's files."},
       {"find_file", crc_of_folder, "FOLDER", zero, "Goes on with the last CRC over the contents of a folder's files.",
-       kRemembers},
-      {"get_file_list", list_all, "FOLDER paths", any, "Tells the files that such a CRC counts."},
-      {"skip_file_list", list_counted, "FOLDER paths", any, "Tells them without those of the skip list."},
+       kInDaemon},
+      {"get_file_list", list_all, "FOLDER paths", any,
+       "Tells the files below a folder that the file CRC counts, as many as 64 KiB hold; the result counts all."},
+      {"skip_file_list", list_counted, "FOLDER paths", any, "Tells the same files without those of the skip list."},
       {FUNCTION(frst_modem_data_clear_check), "record:2048#", zero, "Tells the modem's CRC of its numbered items."},
       {FUNCTION(nv_crc), "crc", one, "Tells the CRC of the modem's numbered items."},
-      {FUNCTION(nv_dump), "", one, "Writes it to /data/nvdump."},
-      {FUNCTION(nv_copy), "answer", one, "Copies that to the SD card.", kAsksPlatform},
+      {FUNCTION(nv_dump), "", one, "Writes the CRC of the modem's numbered items to /data/nvdump."},
+      {FUNCTION(nv_copy), "answer", one, "Copies /data/nvdump/nvcrc.txt to the SD card.", kAsksPlatform},
       {FUNCTION(db_dump), "crc", one, "Has the platform dump its databases, and writes the list of the files.",
        kAsksPlatform},
-      {FUNCTION(crcwizard_file_dump), "crc", one, "Writes the list of the files alone."},
+      {FUNCTION(crcwizard_file_dump), "crc", one, "Writes the list of the files that the file CRC counts."},
       {FUNCTION(phone_status_dump), "", one, "Writes /data/dbdump/phone_status.txt."},
-      {FUNCTION(crcwizard_phone_status_dump), "", one, "The same, with the SIM count as a digit."},
+      {FUNCTION(crcwizard_phone_status_dump), "", one,
+       "Writes /data/dbdump/phone_status.txt with the SIM count as a digit."},
       {FUNCTION(crc_command), "TYPE answer", zero, "Runs the CRC command of this number, 0 to 8.", kAsksPlatform},
       {FUNCTION(crcwizard_command), "TYPE answer", zero, "Runs the CRC wizard's command 0: dumps and the files' CRC."},
       {FUNCTION(db_crc), "crc", one, "Asks the platform for the CRC of its databases.", kAsksPlatform},

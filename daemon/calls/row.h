@@ -79,6 +79,7 @@ struct Row : Call {
     success = success_;
     summary = summary_;
     effects = effects_;
+    takes_turns = false;
     has_result = !std::is_void_v<R>;
     types = kTypes;
     count = sizeof...(A);
@@ -96,6 +97,9 @@ inline constexpr Success zero = Success::zero, one = Success::one, value = Succe
 
 // The room that a text gets whose row names none.
 inline constexpr size_t kToldSize = 64 * 1024;
+
+// Copies a text that is told, as much as has room.
+inline void put(const std::string& text, char* out) { out[text.copy(out, kToldSize - 1)] = '\0'; }
 
 // The rows of each room.
 std::vector<Row> channel_calls();

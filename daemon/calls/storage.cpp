@@ -1,13 +1,11 @@
 // The SD card, the internal storage.
-#include <string.h>
-
 #include "daemon/calls/row.h"
 
 namespace atd {
 
 namespace {
 
-void trim(char* text, char* trimmed) { strncpy(trimmed, trimwhitespace(text), kToldSize - 1); }
+void trim(char* text, char* trimmed) { put(trimwhitespace(text), trimmed); }
 
 }  // namespace
 
@@ -22,7 +20,8 @@ std::vector<Row> storage_calls() {
       {FUNCTION(mmc_mmcformat), "outcome", zero, "Formats the SD card.", kDestroys},
       {"trimwhitespace", trim, "TEXT trimmed", any, "Cuts the white space around a text off."},
       {FUNCTION(check_default_contents), "", zero, "Looks for what the SD card has beside its default contents."},
-      {FUNCTION(factory_format), "", zero, "Deletes that, whether or not the SD card is mounted.", kDestroys},
+      {FUNCTION(factory_format), "", zero, "Deletes what the SD card has beside its default contents, mounted or not.",
+       kDestroys},
       {FUNCTION(mmc_mmccheckcontents), "-", zero, "Checks that a mounted SD card has its default contents alone."},
       {FUNCTION(mmc_mmcfactoryformat), "done", zero, "Deletes all but the default contents from the SD card.",
        kDestroys},
@@ -30,7 +29,7 @@ std::vector<Row> storage_calls() {
       {FUNCTION(SDCardTestStart), "", zero, "Tests the SD card once, which mounts it, by writing and reading."},
       {FUNCTION(mmc_emt), "-", zero, "Tests the SD card by writing and reading, up to three times."},
       {FUNCTION(mmc_sdcheck), "-", zero, "Writes, reads and removes a file on the SD card."},
-      {FUNCTION(mmc_dummysdcheck), "usable", zero, "Tells whether the slot reports a card that is not there: 0."},
+      {FUNCTION(mmc_dummysdcheck), "verdict", zero, "Tells 0 where the slot reports a card that is not there, else 1."},
       {FUNCTION(mmc_mmctotalsize), "kib", zero, "Tells the SD card's size in KiB."},
       {FUNCTION(mmc_mmcusedsize), "bytes", zero, "Tells the bytes that files take on the SD card."},
       {FUNCTION(recursive_dir_check), "PATH", value, "Tells the bytes of a file, or of all files below a folder."},
@@ -39,7 +38,7 @@ std::vector<Row> storage_calls() {
       {FUNCTION(mmc_ufscapacity), "mib", zero, "Tells the size of the internal UFS in MiB."},
       {FUNCTION(mmc_storage_isufs), "", any, "Tells whether the internal storage is UFS: 1, else 0."},
       {FUNCTION(ram_memory_size), "", size, "Tells the size of the RAM in MiB."},
-      {FUNCTION(get_fs_size), "DEVICE", any, "Tells the size of the file system on a block device, 0 for none."},
+      {FUNCTION(get_fs_size), "DEVICE", size, "Tells the size of the file system on a block device, 0 for none."},
       {FUNCTION(do_scsi_command_read), "FIELD", zero, "Logs the UFS device's \"vendor\" or firmware \"level\"."},
   };
 }

@@ -248,7 +248,9 @@ bool ModemItems::receive_bulk(const std::string& chunk) {
 }
 
 std::string ModemItems::next_bulk_chunk() {
-  const std::string all = stored("bulk", "");
+  std::string all = stored("bulk", "");
+  // A person's file may have more than the modem takes.
+  if (all.size() > kMaxBulk) all.resize(kMaxBulk);
   // A person may have shortened the file in between.
   const std::string chunk = all.substr(std::min(bulk_sent_, all.size()), kBulkChunk);
   bulk_sent_ = chunk.size() == kBulkChunk ? bulk_sent_ + kBulkChunk : 0;

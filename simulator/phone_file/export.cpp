@@ -100,9 +100,6 @@ struct Temporary {
   const std::string path;  // "" when it could not be made
 };
 
-// A text for somebody's eyes.
-std::string shown(const std::string& text) { return is_utf8(text) ? text : "hex:" + to_hex(text); }
-
 class Exporter {
  public:
   Exporter(SimulatedDevice& device, const std::string& fresh) : device_(device), fresh_(fresh) {}
@@ -300,6 +297,7 @@ bool Exporter::run(const Tree& again, std::string* error) {
   const CardState in = device_.card.state();
   if (in.mounted) {
     mounted_ = resolve(device_.root(), "/storage/" + in.id);
+    if (mounted_.empty()) return *error = "/storage/" + in.id + " leads round in circles; unmount the card", false;
     const std::string place = mounted_.substr(device_.root().size());
     std::erase_if(there_, [&](const auto& entry) { return (entry.first + "/").starts_with(place + "/"); });
   }

@@ -150,7 +150,10 @@ bool Importer::removed(const toml::table& phone) {
     if (holds_own(paths[i])) {
       return fail(node, paths[i] + " holds what is the phone's own; name what is to be removed there");
     }
-    if (!*place_of(paths[i]).section || fs::remove_all(place, failure) == 0) {
+    if (!*place_of(paths[i]).section) {
+      return fail(node, paths[i] + " is the phone's own, and begins anew with each; leave it out");
+    }
+    if (fs::remove_all(place, failure) == 0) {
       return fail(node, paths[i] + " is not in a new phone: nothing is to be removed");
     }
     errno = failure.value();

@@ -67,7 +67,8 @@ const Place& place_of(const std::string& path) {
 
 bool holds_own(const std::string& folder) {
   return std::any_of(std::begin(kPlaces), std::end(kPlaces), [&](const Place& place) {
-    return !*place.section && std::string(place.path).starts_with(folder + "/");
+    const std::string path = place.path;
+    return !*place.section && path.starts_with(folder + "/") && path.size() > folder.size() + 1;
   });
 }
 

@@ -58,10 +58,7 @@ bool TomlReader::take_content(const toml::node& node, Content* content) {
   if (const toml::node* hex = only("hex"); hex && hex->is_string()) {
     std::string digits = *hex->value<std::string>();
     std::erase_if(digits, [](char c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; });
-    std::string_view rest = digits;
-    while (take_hex_pair(&rest, &bytes)) {
-    }
-    if (!rest.empty()) return fail(node, "hex is pairs of hex digits");
+    if (!from_hex(digits, &bytes)) return fail(node, "hex is pairs of hex digits");
   } else if (node.is_string()) {
     bytes = *node.value<std::string>();
   } else {

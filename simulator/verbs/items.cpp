@@ -89,10 +89,7 @@ std::string to_bytes(const FactoryItem& item, const Json& value, std::string* by
   const int highest = item.encoding == Encoding::flag ? 255 : 9;
   bytes->clear();
   if (value.is_object() && value.size() == 1 && value.contains("hex") && value["hex"].is_string()) {
-    std::string_view rest = value["hex"].get_ref<const std::string&>();
-    while (take_hex_pair(&rest, bytes)) {
-    }
-    if (!rest.empty()) return "the value is not pairs of hex digits";
+    if (!from_hex(value["hex"].get_ref<const std::string&>(), bytes)) return "the value is not pairs of hex digits";
     if (bytes->size() != static_cast<size_t>(item.length)) {
       return "the item has " + std::to_string(item.length) + " bytes, the value " + std::to_string(bytes->size());
     }

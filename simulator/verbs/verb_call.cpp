@@ -21,8 +21,6 @@ Json as_utf8(Json json) {
 
 }  // namespace
 
-std::string shown(const std::string& bytes) { return is_utf8(bytes) ? bytes : "hex:" + to_hex(bytes); }
-
 const std::string& VerbCall::operator[](size_t i) const {
   static const std::string none;
   return i < arguments_.size() ? arguments_[i] : none;

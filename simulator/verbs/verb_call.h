@@ -76,9 +76,6 @@ class VerbCall {
   std::function<void()> afterwards_;
 };
 
-// Bytes for a person: as they are, or "hex:00ff" where they are not UTF-8.
-std::string shown(const std::string& bytes);
-
 // Lines of cells as a table, each column as wide as its widest cell; the first line is the head.
 std::string table(const std::vector<std::vector<std::string>>& lines);
 
