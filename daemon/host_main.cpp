@@ -6,6 +6,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -155,11 +156,11 @@ void forget_scratch(const Options& options) {
 
 bool make_from(const Options& options, std::vector<atd::sim::Fault>* faults, std::string* error) {
   std::string text;
-  if (!atd::sim::read_file(options.from, &text)) {
-    *error = options.from + ": " + strerror(errno);
-    return false;
-  }
-  return atd::sim::import_phone(text, options.from, options.device, faults, error);
+  const int fd = options.from == "-" ? STDIN_FILENO : open(options.from.c_str(), O_RDONLY | O_CLOEXEC);
+  const bool whole = fd >= 0 && atd::sim::read_rest(fd, &text);
+  if (!whole) *error = options.from + ": " + strerror(errno);
+  if (fd > STDERR_FILENO) close(fd);
+  return whole && atd::sim::import_phone(text, options.from, options.device, faults, error);
 }
 
 int serve(Options options, const char* log_level) {
@@ -297,6 +298,8 @@ void raise_descriptor_limit() {
 }  // namespace
 
 int main(int argc, char** argv) {
+  // A phone that boots again runs /proc/self/exe.
+  prctl(PR_SET_NAME, "atd");
   open_standard_streams();
   raise_descriptor_limit();
   Options options;
@@ -310,14 +313,14 @@ int main(int argc, char** argv) {
   app.add_flag("--scratch", scratch, "a new phone in a folder of TMPDIR,\nwhich goes away at the end")
       ->excludes(device);
   app.add_option("--from", options.from,
-                 "make the phone of this file, which\n\"atdctl phone export\" or a person wrote")
-      ->type_name("FILE")
-      ->check(CLI::ExistingFile);
+                 "make the phone of this file, which\n\"atdctl phone export\" or a person wrote;\n"
+                 "\"-\" is standard input")
+      ->type_name("FILE");
   app.add_option("--log-level", log_level,
                  "lowest level shown on standard error: verbose,\n"
                  "debug, info (the default), warn, error, silent")
-      ->type_name("LEVEL")
-      ->check(CLI::IsMember(kLogLevels));
+      ->check(CLI::IsMember(kLogLevels))
+      ->option_text("LEVEL");
   app.add_option("--record", options.record, "append what goes over the socket to this file")->type_name("FILE");
   app.add_flag("--background", options.background, "detach once the socket is ready");
   app.set_version_flag("--version", "atd " ATD_VERSION, "print the version and end");
@@ -338,7 +341,7 @@ int main(int argc, char** argv) {
   options.log_level = kLogLevels.at(log_level);
   for (std::string* path : {&options.device, &options.from, &options.record}) {
     std::error_code error;
-    if (!path->empty()) *path = std::filesystem::absolute(*path, error).string();
+    if (!path->empty() && (path != &options.from || *path != "-")) *path = std::filesystem::absolute(*path, error).string();
     if (error) {
       fprintf(stderr, "atd: the start folder: %s\n", error.message().c_str());
       return 1;

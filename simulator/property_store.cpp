@@ -27,6 +27,12 @@ bool is_persistent(const std::string& name) { return name.starts_with("persist."
 
 }  // namespace
 
+std::string wrong_property(const std::string& name, const std::string& value) {
+  if (!acceptable(name)) return "no property can be called \"" + name + "\"";
+  if (value.size() >= PROPERTY_VALUE_MAX) return name + ": a value has at most 91 bytes";
+  return value.find('\0') == value.npos ? "" : name + ": a value has no NUL";
+}
+
 std::map<std::string, std::string> build_properties(const std::string& root) {
   std::map<std::string, std::string> properties;
   std::string text;
@@ -75,7 +81,7 @@ bool Properties::set(const std::string& name, const std::string& value) {
 }
 
 bool Properties::set_at_boot(const std::string& name, const std::string& value) {
-  if (!acceptable(name) || value.size() >= PROPERTY_VALUE_MAX) {
+  if (!wrong_property(name, value).empty()) {
     errno = EINVAL;
     return false;
   }

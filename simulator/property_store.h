@@ -13,6 +13,9 @@ namespace atd::sim {
 // The properties that "/system/build.prop" sets.
 std::map<std::string, std::string> build_properties(const std::string& root);
 
+// Why there can be no such property, as a sentence; "" where there can.
+std::string wrong_property(const std::string& name, const std::string& value);
+
 class Properties {
  public:
   // `syncs` is the phone's switch and outlives the store.

@@ -147,7 +147,7 @@ TEST_F(Daemon, RefusesWhatMakesNoSense) {
       {"--device phone --log-level loud", 64, usage},
       {"--device phone now", 64, usage},
       {"--device phone --scratch", 64, usage},
-      {"--device phone --from no/where", 64, usage},
+      {"--device phone --from no/where", 1, "atd: " + root_ + "/no/where: No such file or directory\n"},
       {"--version", 0, "atd 0."},
       {"--device /", 1, "atd: /: a simulated phone needs a folder of its own\n"},
       {"--device file", 1, "atd: " + root_ + "/file: "},
@@ -200,6 +200,7 @@ TEST_F(Daemon, RebootsAndSwitchesItselfOff) {
   EXPECT_EQ(0, phone("reboot"));
   EXPECT_TRUE(serves(3));
   EXPECT_EQ(detached, holder());
+  EXPECT_EQ("atd\n", content("/proc/" + std::to_string(detached) + "/comm"));
   EXPECT_TRUE(has(content(root_ + "/record"), "\"connect\""));
 
   start({"--device", "phone"});

@@ -72,7 +72,8 @@ TEST_F(PhoneFile, EverythingComesBackByteForByte) {
   EXPECT_EQ("exit 3\n",
             output_of("sed 1d " + root_ + "/system/bin/pm; test -x " + root_ + "/system/bin/pm || echo no"));
   EXPECT_EQ(55296000u, fs::file_size(root_ + "/dev/block/bootdevice/by-name/modem"));
-  EXPECT_FALSE(fs::exists(root_ + "/data/anr") || fs::exists(root_ + "/proc/tav_power/battery/present"));
+  for (const char* gone : {"/data/anr", "/proc/tav_power/battery/present", "/dev/__properties__/ro.factorytest"})
+    EXPECT_FALSE(fs::exists(root_ + gone)) << gone;
   // A reboot changes nothing of it, and an unmounted card is the same card.
   device().reboot();
   device().card.unmount();
@@ -103,6 +104,8 @@ TEST_F(PhoneFile, WhatCannotStandInItIsNamed) {
   fs::create_symlink("/x", root_ + "/sim/efs/link");
   put("/sim/items/9", "SN");
   put("/sim/stray", "?");
+  put("/sim/items/9-12/");
+  std::ofstream(root_ + "/system/build.prop", std::ios::app) << " ro.lead=x\n";
   std::ofstream(root_ + "/sim/modem.conf") << "117\n";
   EXPECT_EQ("", exported());
   const std::string names[] = {"/data/large: 65537 bytes, more than 65536",
@@ -110,7 +113,9 @@ TEST_F(PhoneFile, WhatCannotStandInItIsNamed) {
                                "/data/sparse: File too large",
                                "/sim/efs/link: a link",
                                "/sim/items/9: no item",
+                               "/sim/items/9-12: a folder",
                                "/sim/stray: nothing",
+                               "/system/build.prop: no property can be called \" ro.lead\"",
                                "/sim/modem.conf: 117: "};
   ASSERT_EQ(std::size(names), left_out_.size());
   for (size_t i = 0; i < left_out_.size(); ++i) EXPECT_TRUE(has(left_out_[i], names[i])) << left_out_[i];
@@ -169,6 +174,8 @@ TEST_F(PhoneFile, AWrongFileMakesNoPhoneAndNamesTheLine) {
       {"[cards.a]\nfiles = \"x\"", ":2: files is a section: [cards.a.files]"},
       {"removed = [\"/dev/log\"]", ":1: /dev/log is the phone's own, and begins anew"},
       {"removed = [\"/data/none\"]", ":1: /data/none is not in a new phone"},
+      {"folders = [\"/sim/items/9-12\"]", ":1: /sim/items/9-12 is no folder; it belongs into [items]"},
+      {"[build]\n\" ro.x\" = \"1\"", ":2: no property can be called \" ro.x\""},
       {"[properties]\n\"sys.x\" = \"1\"", ":2: a reboot forgets sys.x"},
       {"[build]\n\"ro.x\" = \"a\\nb\"", ":2: ro.x stands on one line"},
       {"[modem]\nrows = [\n\"117 * \\\"1\\\"\",\n\"117\"]", ":4: "},

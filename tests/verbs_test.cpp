@@ -313,6 +313,17 @@ TEST_F(ControlTest, FollowsTheLogUntilItHangsUp) {
   }
 }
 
+TEST_F(ControlTest, ACallThatTheEndOvertakesKeepsItsAnswer) {
+  device().host.call = [&](const std::vector<std::string>&) -> sim::HostAnswer {
+    control_->hang_up();
+    return {"told 1\nresult 1\n", R"({"result":1})", 1, "it says no"};
+  };
+  Caller caller(root_);
+  caller.say({"call", "x"});
+  const ControlReply reply = caller.next();
+  EXPECT_EQ("told 1\nresult 1\n1it says no", reply.out + std::to_string(reply.status) + reply.error);
+}
+
 TEST_F(ControlTest, EndsWithCallersThatDoNotRead) {
   Caller silent(root_), deaf(root_);
   deaf.say({"log", "-f"});

@@ -200,7 +200,9 @@ void Exporter::add_file(const std::string& path, fs::file_type type) {
   const auto found = new_.find(path);
   const bool known = found != new_.end() && found->second == type;
   if (type == fs::file_type::directory) {
-    if (!known && is_empty_folder(there_, path) && stands(path, path)) folders_.push_back(path);
+    if (known || !is_empty_folder(there_, path)) return;
+    if (!holds_folders(place)) leave_out(path, "a folder, and only files are there");
+    else if (stands(path, path)) folders_.push_back(path);
     return;
   }
   if (type == fs::file_type::symlink && path.starts_with("/sim/")) {
@@ -253,15 +255,14 @@ void Exporter::add_lines(const char* file, const char* section, const char* key,
 }
 
 void Exporter::add_build() {
-  const auto mine = build_properties(device_.root()), fresh = build_properties(fresh_);
+  auto mine = build_properties(device_.root()), fresh = build_properties(fresh_);
+  for (const auto& [name, value] : fresh) mine.emplace(name, "");
   for (const auto& [name, value] : mine) {
-    const auto found = fresh.find(name);
-    const bool same = found != fresh.end() && found->second == value;
-    if (!same && stands("/system/build.prop", name + "=" + value)) add("build", name, quoted(value));
-  }
-  // A property that is not set reads as the empty text.
-  for (const auto& [name, value] : fresh) {
-    if (!mine.contains(name)) add("build", name, quoted(""));
+    // One that is not set reads as the empty text.
+    if (value == fresh[name]) continue;
+    const std::string wrong = wrong_property(name, value);
+    if (!wrong.empty()) leave_out("/system/build.prop", shown(wrong));
+    else if (stands("/system/build.prop", name + "=" + value)) add("build", name, quoted(value));
   }
 }
 

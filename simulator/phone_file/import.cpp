@@ -45,6 +45,7 @@ class Importer : public TomlReader {
   bool put(const toml::node& node, const std::string& path, bool program = false);
   bool add_lines(const toml::node& node, const char* file, bool rows);
   bool take_item(const toml::key& key, const toml::node& node);
+  bool take_card_path(const toml::node& node, const std::string& path);
   bool take_card(const std::string& name, const toml::node& node);
 
   bool faults(const toml::table& phone);
@@ -110,7 +111,7 @@ bool Importer::put(const toml::node& node, const std::string& path, bool program
 // Puts other lines in the place of those in a settings file that count.
 bool Importer::add_lines(const toml::node& node, const char* file, bool rows) {
   std::vector<std::string> lines;
-  if (!take_texts(node, rows ? "a row" : "a line", &lines)) return false;
+  if (!take_texts(node, rows ? "the rows" : "the lines", &lines)) return false;
   std::string before, after;
   read_file(root_ + file, &before);
   for (size_t at = 0, end; at < before.size() && before[at] == '#'; at = end) {
@@ -132,7 +133,7 @@ bool Importer::faults(const toml::table& phone) {
   if (!list->is_array()) return fail(*list, "faults are arrays of words: [[\"set_ftm_item\", \"13\", \"nth=3\"]]");
   for (const toml::node& one : *list->as_array()) {
     std::vector<std::string> words;
-    if (!take_texts(one, "a fault", &words)) return false;
+    if (!take_texts(one, "the words of a fault", &words)) return false;
     if (const std::string wrong = parse_fault(words, &faults_->emplace_back()); !wrong.empty()) return fail(one, wrong);
   }
   return true;
@@ -169,7 +170,9 @@ bool Importer::folders(const toml::table& phone) {
   for (size_t i = 0; i < paths.size(); ++i) {
     const toml::node& node = (*list->as_array())[i];
     if (!take_path(node, paths[i])) return false;
-    if (!*place_of(paths[i]).section) return fail(node, paths[i] + " is the phone's own; leave it out");
+    const Place& place = place_of(paths[i]);
+    if (!*place.section) return fail(node, paths[i] + " is the phone's own; leave it out");
+    if (!holds_folders(place)) return fail(node, paths[i] + " is no folder; it belongs into [" + place.section + "]");
     if (!make_folders(resolve(root_, paths[i]))) return failed(node, paths[i]);
   }
   return true;
@@ -179,20 +182,16 @@ bool Importer::build(const toml::table& section) {
   const std::string file = root_ + "/system/build.prop";
   std::string text;
   read_file(file, &text);
-  const std::atomic<bool> syncs{false};
-  Properties check(root_, syncs);
   for (const auto& [key, node] : section) {
     const std::string name(key.str());
     std::string value;
     if (!take_text(node, name, &value)) return false;
-    // Until the next boot, which reads the file.
-    if (!check.set_at_boot(name, value))
-      return fail(node, "no property is called " + name + ", or its value is longer than 91 bytes");
+    if (const std::string wrong = wrong_property(name, value); !wrong.empty()) return fail(node, wrong);
     const std::string line = "\n" + name + "=";
     if (const size_t at = ("\n" + text).find(line); at != text.npos) {
       text.erase(at, std::min(text.find('\n', at), text.size() - 1) + 1 - at);
     }
-    text += name + "=" + value + "\n";
+    if (!value.empty()) text += name + "=" + value + "\n";
   }
   return write_file(file, text) || fail(section, std::string("system/build.prop: ") + strerror(errno));
 }
@@ -208,9 +207,8 @@ bool Importer::properties(const toml::table& section) {
     if (!name.starts_with("persist.")) {
       return fail(key.source(), "a reboot forgets " + name + "; what a boot sets stands in [build]");
     }
-    if (!properties.set(name, value)) {
-      return fail(node, "no property is called " + name + ", or its value is longer than 91 bytes");
-    }
+    if (const std::string wrong = wrong_property(name, value); !wrong.empty()) return fail(node, wrong);
+    if (!properties.set(name, value)) return failed(node, name);
   }
   return true;
 }
@@ -295,6 +293,11 @@ bool Importer::input(const toml::table& section) {
   return true;
 }
 
+bool Importer::take_card_path(const toml::node& node, const std::string& path) {
+  if (!path.starts_with('/')) return take_path(node, "/" + path);
+  return fail(node, "\"" + path + "\": a path on a card begins without \"/\"");
+}
+
 bool Importer::take_card(const std::string& name, const toml::node& node) {
   if (!is_card_name(name) || !node.is_table()) {
     return fail(node, "a card is a section [cards.NAME]: letters, digits, - and _, at most 32");
@@ -328,15 +331,15 @@ bool Importer::take_card(const std::string& name, const toml::node& node) {
       std::vector<std::string> folders;
       if (!take_texts(value, "folders", &folders)) return false;
       for (const std::string& folder : folders) {
-        if (!take_path(value, "/" + folder)) return false;
+        if (!take_card_path(value, folder)) return false;
         // A link of the card leads to where it leads on the phone.
         if (!make_folders(resolve(root_, files + folder))) return failed(value, files + folder);
       }
     } else if (key == "files") {
       if (!value.is_table()) return fail_section(value, "files", "cards." + name + ".files");
       for (const auto& [file, content] : *value.as_table()) {
-        if (!take_path(content, "/" + std::string(file.str())) || !put(content, files + std::string(file.str())))
-          return false;
+        const std::string path(file.str());
+        if (!take_card_path(content, path) || !put(content, files + path)) return false;
       }
     } else {
       return unknown(key, "in a card", {"in", "is", "folders", "files"});

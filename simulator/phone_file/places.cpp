@@ -65,6 +65,8 @@ const Place& place_of(const std::string& path) {
   });
 }
 
+bool holds_folders(const Place& place) { return place.keeps_path || strcmp(place.section, "efs") == 0; }
+
 bool holds_own(const std::string& folder) {
   return std::any_of(std::begin(kPlaces), std::end(kPlaces), [&](const Place& place) {
     const std::string path = place.path;

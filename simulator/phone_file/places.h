@@ -14,6 +14,9 @@ struct Place {
 // The place that a path of the phone belongs to.
 const Place& place_of(const std::string& path);
 
+// Whether a place can hold folders, and not files alone.
+bool holds_folders(const Place& place);
+
 // Whether something below a folder of the phone stands in no section, so that nothing but the phone makes it.
 bool holds_own(const std::string& folder);
 

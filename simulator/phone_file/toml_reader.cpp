@@ -29,9 +29,9 @@ bool TomlReader::take_text(const toml::node& node, const std::string& what, std:
 }
 
 bool TomlReader::take_texts(const toml::node& node, const std::string& what, std::vector<std::string>* texts) {
-  if (!node.is_array()) return fail(node, what + " is an array of texts: [\"...\", \"...\"]");
+  if (!node.is_array()) return fail(node, what + " stand in an array of texts: [\"...\", \"...\"]");
   for (const toml::node& one : *node.as_array()) {
-    if (!take_text(one, what, &texts->emplace_back())) return false;
+    if (!take_text(one, "each of " + what, &texts->emplace_back())) return false;
   }
   return true;
 }

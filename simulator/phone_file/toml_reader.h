@@ -28,7 +28,7 @@ class TomlReader {
   // The same for a name that is none of those.
   bool unknown(const toml::key& key, const char* what, const std::vector<std::string>& names);
 
-  // Read a text of one line, and an array of these; `what` names them: "a row".
+  // Read a text of one line, and an array of these; `what` names it, or them: "a link", "the rows".
   bool take_text(const toml::node& node, const std::string& what, std::string* text);
   bool take_texts(const toml::node& node, const std::string& what, std::vector<std::string>* texts);
 

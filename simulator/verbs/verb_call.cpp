@@ -49,7 +49,10 @@ bool VerbCall::delay(size_t i, int* milliseconds) {
 bool VerbCall::answer(const std::string& text, const Json& json) {
   ControlReply reply;
   reply.out = json_ ? as_utf8(json).dump() + "\n" : text;
-  return send_(reply);
+  if (send_(reply)) return true;
+  // The last reply is sent even where the phone is going away.
+  last_.out += reply.out;
+  return false;
 }
 
 void VerbCall::fail(int status, const std::string& error) {
