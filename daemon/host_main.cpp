@@ -341,7 +341,8 @@ int main(int argc, char** argv) {
   options.log_level = kLogLevels.at(log_level);
   for (std::string* path : {&options.device, &options.from, &options.record}) {
     std::error_code error;
-    if (!path->empty() && (path != &options.from || *path != "-")) *path = std::filesystem::absolute(*path, error).string();
+    if (!path->empty() && (path != &options.from || *path != "-"))
+      *path = std::filesystem::absolute(*path, error).string();
     if (error) {
       fprintf(stderr, "atd: the start folder: %s\n", error.message().c_str());
       return 1;

@@ -85,7 +85,19 @@ const Verb* find_verb(std::vector<std::string>* words, std::string* error) {
     return nullptr;
   }
   const Count count = count_of(*found);
+  const bool has_rest = words->size() > name_words;
+  const std::string stem = found->name + std::string(" ");
+  const bool is_stem = std::any_of(phone_verbs().begin(), phone_verbs().end(),
+                                   [&](const Verb& verb) { return std::string(verb.name).starts_with(stem); });
+  if (count.most == 0 && has_rest && is_stem) {
+    *error = unknown(*words);
+    return nullptr;
+  }
   words->erase(words->begin(), words->begin() + static_cast<std::ptrdiff_t>(name_words));
+  // A flag that is named last may stand anywhere.
+  std::stable_partition(words->begin(), words->end(), [&](const std::string& word) {
+    return !std::string(found->arguments).ends_with("[" + word + "]");
+  });
   if (words->size() >= count.least && words->size() <= count.most) return found;
   *error = std::string("write ") + found->name + (*found->arguments ? " " : " without arguments") + found->arguments;
   return nullptr;

@@ -57,13 +57,15 @@ TEST_F(VerbTest, AVerbIsFoundOrItsNearestIsNamed) {
   tell_all({{{}, 64, "there is no verb \"\""},
             {{"item"}, 64, "after \"item\" write one of: list, get, set, export, import"},
             {{"item", "list", "9"}, 64, "write item list without arguments"},
-            {{"item", "set", "9"}, 64, "write item set INDEX|NAME VALUE"}});
+            {{"item", "set", "9"}, 64, "write item set INDEX|NAME VALUE"},
+            {{"battery", "levl", "3"}, 64, "there is no verb \"battery levl\"; nearest: battery level"}});
 }
 
 TEST_F(VerbTest, AnExportLeavesNothingOutUnasked) {
   put("/sim/stray");
   tell_all({{{"export", "-"}, 1, "--leave-out leaves it out: /sim/stray: nothing"},
             {{"export", "-", "--all"}, 64, "write --leave-out"},
+            {{"export", "--leave-out", "-"}, 0, "# left out: \"/sim/stray: nothing"},
             {{"export", "-", "--leave-out"}, 0, "# left out: \"/sim/stray: nothing"}});
 }
 
