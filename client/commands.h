@@ -46,8 +46,8 @@ struct BatchArguments {
 // none is sent.
 int run_batch(const Target& target, const BatchArguments& arguments);
 
-// Sends an AT command to the platform, waits for the broadcast that carries it, and then for a sign of the platform:
-// kTimedOut when there is none.
+// Sends an AT command to the platform and waits for the broadcast that carries it; kTimedOut, at once, where nobody
+// else is connected to hear it.
 int run_send(const Target& target, const std::string& text, bool json);
 
 // Sends the platform's "initialize" and waits for the broadcast that the daemon is ready.
@@ -105,12 +105,12 @@ struct PhoneArguments {
   std::vector<std::string> words;  // of the verb and its arguments
   bool json = false;
   bool plain = false;    // show identities in full
-  double timeout = 0;    // seconds, for the connection, and for the end of the daemon after "stop"
+  double timeout = 0;    // seconds, for the connection, the request, and the end of the daemon after "stop"
   bool bounded = false;  // for each reply too
 };
 
-// Has the simulated phone run a verb, and prints its output as it comes. Returns the verb's own status; kOk when SIGINT
-// or SIGTERM ends one that has no end of its own.
+// Has the simulated phone run a verb, and prints its output as it comes; in JSON also that it is done, where it has no
+// output. Returns the verb's own status; kOk when SIGINT or SIGTERM ends one that has no end of its own.
 int run_phone(const PhoneArguments& arguments);
 
 // Prints the help of the verbs that begin with the words, at least one.

@@ -11,7 +11,7 @@ int run_doctor(const Target& target, bool json) {
   Failure lost;
   examine(target, [&](const Check& check) {
     if (check.state == Check::State::fail) status = kFailed;
-    const std::string advice = check.advice.empty() ? "" : "; " + check.advice;
+    const std::string advice = check.advice.empty() ? "" : "; " + visible(check.advice);
     if (lost) return;
     lost = print(
         json ? check_json(check)

@@ -1,4 +1,5 @@
 #include <errno.h>
+#include <fmt/format.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -29,8 +30,9 @@ int run_line(const Target& target, const std::string& line, bool json, bool plat
   if (!failure) failure = exchange(connection, target, line, deadline, is_answer, &answer);
   const timespec now = wall_clock();
   if (!failure && platform && other_clients(target.socket) == 0) {
-    failure = no_platform(target);
-    failure.text = "it is sent on, but " + failure.text;
+    failure = {kTimedOut, fmt::format("it is sent on, but nobody else is connected to the daemon at {}, so no platform "
+                                      "serves; atdctl serve stands in for one",
+                                      target.socket)};
   }
   if (failure) return complain(failure);
   return complain(print(json ? reply_json(now, answer) : visible(answer.bytes) + "\n"));

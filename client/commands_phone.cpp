@@ -9,6 +9,7 @@
 #include "client/commands.h"
 #include "client/identities.h"
 #include "client/input.h"
+#include "client/json.h"
 #include "client/output_file.h"
 #include "client/stop_signals.h"
 #include "daemon/calls.h"
@@ -18,8 +19,6 @@
 
 namespace atd::client {
 namespace {
-
-constexpr size_t kMostInput = 64 << 20;
 
 // The help of a verb in 80 columns: the sentence stands after the arguments, or below them where they are long.
 std::string verb_help(const Verb& verb) {
@@ -39,13 +38,12 @@ size_t words_in_common(const Verb& verb, const std::vector<std::string>& words) 
 Failure reach(Connection& connection, const PhoneArguments& arguments) {
   const std::string& folder = arguments.folder;
   const int error = connection.open(folder + kControlSocket, in_seconds(arguments.timeout));
+  if (is_forbidden(error)) return no_permission(folder + kControlSocket);
   switch (error) {
     case 0: return {};
     case ENOENT:
     case ENOTDIR:
-    case ECONNREFUSED: return {kNoDaemon, fmt::format("no phone runs in {}{}", folder, how_to_start(folder))};
-    case EACCES:
-    case EPERM: return no_permission(folder + kControlSocket);
+    case ECONNREFUSED: return {kNoDaemon, fmt::format("no phone runs in {}; {}", folder, how_to_start(folder))};
     case ETIMEDOUT:
       return {kTimedOut,
               fmt::format("no connection within {} to the phone in {}", in_words(arguments.timeout), folder)};
@@ -59,9 +57,8 @@ Failure not_in_time(const PhoneArguments& arguments, const char* what) {
 }
 
 // Waits until the connection ends, which a phone that stops leaves to the end of its process.
-Failure await_end(int fd, const PhoneArguments& arguments) {
+Failure await_end(Connection& connection, const PhoneArguments& arguments) {
   const Deadline deadline = in_seconds(arguments.timeout);
-  Connection connection(dup(fd));
   Message ignored;
   Wait wait;
   do wait = connection.next(&ignored, deadline);
@@ -79,21 +76,26 @@ void show_progress(const std::string& text) {
 
 // Prints the replies as they come, or writes them to an open file at the end; the status of the last. A verb that is
 // `endless` ends with a signal.
-int print_replies(int fd, const PhoneArguments& arguments, const Verb& verb, bool endless, OutputFile& file) {
+int print_replies(Connection& connection, const PhoneArguments& arguments, const Verb& verb, bool endless,
+                  OutputFile& file) {
   const std::string& folder = arguments.folder;
   const int most_ms = !arguments.bounded || endless ? -1 : static_cast<int>(std::min(arguments.timeout, 1e6) * 1000);
   Identities identities(folder, arguments.plain || !verb.is_collection);
   StopSignals signals(endless);
   std::string all;
-  bool is_progress_shown = false;
-  InputLines lines(fd);
+  bool is_silent = true, is_progress_shown = false;
+  auto end = [&](const Failure& failure) {
+    if (is_progress_shown) show_progress("");
+    return complain(failure);
+  };
+  InputLines lines(connection.fd());
   for (std::string line;;) {
     while (!lines.is_ready()) {
-      pollfd fds[] = {{fd, POLLIN, 0}, {signals.fd(), POLLIN, 0}};
+      pollfd fds[] = {{connection.fd(), POLLIN, 0}, {signals.fd(), POLLIN, 0}};
       const int ready = poll(fds, 2, most_ms);
-      if (ready == 0) return complain(not_in_time(arguments, "no answer"));
+      if (ready == 0) return end(not_in_time(arguments, "no answer"));
       if (ready < 0) continue;
-      if (fds[1].revents != 0) return kOk;
+      if (fds[1].revents != 0) return end({});
       lines.fill();
     }
     const bool came = lines.take(&line);
@@ -101,6 +103,7 @@ int print_replies(int fd, const PhoneArguments& arguments, const Verb& verb, boo
     if (came && from_line(line, &reply)) {
       if (!reply.progress.empty() || is_progress_shown) show_progress(visible(reply.progress));
       is_progress_shown = !reply.progress.empty();
+      is_silent = is_silent && reply.out.empty();
       if (file.is_open()) all += reply.out;
       else if (Failure lost = print(arguments.json ? identities.in_json(reply.out) : identities.in_text(reply.out))) {
         return complain(lost);
@@ -111,12 +114,16 @@ int print_replies(int fd, const PhoneArguments& arguments, const Verb& verb, boo
       if (!reply.last) continue;
       if (status != kOk) return status;
       if (file.is_open()) return complain(file.write(all));
-      return verb.name == std::string_view("stop") ? complain(await_end(fd, arguments)) : kOk;
+      Failure failure;
+      if (verb.name == std::string_view("stop")) failure = await_end(connection, arguments);
+      // A list may be empty.
+      if (!failure && arguments.json && is_silent && !verb.is_collection) failure = print(failure_json(kOk, ""));
+      return complain(failure);
     } else if (came && !lines.is_cut()) {
-      return complain({kOther, "the phone's reply makes no sense: " + line.substr(0, 60)});
+      return end({kOther, "the phone's reply makes no sense: " + line.substr(0, 60)});
     } else {
-      return complain(
-          {kNoDaemon, fmt::format("the phone in {} went away before it was done{}", folder, how_to_start(folder))});
+      return end(
+          {kNoDaemon, fmt::format("the phone in {} went away before it was done; {}", folder, how_to_start(folder))});
     }
   }
 }
@@ -139,22 +146,34 @@ int run_phone(const PhoneArguments& arguments) {
     CallRequest call = read_call(rest);
     if (!call.error.empty() || !call.call || call.help) return print_answer(explain(call), arguments.json);
     const bool asked = !call.yes;
-    if (!confirm(&call)) return kUsage;
+    if (!confirm(&call)) return complain({kUsage, "not done: it was not confirmed"});
     if (asked && call.yes) request.words.insert(request.words.begin() + 1, "--yes");
   }
   if (arguments.folder.empty()) return complain({kUsage, "no phone is named: give --device DIR or set ATD_DEVICE"});
   const int file = file_argument(*verb);
-  if (file >= 0 && file < static_cast<int>(rest.size())) failure = read_file(rest[file], kMostInput, &request.input);
+  if (file >= 0 && file < static_cast<int>(rest.size()))
+    failure = read_file(rest[file], kControlRequestMax, &request.input);
   const int output = output_argument(*verb);
+  const bool has_output = output >= 0 && output < static_cast<int>(rest.size());
+  if (has_output && arguments.json && rest[output] != "-") {
+    return complain({kUsage, "--json goes with \"-\" alone: the file gets what the verb prints without it"});
+  }
+  const std::string line = to_line(request);
+  if (!failure && line.size() > kControlRequestMax) {
+    failure = {kUsage, fmt::format("the request has {} bytes with its file in it; the phone takes at most {}",
+                                   line.size(), kControlRequestMax)};
+  }
   OutputFile to;
-  if (!failure && output >= 0 && output < static_cast<int>(rest.size())) failure = to.open(rest[output]);
+  if (!failure && has_output) failure = to.open(rest[output]);
   Connection connection;
   if (!failure) failure = reach(connection, arguments);
   if (failure) return complain(failure);
-  // A phone that does not take the whole request says why in its reply.
-  connection.send_bytes(to_line(request), Deadline::max());
+  // Of a phone that goes away print_replies() tells.
+  if (connection.send_bytes(line, in_seconds(arguments.timeout)) == ETIMEDOUT) {
+    return complain(not_in_time(arguments, "no room for the request"));
+  }
   auto is_follow = [](const std::string& word) { return word == "-f" || word == "--follow"; };
-  return print_replies(connection.fd(), arguments, *verb, std::any_of(rest.begin(), rest.end(), is_follow), to);
+  return print_replies(connection, arguments, *verb, std::any_of(rest.begin(), rest.end(), is_follow), to);
 }
 
 int run_phone_help(const std::vector<std::string>& words) {

@@ -75,15 +75,15 @@ class Doctor {
   std::string advice_on(int error) const {
     if (is_forbidden(error)) return "run atdctl as the user who runs the daemon, or as root";
     if (error == ETIMEDOUT) return "the daemon accepts nobody: look for what holds it up in its log";
-    if (folder_ && !folder_->empty()) return how_to_start(*folder_).substr(strlen("; "));
-    return "start the daemon on the phone: start atd; or a simulated phone: atd --device DIR --background";
+    return how_to_start(folder_.value_or(""));
   }
 
   void socket_file() {
     const std::string& path = target_.socket;
     struct stat file;
     if (lstat(path.c_str(), &file) != 0) {
-      tell_({"socket", fail, fmt::format("{}: {}", path, strerror(errno)), advice_on(errno)});
+      const int error = errno;
+      tell_({"socket", fail, fmt::format("{}: {}", path, strerror(error)), advice_on(error)});
       return tell_({"label", not_seen, "no socket", "mend the socket first"});
     }
     const passwd* user = getpwuid(file.st_uid);
@@ -179,9 +179,8 @@ class Doctor {
       tell_({"platform", not_seen, "no other client is connected",
              "start the platform's service; \"atdctl serve\" stands in for it"});
     } else {
-      const std::string found = fmt::format("{} other {} connected; which is the platform is not told", others,
-                                            others == 1 ? "client is" : "clients are");
-      tell_({"platform", not_seen, found, "atdctl wait --platform"});
+      const char* const clients = others == 1 ? "client is connected, which" : "clients are connected, one of which";
+      tell_({"platform", ok, fmt::format("{} other {} may be the platform", others, clients), ""});
     }
   }
 

@@ -1,5 +1,6 @@
 #include "client/exchange.h"
 
+#include <ctype.h>
 #include <errno.h>
 #include <fmt/format.h>
 #include <stdlib.h>
@@ -19,6 +20,15 @@ constexpr std::string_view kSocketOnPhone = "/dev/socket/atd";
 std::string environment(const char* name) {
   const char* value = getenv(name);
   return value == nullptr ? "" : value;
+}
+
+// The word as a shell takes it.
+std::string in_shell(const std::string& word) {
+  auto is_plain = [](unsigned char c) { return isalnum(c) != 0 || strchr("/._-+,:@%=", c) != nullptr; };
+  if (std::all_of(word.begin(), word.end(), is_plain)) return word;
+  std::string quoted = "'";
+  for (char c : word) quoted += c == '\'' ? "'\\''" : std::string(1, c);
+  return quoted + "'";
 }
 
 }  // namespace
@@ -46,7 +56,10 @@ std::string phone_folder(const std::string& socket, const std::string& device) {
 }
 
 std::string how_to_start(const std::string& folder) {
-  return fmt::format("; start it with: atd --device {} --background", folder.empty() ? "DIR" : folder);
+  if (folder.empty()) {
+    return "start the daemon on the phone: start atd; or a simulated phone: atd --device DIR --background";
+  }
+  return fmt::format("start it with: atd --device {} --background", in_shell(folder));
 }
 
 Failure connect(Connection& connection, const Target& target, Deadline deadline, bool patient) {
@@ -57,7 +70,7 @@ Failure connect(Connection& connection, const Target& target, Deadline deadline,
     if (error == ETIMEDOUT) return timed_out(target, "no connection");
     if (!patient || std::chrono::steady_clock::now() + kPause > deadline) {
       if (is_forbidden(error)) return no_permission(target.socket);
-      return {kNoDaemon, fmt::format("no daemon at {} ({}){}", target.socket, strerror(error),
+      return {kNoDaemon, fmt::format("no daemon at {} ({}); {}", target.socket, strerror(error),
                                      how_to_start(phone_root(target.socket).value_or("")))};
     }
     std::this_thread::sleep_for(kPause);
@@ -70,19 +83,12 @@ Failure no_permission(const std::string& socket) {
 
 Failure went_away(const Target& target) {
   const std::string folder = phone_root(target.socket).value_or("");
-  return {kNoDaemon, "the daemon at " + target.socket + " went away" + how_to_start(folder)};
+  return {kNoDaemon, "the daemon at " + target.socket + " went away; " + how_to_start(folder)};
 }
 
 Failure timed_out(const Target& target, const std::string& what) {
   return {kTimedOut, fmt::format("{} within {} from the daemon at {}; --timeout SECONDS waits longer", what,
                                  in_words(target.timeout), target.socket)};
-}
-
-Failure no_platform(const Target& target) {
-  return {
-      kTimedOut,
-      fmt::format("nobody else is connected to the daemon at {}, so no platform serves; atdctl serve stands in for one",
-                  target.socket)};
 }
 
 Failure check_length(const std::string& line) {

@@ -29,7 +29,7 @@ std::optional<std::string> phone_root(const std::string& socket);
 // The folder of the simulated phone that has this socket, or ATD_DEVICE where only that names one; "" for none.
 std::string phone_folder(const std::string& socket, const std::string& device);
 
-// The end of a complaint that a phone is not there: how to start it. `folder` is the phone's, "" when it is not known.
+// What to do where no daemon runs: how to start one. `folder` is the simulated phone's, "" where none is known.
 std::string how_to_start(const std::string& folder);
 
 // Connects once, or with `patient` again and again until the deadline, for a daemon that starts. Fails with kNoDaemon
@@ -44,9 +44,6 @@ Failure went_away(const Target& target);
 
 // The failure that something did not come in time; `what` says what, such as "no answer".
 Failure timed_out(const Target& target, const std::string& what);
-
-// The failure that there is no sign of a platform.
-Failure no_platform(const Target& target);
 
 // kUsage for a line that is longer than the daemon takes.
 Failure check_length(const std::string& line);

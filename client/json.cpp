@@ -158,7 +158,7 @@ std::string check_json(const Check& check) {
   json["check"] = check.name;
   json["state"] = to_text(check.state);
   json["found"] = visible(check.found);
-  json["advice"] = check.advice.empty() ? Json() : Json(check.advice);
+  json["advice"] = check.advice.empty() ? Json() : Json(visible(check.advice));
   return to_line(json);
 }
 

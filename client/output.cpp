@@ -26,7 +26,7 @@ constexpr StatusMeaning kStatuses[] = {
     {kUsage, "a mistake in the arguments, or in a file that they name"},
     {kNoDaemon, "no daemon at the socket, or no phone in the folder, or it went away"},
     {kNoOutput, "output or a recording cannot be written; no message if its reader ended"},
-    {kTimedOut, "no answer in time"},
+    {kTimedOut, "no answer in time, or no platform to give one"},
     {kNoPermission, "no permission for the socket, the phone's folder or a file"},
 };
 
@@ -202,9 +202,8 @@ std::string opcode_title(int32_t opcode) {
 
 std::string answer_text(int32_t opcode, const Response& response) {
   const Opcode* row = find_opcode(opcode);
-  const bool missing = response.result == kNotSupported && row != nullptr && row->state == State::not_built;
-  std::string text = fmt::format("{}: {}{}{}\n", opcode_title(opcode), result_name(response.result),
-                                 missing ? " (not in this build yet)" : "", status_text(response));
+  std::string text =
+      fmt::format("{}: {}{}\n", opcode_title(opcode), result_name(opcode, response.result), status_text(response));
   switch (shape_of(row, response.data)) {
     case Shape::none: break;
     case Shape::text: text += text_of(response.data); break;

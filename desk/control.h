@@ -2,6 +2,8 @@
 // line. A caller sends one request; the phone sends replies and closes the connection after the last one.
 #pragma once
 
+#include <stddef.h>
+
 #include <string>
 #include <vector>
 
@@ -9,6 +11,9 @@ namespace atd {
 
 // Where the control socket is in the phone's folder.
 inline constexpr char kControlSocket[] = "/sim/control";
+
+// Bytes that the line of a request may have; the phone closes the connection to a caller who sends more.
+inline constexpr size_t kControlRequestMax = 16 * 1024 * 1024;
 
 struct ControlRequest {
   std::vector<std::string> words;  // of the verb and its arguments

@@ -1,5 +1,6 @@
 #include "desk/recording.h"
 
+#include <limits.h>
 #include <stdio.h>
 
 #include <algorithm>
@@ -40,8 +41,11 @@ bool read_time(const Json& json, struct timespec* time) {
 // A field's number, at least `lowest`; null counts as 0.
 bool read_number(const Json& json, int lowest, int* number) {
   *number = 0;
-  if (json.is_number_integer()) *number = json.get<int>();
-  return (json.is_number_integer() || json.is_null()) && *number >= lowest;
+  if (!json.is_number_integer()) return json.is_null() && lowest <= 0;
+  const double value = json.get<double>();  // all of an int's values are exact
+  if (value < lowest || value > INT_MAX) return false;
+  *number = json.get<int>();
+  return true;
 }
 
 }  // namespace

@@ -21,7 +21,6 @@ namespace atd::sim {
 
 namespace {
 
-constexpr size_t kRequestMax = 16 * 1024 * 1024;
 constexpr int kBacklog = 16;
 constexpr std::chrono::milliseconds kPause(100);
 constexpr std::chrono::seconds kPatience(1);
@@ -30,7 +29,7 @@ constexpr std::chrono::seconds kPatience(1);
 bool read_line(int fd, std::string* line) {
   char bytes[16384];
   line->clear();
-  while (line->size() <= kRequestMax) {
+  while (line->size() <= kControlRequestMax) {
     const ssize_t size = recv(fd, bytes, sizeof bytes, 0);
     if (size < 0 && errno == EINTR) continue;
     if (size <= 0) return false;

@@ -311,6 +311,7 @@ TEST(CallsOffline, APersonOnATerminalIsAsked) {
   char asked[200] = "";
   EXPECT_GT(read(terminal, asked, sizeof asked - 1), 0);
   Words sent;
+  client::Outcome declined;
   {
     client::FakeServer phone("sim", "control", [&](int fd) {
       std::string line;
@@ -318,14 +319,17 @@ TEST(CallsOffline, APersonOnATerminalIsAsked) {
       ControlRequest request;
       EXPECT_TRUE(from_line(line, &request)) << line;
       sent = request.words;
-      client::FakeServer::say(fd, to_line(ControlReply{.last = true}) + "BYE");
+      client::FakeServer::say(fd, to_line(ControlReply{.progress = "12 files"}) + "BYE");
     });
-    EXPECT_GT(write(terminal, "y\n", 2), 0);
-    client::atdctl("", {"phone", "--device", phone.root(), "call", "set_pid", "--", "--yes"}, "", [&] {
-      dup2(other_end, STDIN_FILENO);
-      dup2(other_end, STDERR_FILENO);
-    });
+    auto to_terminal = [&] { dup2(other_end, STDIN_FILENO), dup2(other_end, STDERR_FILENO); };
+    EXPECT_GT(write(terminal, "y\nn\n", 4), 0);
+    client::atdctl("", {"phone", "--device", phone.root(), "call", "set_pid", "--", "--yes"}, "", to_terminal);
+    declined = client::atdctl("", words("phone --json call poweroff"), "", to_terminal);
   }
+  std::string shown;
+  for (char c; !has(shown, "went away") && read(terminal, &c, 1) == 1;) shown += c;
+  EXPECT_TRUE(has(shown, "\r12 files\x1b[K\r\x1b[Katdctl: the phone in")) << shown;
+  EXPECT_EQ("{\"status\":64,\"error\":\"not done: it was not confirmed\"}\n", declined.out);
   EXPECT_EQ((Words{"call", "--yes", "set_pid", "--", "--yes"}), sent);
   dup2(before[0], STDIN_FILENO);
   dup2(before[1], STDERR_FILENO);

@@ -75,6 +75,7 @@ TEST(ClientPhone, FindsThePhone) {
       {{"status", "--socket", "/tmp/other"}, "/x", 64, "no phone is named"},
       {{"status"}, kNowhere, 69, "in /tmp/nowhere; start it with: atd --device /tmp/nowhere --background\n"},
       {{"status"}, "/dev/null", 69, "no phone runs in /dev/null; start"},
+      {{"status"}, "/tmp/no 'where", 69, "start it with: atd --device '/tmp/no '\\''where' --background\n"},
       {{"item", "import", kNowhere}, kNowhere, 64, "atdctl: /tmp/nowhere: No such file or directory\n"},
       {{"statsu"}, kNowhere, 64, "there is no verb \"statsu\"; nearest: status, "},
       {{"item", "set", "5"}, kNowhere, 64, "write item set INDEX|NAME VALUE"}};
@@ -83,6 +84,8 @@ TEST(ClientPhone, FindsThePhone) {
     EXPECT_EQ(status, outcome.status) << error;
     EXPECT_TRUE(has(outcome.err, error)) << outcome.err << error;
   }
+  EXPECT_TRUE(has(atdctl("/tmp/nowhere", {"request", "5"}).err,
+                  "; start the daemon on the phone: start atd; or a simulated phone: atd --device DIR --background\n"));
   // A phone that was killed leaves the file of its socket.
   const std::string left = folder + "/left";
   std::filesystem::create_directory(left);
@@ -129,6 +132,31 @@ TEST(ClientPhone, WaitsAsLongAsItIsTold) {
     FakePhone phone(replies);
     EXPECT_EQ(status, atdctl_phone(phone.root(), words(command)).status) << replies;
   }
+}
+
+TEST(ClientPhone, ARequestHasItsBounds) {
+  std::binary_semaphore ended(0);
+  FakeServer deaf("sim", "control", [&](int) { (void)ended.try_acquire_for(std::chrono::seconds(10)); });
+  const std::tuple<const char*, std::string, int, const char*> kRows[] = {
+      {"--timeout 0.05", std::string(2 << 20, 'x'), 75, "no room for the request within 0.05 s from the phone"},
+      {"--timeout 9", std::string((16 << 20) + 1, 'x'), 64, "input has more than 16777216 bytes"},
+      {"--timeout 9", std::string(9 << 20, '\n'), 64, "bytes with its file in it; the phone takes at most 16777216"}};
+  for (const auto& [option, input, status, error] : kRows) {
+    Outcome outcome = atdctl_phone(deaf.root(), words("item import - "s + option), input);
+    ended.release();
+    EXPECT_EQ(status, outcome.status) << error;
+    EXPECT_TRUE(has(outcome.err, error)) << outcome.err;
+  }
+}
+
+TEST(ClientPhone, AVerbWithoutOutputSaysInJsonThatItIsDone) {
+  FakePhone phone(kDone);
+  EXPECT_EQ(json("{'status':0,'error':null}\n"), atdctl_phone(phone.root(), words("item set 5 x --json")).out);
+  for (const char* command : {"item set 5 x", "log --json"}) {
+    EXPECT_EQ("", atdctl_phone(phone.root(), words(command)).out) << command;
+  }
+  FakePhone says("{'out':'[]'}\n{'status':0}\n");
+  EXPECT_EQ("[]", atdctl_phone(says.root(), words("power history --json")).out);
 }
 
 TEST(ClientPhone, MasksLogsAndListsAlone) {

@@ -342,6 +342,7 @@ TEST(Client, NamesALineThatMakesNoSense) {
       {"replay -", R"({"time":"2026-01-31"})", "\"time\" is not written as"},
       {"replay -", time + R"("dir":"on"})", "neither \"in\" nor \"out\""},
       {"replay -", time + R"("dir":"in","client":0,"bytes":""})", "\"client\" is no"},
+      {"replay -", time + R"("dir":"in","client":4294967297,"bytes":""})", "\"client\" is no"},
       {"replay -", time + input + "}", "neither \"bytes\" nor"},
       {"replay -", time + input + R"(,"bytes":{"hex":"012"}})", "\"bytes\" is neither"},
       {"replay -", time + input + R"(,"event":"sleep"})", "connect, disconnect or missed"},

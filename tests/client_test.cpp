@@ -279,6 +279,7 @@ TEST(Client, JsonTellsFailuresToo) {
       {"initialize --json", 0, R"(,"seq":1,"code":601,"text":"up","hex":null,"decoded":null,"status":0,"error":null})"},
       {"send --json AT --timeout 0.05", 75, R"({"status":75,"error":"no)"},
       {"wait --json", 0, R"(,"status":0,"error":null})"},
+      {"phone --json --device /tmp/nowhere export x", 64, R"({"status":64,"error":"--json goes with \"-\" alone)"},
       {"phone --json --device /tmp/nowhere status", 69, R"({"status":69,"error":"no phone runs in /tmp/nowhere)"}};
   for (const auto& [command, status, shown] : kRows) {
     const bool phone = command[0] == 'p';

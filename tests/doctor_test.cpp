@@ -68,6 +68,10 @@ TEST(Doctor, FindsWhatIsBrokenAndChangesNothing) {
     told = text;
     EXPECT_TRUE(has(atdctl(phone, {"doctor"}).out, line)) << text;
   }
+  // Its advice names the folder.
+  const Strings strange = {"--device", "/tmp/\xff \x1b", "doctor"};
+  EXPECT_TRUE(has(atdctl("", strange).out, "atd --device '/tmp/\\xff \\x1b' --background\n"));
+  EXPECT_EQ(1, atdctl("", {"--json", strange[0], strange[1], strange[2]}).status);
   if (geteuid() == 0) return;  // nothing is closed to root
   chmod((root + "/sys/power/autosleep").c_str(), 0);
   EXPECT_TRUE(has(atdctl(phone, {"doctor"}).out, "fail      nodes       /sys/power/autosleep: Permission denied; "));

@@ -16,13 +16,15 @@ using Adapter = valijson::adapters::NlohmannJsonAdapter;
 
 std::string not_as_documented(const Strings& arguments, const std::string& out) {
   json root = json::parse(content(ATD_DOCS "/json-schema.json"));
-  std::string definition = "failure", command;
+  std::string definition = "failure", phone;
   for (const std::string& word : arguments) {
-    command = command == "phone" ? "phone_" + word : word;
+    const std::string command = phone + word;
+    if (word == "phone") phone = "phone_";
     if (root["definitions"].contains(command)) definition = command;
     if (definition != "failure") break;
   }
   root["anyOf"] = {{{"$ref", "#/definitions/failure"}}, {{"$ref", "#/definitions/" + definition}}};
+  if (!phone.empty()) root["anyOf"].push_back({{"$ref", "#/definitions/done"}});
   valijson::Schema schema;
   valijson::SchemaParser(valijson::SchemaParser::kDraft7).populateSchema(Adapter(root), schema);
   std::istringstream stream(out);
