@@ -25,17 +25,26 @@ std::string_view without_spaces_at_end(std::string_view text) {
   return text.substr(0, text.find_last_not_of(kSpaces) + 1);
 }
 
+// Takes the next word if it is this one.
+bool next_is(std::string_view* text, std::string_view word) {
+  std::string_view rest = *text;
+  if (take_word(&rest) != word) return false;
+  *text = rest;
+  return true;
+}
+
 Failure parse_expected(std::string_view rest, Expected* expected) {
   skip_spaces(&rest);
   expected->shown = visible(std::string(without_spaces_at_end(rest)));
   const std::string_view word = take_word(&rest);
   if (word == "OK") expected->result = RZCMD_OK;
   else if (word == "FAIL") expected->result = RZCMD_FAIL;
-  else if (word == "UNSUPPORTED") expected->result = kNotSupported;
+  else if (word == "UNSUPPORTED" || (word == "not" && next_is(&rest, "supported"))) expected->result = kNotSupported;
   else if (!read_number(word, INT_MIN, INT_MAX, &expected->result)) {
-    return {kUsage, fmt::format("\"{}\" is not a result: write OK, FAIL, UNSUPPORTED or a number after ->; a payload "
-                                "with -> in it is written as hex:HEX",
-                                word)};
+    return {kUsage,
+            fmt::format("\"{}\" is not a result: write OK, FAIL, not supported, UNSUPPORTED or a number after ->; "
+                        "a payload with -> in it is written as hex:HEX",
+                        word)};
   }
   skip_spaces(&rest);
   if (rest.empty()) return {};

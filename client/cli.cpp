@@ -25,10 +25,11 @@ struct Options {
   bool plain = false;
   bool hexdump = false;
   bool platform = false;
-  WatchArguments watch;
+  MonitorArguments monitor;
+  ServeArguments serve;
   ReplayArguments replay;
   BatchArguments batch;
-  double quiet_ms = 200;
+  double silence_ms = 200;
   double timeout = Target().timeout;
   PhoneArguments phone;
   std::string text;
@@ -153,9 +154,6 @@ void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
 
   command = add("batch", "Send each line of a file as a request, and print the answers in order", [&, target] {
     options.batch.json = options.json;
-    if (!options.batch.csv.empty() && options.batch.csv == options.batch.junit) {
-      return complain({kUsage, "the two reports need a file each"});
-    }
     return run_batch(target(), options.batch);
   });
   command
@@ -175,10 +173,10 @@ void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
       ->excludes(dry);
   add_json(command, "Print one object a line");
   command->footer(
-      "All lines are checked before the first is sent. RESULT is OK, FAIL, UNSUPPORTED\n"
-      "or a number, and the text after it is the answer's; without one any data will\n"
-      "do. The status of a line that expects something is 0 when the answer is so, and\n"
-      "else 1.");
+      "All lines are checked before the first is sent. RESULT is OK, FAIL, \"not\n"
+      "supported\" (or UNSUPPORTED) or a number, and the text after it is the answer's;\n"
+      "without one any data will do. The status of a line that expects something is 0\n"
+      "when the answer is so, and else 1.");
 
   command = add("send", "Send an AT command to the platform",
                 [&, target] { return run_send(target(), options.text, options.json); });
@@ -190,46 +188,46 @@ void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
   add_json(command, "Print one object");
 
   command = add("monitor", "Print every message of the daemon as it comes", [&, target] {
-    options.watch.plain = options.plain;
-    const std::vector<int>& codes = options.watch.codes;
+    options.monitor.plain = options.plain;
+    const std::vector<int>& codes = options.monitor.codes;
     auto has_requests = [](int code) { return code == kPlatformCode || code == kCopyCode; };
-    if (!options.watch.opcodes.empty() && !codes.empty() && std::none_of(codes.begin(), codes.end(), has_requests)) {
+    if (!options.monitor.opcodes.empty() && !codes.empty() && std::none_of(codes.begin(), codes.end(), has_requests)) {
       return complain({kUsage, "--opcode shows requests to the platform, which have the code 605: add --code 605"});
     }
-    return run_monitor(target(), options.watch);
+    return run_monitor(target(), options.monitor);
   });
   auto add_plain = [&](CLI::App* showing) {
     showing->add_flag("--plain", options.plain, "Show identities, such as the IMEI, in full, not masked");
   };
-  auto add_watch = [&](CLI::App* watching, const char* count) {
+  auto add_watch = [&](CLI::App* watching, auto& arguments, const char* count) {
     add_plain(watching);
-    watching->add_flag("--json", options.watch.json, "Print one object a line");
-    watching->add_option("--count", options.watch.count, count)->option_text("N")->check(CLI::Range(1, 2000000000));
+    watching->add_flag("--json", arguments.json, "Print one object a line");
+    watching->add_option("--count", arguments.count, count)->option_text("N")->check(CLI::Range(1, 2000000000));
   };
-  add_watch(command, "End after so many messages that are shown");
-  command->add_option("--code", options.watch.codes, "Show messages with this code alone; may stand several times")
+  add_watch(command, options.monitor, "End after so many messages that are shown");
+  command->add_option("--code", options.monitor.codes, "Show messages with this code alone; may stand several times")
       ->option_text("N")
       ->check(CLI::Range(0, 999))
       ->allow_extra_args(false);
   command
-      ->add_option("--opcode", options.watch.opcodes,
+      ->add_option("--opcode", options.monitor.opcodes,
                    "Show requests to the platform with this opcode alone; may stand several times")
       ->option_text("NAME|NUMBER")
       ->allow_extra_args(false);
-  command->add_option("--for", options.watch.seconds, "End after this time; with --count the status is then 75")
+  command->add_option("--for", options.monitor.seconds, "End after this time; with --count the status is then 75")
       ->option_text("SECONDS")
       ->check(check_time);
-  command->add_flag("--follow", options.watch.follow, "Wait for a daemon that is gone, as at a reboot, and go on");
-  auto* record = command->add_option("--record", options.watch.record, "Append every message to this file");
+  command->add_flag("--follow", options.monitor.follow, "Wait for a daemon that is gone, as at a reboot, and go on");
+  auto* record = command->add_option("--record", options.monitor.record, "Append every message to this file");
   record->option_text("FILE");
-  command->add_flag("--quiet", options.watch.quiet, "Print nothing; for --record")->needs(record);
+  command->add_flag("--quiet", options.monitor.quiet, "Print nothing; for --record")->needs(record);
 
   command = add("serve", "Stand in for the platform: print what the daemon asks of it, and answer", [&, target] {
-    options.watch.plain = options.plain;
-    return run_serve(target(), options.watch);
+    options.serve.plain = options.plain;
+    return run_serve(target(), options.serve);
   });
-  add_watch(command, "End after so many commands and requests");
-  command->add_option("--answers", options.watch.answers, "Requests and their answers, which serve --help explains")
+  add_watch(command, options.serve, "End after so many commands and requests");
+  command->add_option("--answers", options.serve.answers, "Requests and their answers, which serve --help explains")
       ->option_text("FILE");
   command->footer("The file has rows; the first that matches counts:\n\n" + answer_row_help(RowsOf::platform) +
                   "Lines that begin with # are skipped. Any other request is answered with result\n"
@@ -237,6 +235,7 @@ void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
 
   command = add("replay", "Send what the clients in a recording sent, and compare the answers", [&, target] {
     options.replay.json = options.json;
+    options.replay.plain = options.plain;
     return run_replay(target(), options.replay);
   });
   command->add_option("FILE|-", options.replay.file, "The recording, made with atd --record FILE")
@@ -248,6 +247,7 @@ void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
       ->option_text("REGEX")
       ->allow_extra_args(false);
   command->add_flag("--realtime", options.replay.realtime, "Keep the recording's pauses");
+  add_plain(command);
   add_json(command, "Print one object");
 
   command = add("wait", "Wait until the daemon answers",
@@ -284,11 +284,12 @@ void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
   if (phone_verbs().empty()) app.remove_subcommand(command);  // there is no simulated phone
 
   command = add("raw", "Send the lines of standard input as they are, and print what comes",
-                [&, target] { return run_raw(target(), options.hexdump, options.quiet_ms); });
+                [&, target] { return run_raw(target(), options.hexdump, options.silence_ms); });
   command->add_flag("--hexdump", options.hexdump, "Print the bytes on the wire too");
-  command->add_option("--quiet", options.quiet_ms, "Go on to the next line after this much silence (default 200)")
+  command->add_option("--silence", options.silence_ms, "Go on to the next line after this much silence (default 200)")
       ->option_text("MILLISECONDS")
       ->check(check_time);
+  command->footer("It shows everything as it is: identities, such as the IMEI, are not masked.");
 
   command = add("completion", "Print the completion script for bash", [&app] { return run_completion(app); });
   command->add_option("SHELL", options.shell, "bash")->option_text(" ")->check(CLI::IsMember({"bash"}));

@@ -54,20 +54,19 @@ int run_send(const Target& target, const std::string& text, bool json);
 int run_initialize(const Target& target, bool json);
 
 // Sends lines of standard input as they are, and prints every message. It waits for the answer to a request; after any
-// other line it goes on when no message has come for `quiet_ms`.
-int run_raw(const Target& target, bool hexdump, double quiet_ms);
+// other line it goes on when no message has come for `silence_ms`.
+int run_raw(const Target& target, bool hexdump, double silence_ms);
 
-struct WatchArguments {
+struct MonitorArguments {
   bool json = false;
   bool plain = false;                // show identities in full
-  bool quiet = false;                // monitor: print nothing
-  bool follow = false;               // monitor: connect again when the daemon has gone
+  bool quiet = false;                // print nothing
+  bool follow = false;               // connect again when the daemon has gone
   int count = 0;                     // end after so many messages, 0 for no limit
-  double seconds = -1;               // monitor: end after so long, below 0 for no limit
-  std::vector<int> codes;            // monitor: the codes to show, none for all
-  std::vector<std::string> opcodes;  // monitor: the opcodes of the requests to show, none for all messages
-  std::string record;                // monitor: the file that messages are appended to, "" for none
-  std::string answers;               // serve: the file of answers, "" for none
+  double seconds = -1;               // end after so long, below 0 for no limit
+  std::vector<int> codes;            // the codes to show, none for all
+  std::vector<std::string> opcodes;  // the opcodes of the requests to show, none for all messages
+  std::string record;                // the file that messages are appended to, "" for none
 };
 
 // The status of a command that ends because the daemon stopped, which it complains about if a `count` was asked for.
@@ -77,16 +76,24 @@ int ended_early(int seen, int count);
 // has stopped, or SIGINT or SIGTERM comes. With a `count` such a signal ends the program, a daemon that stops before is
 // kNoDaemon, and the end of the time kTimedOut. The copy of a request is shown only where its code is asked for. With
 // `follow` a daemon that goes, or is not there yet, is waited for. A recording gets every message, shown or not.
-int run_monitor(const Target& target, const WatchArguments& arguments);
+int run_monitor(const Target& target, const MonitorArguments& arguments);
+
+struct ServeArguments {
+  bool json = false;
+  bool plain = false;   // show identities in full
+  int count = 0;        // end after so many commands and requests, 0 for no limit
+  std::string answers;  // the file of answers, "" for none
+};
 
 // Stands in for the platform: prints every AT command and every request that the daemon sends to it, and answers the
 // requests from the file or else with result 0. Ends as run_monitor() does.
-int run_serve(const Target& target, const WatchArguments& arguments);
+int run_serve(const Target& target, const ServeArguments& arguments);
 
 struct ReplayArguments {
   std::string file;  // the recording, "-" for standard input
   std::vector<std::string> masks;
   bool realtime = false;  // with the recording's pauses
+  bool plain = false;     // show identities in full
   bool json = false;
 };
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <filesystem>
 
 #include "client/batch.h"
 #include "client/commands.h"
@@ -12,6 +13,18 @@
 
 namespace atd::client {
 namespace {
+
+// Whether both names lead to one file, which need not be there. A pipe or a device may have several uses.
+bool is_same_file(const std::string& a, const std::string& b) {
+  namespace fs = std::filesystem;
+  std::error_code ignored;
+  if (a.empty() || b.empty()) return false;
+  if (fs::exists(a, ignored) || fs::exists(b, ignored)) {
+    return fs::is_regular_file(a, ignored) && fs::equivalent(a, b, ignored);
+  }
+  return fs::weakly_canonical(fs::absolute(a, ignored), ignored) ==
+         fs::weakly_canonical(fs::absolute(b, ignored), ignored);
+}
 
 std::string with_line_number(int number, const std::string& lines) {
   std::string numbered;
@@ -28,10 +41,11 @@ class Batch {
   Batch(const Target& target, const BatchArguments& arguments) : target_(target), arguments_(arguments) {}
 
   int run() {
+    Failure failure = check_files();
+    if (failure) return complain(failure);
     int status = read();
     if (status != kOk) return status;
     if (arguments_.dry_run) return show_requests();
-    Failure failure;
     if (!arguments_.csv.empty()) failure = csv_.open(arguments_.csv);
     if (!failure && !arguments_.junit.empty()) failure = junit_.open(arguments_.junit);
     if (failure) return complain(failure);
@@ -43,6 +57,16 @@ class Batch {
 
  private:
   std::string suite() const { return arguments_.file == "-" ? "batch" : arguments_.file; }
+
+  // Whether the batch and the two reports are three files; kUsage where they are not.
+  Failure check_files() const {
+    const std::string input = arguments_.file == "-" ? "/dev/stdin" : arguments_.file;
+    if (is_same_file(arguments_.csv, arguments_.junit)) return {kUsage, "the two reports need a file each"};
+    for (const std::string& report : {arguments_.csv, arguments_.junit}) {
+      if (is_same_file(input, report)) return {kUsage, report + " is the batch itself; a report would take its place"};
+    }
+    return {};
+  }
 
   // Reads all lines into results_, and complains about each that is wrong.
   int read() {

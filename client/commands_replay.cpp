@@ -9,6 +9,7 @@
 #include "client/json.h"
 #include "client/recording.h"
 #include "client/replay_clients.h"
+#include "desk/words.h"
 
 namespace atd::client {
 namespace {
@@ -16,13 +17,20 @@ namespace {
 using Kind = Event::Kind;
 
 // What a client sent, short enough for a line.
-std::string input_text(const std::string& bytes) {
+std::string input_text(const std::string& bytes, Identities& identities) {
   constexpr size_t kShort = 60;
-  const std::string word = std::string(kRequestWord) + " ";
   std::string line = bytes.substr(0, bytes.find('\0'));
-  std::string text = line.starts_with(word) ? line.substr(word.size()) : "";
+  std::string_view rest = line;
+  const std::string_view word = take_word(&rest);
+  const std::string text(rest.substr(std::min<size_t>(rest.size(), 1)));
   Request request;
-  if (decode_request(text, &request)) return message_text({kPlatformCode, text, ""});
+  if (word == kRequestWord && decode_request(text, &request)) {
+    return message_text(identities.in_message({kPlatformCode, text, ""}));
+  }
+  if (word == kResponseWord) {
+    return fmt::format("{} {}", word, message_text(identities.in_message({kAnswerCode, text, ""})));
+  }
+  line = identities.in_message({0, line, ""}).text;
   return visible(line.substr(0, kShort)) + (line.size() > kShort ? "..." : "");
 }
 
@@ -33,7 +41,12 @@ std::chrono::nanoseconds time_of(const Event& event) {
 class Replay {
  public:
   Replay(const Target& target, const ReplayArguments& arguments, const std::vector<Event>& events, const Masks& masks)
-      : target_(target), arguments_(arguments), events_(events), masks_(masks), clients_(target, masks) {}
+      : target_(target),
+        arguments_(arguments),
+        events_(events),
+        masks_(masks),
+        clients_(target, masks),
+        identities_(phone_folder(target.socket, ""), arguments.plain) {}
 
   int run() {
     ExchangeLock lock;
@@ -50,7 +63,7 @@ class Replay {
     Failure failure = clients_.end();
     if (!failure && clients_.has_ended() && !stopped_) failure = went_away(target_);
     if (failure) return complain(failure);
-    if (!clients_.unasked().empty()) return differ("nothing more", clients_.unasked().front().shown, kFailed);
+    if (!clients_.unasked().empty()) return differ("nothing more", shown(clients_.unasked().front()), kFailed);
     if (arguments_.json) return worse(missed_.status, complain(print(json(nullptr, missed_.status))));
     failure = print(fmt::format("{} {}, no difference\n", compared_, compared_ == 1 ? "message" : "messages"));
     return worse(missed_.status, complain(failure));
@@ -87,10 +100,10 @@ class Replay {
     if (input_ == nullptr || !is_heard || is_farewell(event_->message)) return kOk;
     Comparable expected = masks_.apply(event_->message), got;
     Failure failure = clients_.take(event_->client, &got);
-    if (failure.status == kTimedOut) return differ(expected.shown, failure.text, kTimedOut);
+    if (failure.status == kTimedOut) return differ(shown(expected), failure.text, kTimedOut);
     if (failure) return complain({failure.status, place() + failure.text});
     ++compared_;
-    return expected.key == got.key ? kOk : differ(expected.shown, got.shown, kFailed);
+    return expected.key == got.key ? kOk : differ(shown(expected), shown(got), kFailed);
   }
 
   // The recorded daemon ends. Where no input follows, its owner ended it. Where one follows, the daemon was restarted,
@@ -114,16 +127,19 @@ class Replay {
       if (input_ != nullptr) {
         difference.input_line = input_->line;
         difference.client = input_->client;
-        difference.input = input_text(input_->bytes);
+        difference.input = input_text(input_->bytes, identities_);
       }
       return worse(status, complain(print(json(&difference, status))));
     }
     std::string text = place() + "the first difference\n";
     if (input_ != nullptr) {
-      text += fmt::format("  line {}, client {}: {}\n", input_->line, input_->client, input_text(input_->bytes));
+      text += fmt::format("  line {}, client {}: {}\n", input_->line, input_->client,
+                          input_text(input_->bytes, identities_));
     }
     return worse(status, complain(print(fmt::format("{}  expected: {}\n  got:      {}\n", text, expected, got))));
   }
+
+  std::string shown(const Comparable& said) { return full_text(identities_.in_message(said.message)); }
 
   std::string place() const { return fmt::format("{}:{}: ", arguments_.file, event_->line); }
 
@@ -132,6 +148,7 @@ class Replay {
   const std::vector<Event>& events_;
   const Masks& masks_;
   ReplayClients clients_;
+  Identities identities_;
   const Event* event_ = nullptr;  // the one that is being played
   const Event* input_ = nullptr;  // the last input, null for none yet
   bool restarted_ = false;        // the daemon has ended, and another one follows

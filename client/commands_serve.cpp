@@ -16,20 +16,20 @@ namespace {
 
 class Platform {
  public:
-  Platform(const Target& target, const WatchArguments& arguments, const std::vector<AnswerRow>& rows)
+  Platform(const Target& target, const ServeArguments& arguments, const std::vector<AnswerRow>& rows)
       : target_(target),
         arguments_(arguments),
         rows_(rows),
+        signals_(arguments.count == 0),
         identities_(phone_folder(target.socket, ""), arguments.plain) {}
 
   int run() {
-    StopSignals signals(arguments_.count == 0);
     deadline_ = in_seconds(target_.timeout);
     Failure failure = connect(connection_, target_, deadline_);
     if (!failure) failure = say(initialize_line(), deadline_);
     while (!failure && !is_done()) {
       Message message;
-      Wait wait = connection_.next(&message, next_deadline(), signals.fd());
+      Wait wait = connection_.next(&message, next_deadline(), signals_.fd());
       if (wait == Wait::woken) return kOk;
       if (wait == Wait::gone) failure = went_away(target_);
       if (wait == Wait::timed_out && !ready_ && in_seconds(0) >= deadline_) {
@@ -39,7 +39,7 @@ class Platform {
       if (wait == Wait::message) failure = take(message);
       if (!failure) failure = send_due();
     }
-    return failure ? complain(failure) : kOk;
+    return failure.status == kStopped ? kOk : complain(failure);
   }
 
  private:
@@ -108,12 +108,13 @@ class Platform {
   }
 
   Failure show(const std::string& text) {
-    return print(arguments_.json ? text : clock_time(wall_clock()) + "  " + text);
+    return print(arguments_.json ? text : clock_time(wall_clock()) + "  " + text, signals_.fd());
   }
 
   const Target& target_;
-  const WatchArguments& arguments_;
+  const ServeArguments& arguments_;
   const std::vector<AnswerRow>& rows_;
+  StopSignals signals_;
   Identities identities_;
   Connection connection_;
   Deadline deadline_;  // of the daemon's answer to "initialize"
@@ -124,7 +125,7 @@ class Platform {
 
 }  // namespace
 
-int run_serve(const Target& target, const WatchArguments& arguments) {
+int run_serve(const Target& target, const ServeArguments& arguments) {
   std::vector<AnswerRow> rows;
   Failure failure;
   if (!arguments.answers.empty()) {

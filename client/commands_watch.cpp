@@ -28,7 +28,7 @@ bool is_request_copy(const Message& message) {
 }
 
 // Whether the message is one of those to show. An answer does not say which opcode it is for.
-bool is_wanted(const Message& message, const WatchArguments& arguments, const std::vector<int32_t>& opcodes) {
+bool is_wanted(const Message& message, const MonitorArguments& arguments, const std::vector<int32_t>& opcodes) {
   const std::vector<int>& codes = arguments.codes;
   if (!codes.empty() && std::find(codes.begin(), codes.end(), message.code) == codes.end()) return false;
   if (codes.empty() && is_request_copy(message)) return false;
@@ -40,7 +40,7 @@ bool is_wanted(const Message& message, const WatchArguments& arguments, const st
 
 class Monitor {
  public:
-  Monitor(const Target& target, const WatchArguments& arguments)
+  Monitor(const Target& target, const MonitorArguments& arguments)
       : target_(target),
         arguments_(arguments),
         signals_(arguments.count == 0),
@@ -67,7 +67,7 @@ class Monitor {
         else return ended_early(shown_, arguments_.count);
       }
     }
-    return complain(failure);
+    return failure.status == kStopped ? kOk : complain(failure);
   }
 
  private:
@@ -104,7 +104,8 @@ class Monitor {
     Failure failure;
     if (!arguments_.record.empty()) failure = recorder_.write(now, masked);
     if (failure || !prints) return failure;
-    return print(arguments_.json ? message_json(now, sequence, masked) : message_line(now, sequence, masked));
+    return print(arguments_.json ? message_json(now, sequence, masked) : message_line(now, sequence, masked),
+                 signals_.fd());
   }
 
   // Waits until the daemon takes a connection: Wait::message.
@@ -116,20 +117,20 @@ class Monitor {
       if (poll(&wake, 1, kPauseMs) > 0) return Wait::woken;
       if (std::chrono::steady_clock::now() >= end_) return Wait::timed_out;
       const int error = connection_.open(target_.socket, std::min(end_, in_seconds(kPauseMs / 1000.0)));
-      if (error == EACCES || error == EPERM) *failure = no_permission(target_.socket);
+      if (is_forbidden(error)) *failure = no_permission(target_.socket);
     }
     if (!*failure) *failure = tell("back", "is there");
     return Wait::message;
   }
 
   Failure tell(const char* event, const char* what) const {
-    if (arguments_.json) return print(event_json(wall_clock(), event));
+    if (arguments_.json) return print(event_json(wall_clock(), event), signals_.fd());
     fprintf(stderr, "atdctl: the daemon at %s %s\n", visible(target_.socket).c_str(), what);
     return {};
   }
 
   const Target& target_;
-  const WatchArguments& arguments_;
+  const MonitorArguments& arguments_;
   StopSignals signals_;
   Identities identities_;
   Connection connection_;
@@ -146,27 +147,6 @@ int ended_early(int seen, int count) {
   return count == 0 ? kOk : complain({kNoDaemon, fmt::format("the daemon stopped after {} of {}", seen, count)});
 }
 
-int run_monitor(const Target& target, const WatchArguments& arguments) { return Monitor(target, arguments).run(); }
-
-int run_wait(const Target& target, bool platform, bool json) {
-  constexpr double kLong = 1;
-  auto begin = std::chrono::steady_clock::now();
-  Deadline deadline = in_seconds(target.timeout);
-  for (;;) {
-    Connection connection;
-    Failure failure = connect(connection, target, deadline, true);
-    if (failure) return complain({failure.status == kNoDaemon ? kTimedOut : failure.status, failure.text});
-    Wait wait = connection.settle(deadline);
-    if (wait == Wait::timed_out) return complain(timed_out(target, "no answer"));
-    if (wait == Wait::message && platform) wait = await_platform(connection, target, deadline);
-    if (wait == Wait::timed_out) return complain(timed_out(target, "no sign of a platform"));
-    if (wait == Wait::message) break;
-    // The daemon stopped after it had accepted this client: another one may start.
-  }
-  std::chrono::duration<double> waited = std::chrono::steady_clock::now() - begin;
-  if (json) return complain(print(wait_json(waited.count())));
-  if (waited.count() > kLong) fprintf(stderr, "atdctl: ready after %.1f s\n", waited.count());
-  return kOk;
-}
+int run_monitor(const Target& target, const MonitorArguments& arguments) { return Monitor(target, arguments).run(); }
 
 }  // namespace atd::client

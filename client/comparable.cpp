@@ -34,13 +34,25 @@ std::string replace(const regex_t& regex, int group, const std::string& text) {
   return at < text.size() ? result.append(text, at) : result;
 }
 
-// All of the data, in one line.
-std::string data_text(const std::string& data) {
-  switch (shape_of(nullptr, data)) {
-    case Shape::none: return "";
-    case Shape::text: return ": \"" + visible(data) + "\"";
-    default: return ": hex " + to_hex(data);
+struct Parts {
+  std::string head;  // the code, and what else is not data
+  std::string data;  // of the record, or else the text
+  bool is_record = false;
+};
+
+Parts parts_of(const Message& message) {
+  std::string head = std::to_string(message.code) + " ", error;
+  Response response;
+  Request request;
+  if (message.code == kAnswerCode && decode_response(message.text, &response, &error)) {
+    head += result_name(response.result);
+    if (response.result_status != 0) head += fmt::format(", status {}", response.result_status);
+    return {head, response.data, true};
   }
+  if ((message.code == kPlatformCode || message.code == kCopyCode) && decode_request(message.text, &request)) {
+    return {head + "request " + opcode_title(request.opcode), request.payload, true};
+  }
+  return {head, message.text};
 }
 
 }  // namespace
@@ -67,21 +79,19 @@ Failure Masks::add(const char* pattern, int group) {
 }
 
 Comparable Masks::apply(const Message& message) const {
-  std::string head = std::to_string(message.code) + " ", data = message.text, shown = visible(message.text), error;
-  Response response;
-  Request request;
-  if (message.code == kAnswerCode && decode_response(message.text, &response, &error)) {
-    head += result_name(response.result);
-    if (response.result_status != 0) head += fmt::format(", status {}", response.result_status);
-    data = response.data;
-    shown = data_text(data);
-  } else if ((message.code == kPlatformCode || message.code == kCopyCode) && decode_request(message.text, &request)) {
-    head += "request " + opcode_title(request.opcode);
-    data = request.payload;
-    shown = data_text(data);
+  Parts parts = parts_of(message);
+  for (const Mask& mask : masks_) parts.data = replace(mask.regex, mask.group, parts.data);
+  return {parts.head + ": " + parts.data, message};
+}
+
+std::string full_text(const Message& message) {
+  const auto [head, data, is_record] = parts_of(message);
+  if (!is_record) return head + visible(data);
+  switch (shape_of(nullptr, data)) {
+    case Shape::none: return head;
+    case Shape::text: return head + ": \"" + visible(data) + "\"";
+    default: return head + ": hex " + to_hex(data);
   }
-  for (const Mask& mask : masks_) data = replace(mask.regex, mask.group, data);
-  return {head + ": " + data, head + shown};
 }
 
 }  // namespace atd::client

@@ -13,9 +13,12 @@
 namespace atd::client {
 
 struct Comparable {
-  std::string key;    // equal for messages that say the same
-  std::string shown;  // the whole message for people, in one line
+  std::string key;  // equal for messages that say the same
+  Message message;
 };
+
+// The whole message for people, in one line.
+std::string full_text(const Message& message);
 
 class Masks {
  public:

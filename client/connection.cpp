@@ -35,6 +35,13 @@ Deadline in_seconds(double seconds) {
          std::chrono::duration_cast<std::chrono::steady_clock::duration>(std::chrono::duration<double>(seconds));
 }
 
+bool pause_before(Deadline deadline) {
+  constexpr auto kPause = 20ms;
+  if (std::chrono::steady_clock::now() + kPause > deadline) return false;
+  std::this_thread::sleep_for(kPause);
+  return true;
+}
+
 int Connection::open(const std::string& path, Deadline deadline) {
   close();
   const SocketAddress address(path);
@@ -130,6 +137,7 @@ ExchangeLock::~ExchangeLock() {
 }
 
 bool ExchangeLock::take(const std::string& socket, Deadline deadline) {
+  if (access(socket.c_str(), F_OK) != 0) return true;
   fd_ = ::open((socket + ".lock").c_str(), O_RDONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0660);
   if (fd_ < 0) return true;
   std::chrono::nanoseconds pause = 1ms;

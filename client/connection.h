@@ -15,6 +15,9 @@ using Deadline = std::chrono::steady_clock::time_point;
 // The moment `seconds` from now, which are at least 0; no deadline when they are more than a year.
 Deadline in_seconds(double seconds);
 
+// Sleeps as long as suits one who tries again and again; false, at once, when the deadline comes before that.
+bool pause_before(Deadline deadline);
+
 // What ended a wait for a message.
 enum class Wait {
   message,    // one came
@@ -77,8 +80,8 @@ class ExchangeLock {
   ExchangeLock(const ExchangeLock&) = delete;
   ExchangeLock& operator=(const ExchangeLock&) = delete;
 
-  // False when others held the lock until the deadline. Where the file cannot be opened there is no lock, and it
-  // returns true.
+  // False when others held the lock until the deadline. Where there is no socket, or the file cannot be opened, there
+  // is no lock, and it returns true.
   bool take(const std::string& socket, Deadline deadline);
 
  private:

@@ -10,7 +10,6 @@
 #include <bit>
 #include <filesystem>
 #include <functional>
-#include <nlohmann/json.hpp>
 #include <random>
 #include <string_view>
 #include <utility>
@@ -26,12 +25,13 @@
 namespace atd::client {
 namespace {
 
-constexpr unsigned kItems[] = {4,  9,  13,
-                               18, 37, 207};  // PID, serial number, IMEI, MSN, CSN, MEID; addresses have a form
+// PID, serial number, IMEI, MSN, CSN, MEID; addresses have a form.
+constexpr unsigned kItems[] = {4, 9, 13, 18, 37, 207};
 constexpr char kGap[] = "…";
 constexpr std::string_view kMarks = "0123456789abcdefghjkmnpqrstvwxyz";
 constexpr size_t kMarkSize = 4;
 constexpr size_t kFirst = 6, kLast = 2, kLeastShown = 10;
+constexpr size_t kLeastHash = 32;  // hex digits
 constexpr size_t kMostRead = 4096;
 constexpr size_t kLeastValue = 6;  // a shorter item is not looked for: it would be found everywhere
 
@@ -101,17 +101,25 @@ void make_key(const std::string& file, uint64_t key[2]) {
   unlink(own.c_str());
 }
 
+// How many characters from `at` on are such, at most kLeastHash.
+size_t run_of(bool (*is)(char), std::string_view text, size_t at) {
+  const std::string_view rest = text.substr(at, kLeastHash);
+  return static_cast<size_t>(std::find_if_not(rest.begin(), rest.end(), is) - rest.begin());
+}
+
+// Whether the digits at `at` stand in so many hex digits that these are a hash.
+bool is_in_hash(std::string_view text, size_t at) {
+  size_t begin = at;
+  while (begin > 0 && at - begin < kLeastHash && is_hex(text[begin - 1])) --begin;
+  return run_of(is_hex, text, begin) >= kLeastHash;
+}
+
 // Characters of the identity at `at` that its form tells, 0 for none.
 size_t identity_size(std::string_view text, size_t at) {
   auto in = [&](size_t i, bool (*is)(char)) { return i < text.size() && is(text[i]); };
-  auto run = [&](bool (*is)(char)) {
-    size_t end = at;
-    while (in(end, is)) ++end;
-    return end - at;
-  };
-  if (at > 0 && is_hex(text[at - 1])) return 0;
-  const size_t digits = run(is_digit), hex = run(is_hex);
-  if (digits >= 14 && digits <= 16 && hex == digits) return digits;
+  if (at > 0 && is_digit(text[at - 1])) return 0;
+  const size_t digits = run_of(is_digit, text, at), hex = run_of(is_hex, text, at);
+  if (digits >= 14 && digits <= 16 && !is_in_hash(text, at)) return digits;
   if (at > 0 && is_alnum(text[at - 1])) return 0;
   if ((hex == 12 || hex == 14) && !in(at + hex, is_alnum)) return hex;
   if (hex != 2 || at + 2 >= text.size() || (text[at + 2] != ':' && text[at + 2] != '-')) return 0;
@@ -124,12 +132,20 @@ size_t identity_size(std::string_view text, size_t at) {
   return in(at + kAddress, is_alnum) ? 0 : kAddress;
 }
 
-bool looks_like_a_serial_number(const std::string& word) {
+// Whether the letters and digits look like a serial number. Digits alone do not: they may be a number of bytes.
+bool looks_like_a_serial_number(std::string_view word) {
   constexpr size_t kLeast = 10, kMost = 20;
   constexpr std::ptrdiff_t kLeastDigits = 6;
   const std::ptrdiff_t digits = std::count_if(word.begin(), word.end(), is_digit);
-  return word.size() >= kLeast && word.size() <= kMost && std::all_of(word.begin(), word.end(), is_alnum) &&
-         digits >= kLeastDigits && digits < static_cast<std::ptrdiff_t>(word.size()) && word[1] != 'x';
+  return word.size() >= kLeast && word.size() <= kMost && digits >= kLeastDigits &&
+         digits < static_cast<std::ptrdiff_t>(word.size()) && !word.starts_with("0x");
+}
+
+// Characters of the word at `at` that looks like a serial number, 0 for none.
+size_t serial_number_size(std::string_view text, size_t at) {
+  if (at > 0 && is_alnum(text[at - 1])) return 0;
+  const size_t size = run_of(is_alnum, text, at);
+  return looks_like_a_serial_number(text.substr(at, size)) ? size : 0;
 }
 
 bool has_mask(std::string_view text) {
@@ -167,7 +183,9 @@ void Identities::find_values() {
     if (read_file(file, kMostRead, &value)) continue;
     value = text_of(value);
     if (value.ends_with('\n')) value.pop_back();  // an editor's
-    if (value.size() >= kLeastValue) values_.insert(value);
+    if (value.size() < kLeastValue) continue;
+    values_.insert(value);
+    if (!is_utf8(value)) values_.insert(to_hex(value));  // as lists show it
   }
 }
 
@@ -187,12 +205,15 @@ std::string Identities::masked(const std::string& value) {
   return (shows ? known.substr(0, kFirst) : "") + kGap + (shows ? known.substr(known.size() - kLast) : "") + "#" + mark;
 }
 
-std::string Identities::in_text(const std::string& text) {
+std::string Identities::in_text(const std::string& text) { return in_text(text, false); }
+
+std::string Identities::in_text(const std::string& text, bool has_serial_numbers) {
   if (plain_) return text;
   find_values();
   std::string out;
   for (size_t at = 0; at < text.size();) {
     size_t size = identity_size(text, at);
+    if (has_serial_numbers) size = std::max(size, serial_number_size(text, at));
     for (const std::string& value : values_) {
       if (strncasecmp(text.c_str() + at, value.c_str(), value.size()) == 0) size = std::max(size, value.size());
     }
@@ -206,16 +227,16 @@ std::string Identities::in_text(const std::string& text) {
 
 std::string Identities::in_json(const std::string& line) {
   if (plain_) return line;
-  nlohmann::ordered_json json = nlohmann::ordered_json::parse(line, nullptr, false);
+  Json json = Json::parse(line, nullptr, false);
   if (json.is_discarded()) return in_text(line);
-  const std::function<void(nlohmann::ordered_json&)> mask = [&](nlohmann::ordered_json& part) {
+  const std::function<void(Json&)> mask = [&](Json& part) {
     std::string bytes;
     if (part.is_string()) {
       part = in_text(part.get<std::string>());
     } else if (part.is_object() && part.size() == 1 && part.contains("hex") && from_json(part, &bytes)) {
       // Bytes that are an address as a whole, or a text that is not UTF-8.
       const std::string digits = to_hex(bytes), hidden = in_text(digits);
-      part = hidden == digits ? to_json(in_text(bytes)) : nlohmann::ordered_json(hidden);
+      part = hidden == digits ? to_json(in_text(bytes)) : Json(hidden);
     } else if (part.is_structured()) {
       for (auto& inner : part) mask(inner);
     }
@@ -226,7 +247,7 @@ std::string Identities::in_json(const std::string& line) {
 
 std::string Identities::in_data(int32_t opcode, const std::string& data) {
   const std::string text = text_of(data);
-  return opcode == kPhoneNumber && !plain_ && !text.empty() ? masked(text) : in_text(data);
+  return opcode == kPhoneNumber && !plain_ && !text.empty() ? masked(text) : in_text(data, true);
 }
 
 Message Identities::in_message(const Message& message) {
@@ -234,9 +255,10 @@ Message Identities::in_message(const Message& message) {
   Request request;
   Response response;
   std::string error, text;
-  if (message.code == kAnswerCode && decode_response(message.text, &response, &error)) {
-    const std::string data = text_of(response.data);
-    const std::string hidden = looks_like_a_serial_number(data) ? masked(data) : in_data(0, response.data);
+  if (message.code == kAnswerCode && !decode_response(message.text, &response, &error)) {
+    text = fmt::format("{}{}; --plain shows it", kMalformed, error);
+  } else if (message.code == kAnswerCode) {
+    const std::string hidden = in_data(0, response.data);
     if (hidden == response.data) return message;
     response.data = cut(hidden);
     const std::string line = response_line(response);
@@ -247,7 +269,7 @@ Message Identities::in_message(const Message& message) {
     const std::string line = request_line(request.opcode, cut(hidden));
     text = line.substr(line.find(' ') + 1);
   } else {
-    text = in_text(message.text);
+    text = in_text(message.text, true);
   }
   return {message.code, text, message.code == 0 ? text : fmt::format("{} {}", message.code, text)};
 }

@@ -1,16 +1,13 @@
 #include "client/json.h"
 
-#include <nlohmann/json.hpp>
-
 #include "client/output.h"
+#include "desk/json_bytes.h"
 #include "desk/recording.h"
 #include "desk/words.h"
 #include "platform/records.h"
 
 namespace atd::client {
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 std::string to_line(const Json& json) { return json.dump() + "\n"; }
 

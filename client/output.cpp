@@ -3,6 +3,7 @@
 #include <errno.h>
 #include <fmt/chrono.h>
 #include <fmt/format.h>
+#include <limits.h>
 #include <poll.h>
 #include <stdio.h>
 #include <string.h>
@@ -94,20 +95,24 @@ int complain(const Failure& failure) {
   return failure.status;
 }
 
-int write_all(int fd, std::string_view bytes) {
+int write_all(int fd, std::string_view bytes, int stop_fd) {
+  // What is ready has room for this much, so that no write waits where no signal ends it.
+  const size_t most = stop_fd < 0 ? bytes.size() : PIPE_BUF;
   while (!bytes.empty()) {
-    const ssize_t size = write(fd, bytes.data(), bytes.size());
-    pollfd writable = {fd, POLLOUT, 0};
+    pollfd fds[] = {{fd, POLLOUT, 0}, {stop_fd, POLLIN, 0}};
+    if (stop_fd >= 0 && poll(fds, 2, -1) > 0 && fds[0].revents == 0) return ECANCELED;
+    const ssize_t size = write(fd, bytes.data(), std::min(bytes.size(), most));
     if (size >= 0) bytes.remove_prefix(static_cast<size_t>(size));
-    else if (errno == EAGAIN) poll(&writable, 1, -1);
+    else if (errno == EAGAIN) poll(fds, 2, -1);
     else if (errno != EINTR) return errno;
   }
   return 0;
 }
 
-Failure print(const std::string& text) {
-  const int error = write_all(STDOUT_FILENO, text);
+Failure print(const std::string& text, int stop_fd) {
+  const int error = write_all(STDOUT_FILENO, text, stop_fd);
   if (error == 0) return {};
+  if (error == ECANCELED) return {kStopped, ""};
   return {kNoOutput, error == EPIPE ? "" : fmt::format("standard output cannot be written: {}", strerror(error))};
 }
 
@@ -227,8 +232,8 @@ std::string message_text(const Message& message) {
   Request request;
   std::string error;
   if (message.code == kAnswerCode) {
-    if (!decode_response(message.text, &response, &error)) return error + ": " + visible(message.text);
-    return response_text(response);
+    if (decode_response(message.text, &response, &error)) return response_text(response);
+    return (message.text.starts_with(kMalformed) ? "" : error + ": ") + visible(message.text);
   }
   if ((message.code == kPlatformCode || message.code == kCopyCode) && decode_request(message.text, &request)) {
     return request_text(request.opcode, request.payload);

@@ -50,12 +50,17 @@ struct Failure {
 int complain(const Failure& failure);
 void complain_in_json(bool json);
 
-// Writes all the bytes, waiting for room where it must; 0 or an error number.
-int write_all(int fd, std::string_view bytes);
+// Of a failure that is none: a signal ended the command.
+inline constexpr int kStopped = -1;
+
+// Writes all the bytes, waiting for room where it must; 0 or an error number. With a `stop_fd` of at least 0 the wait
+// for room ends with ECANCELED when that is readable.
+int write_all(int fd, std::string_view bytes, int stop_fd = -1);
 
 // Prints a text on standard output, without a buffer, so that a pipe's reader has it at once. Fails with kNoOutput when
-// not all of it can be written; where only the reader went away, the failure has no text.
-[[nodiscard]] Failure print(const std::string& text);
+// not all of it can be written; where only the reader went away, the failure has no text. With a `stop_fd` it fails
+// with kStopped, without a text, when there is no room and that is readable.
+[[nodiscard]] Failure print(const std::string& text, int stop_fd = -1);
 
 // The failure that a file, "-" for standard input, cannot be opened or read: kNoPermission or kUsage.
 Failure file_failure(const std::string& file, int error);
@@ -105,6 +110,9 @@ std::string response_text(const Response& response);
 
 // A request in one short line: its opcode, and its payload as far as there is room.
 std::string request_text(int32_t opcode, const std::string& payload);
+
+// What stands for a malformed answer whose bytes are not to be seen, before the reason.
+inline constexpr std::string_view kMalformed = "malformed: ";
 
 // What a message says, in one short line: the record that it carries, or else its text.
 std::string message_text(const Message& message);

@@ -2,8 +2,12 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <fmt/format.h>
 #include <string.h>
+#include <sys/stat.h>
 #include <unistd.h>
+
+#include <filesystem>
 
 namespace atd::client {
 
@@ -18,6 +22,14 @@ Failure OutputFile::open(const std::string& file) {
     fd_ = STDOUT_FILENO;
     return {};
   }
+  struct stat entry;
+  const std::filesystem::path path = file;
+  if (path.has_filename() && lstat(file.c_str(), &entry) != 0 && errno == ENOENT) {
+    const std::string folder = path.parent_path();
+    fd_ = ::open(folder.empty() ? "." : folder.c_str(), O_WRONLY | O_TMPFILE | O_CLOEXEC, 0666);
+    is_nameless_ = fd_ >= 0;
+    if (is_nameless_) return {};
+  }
   fd_ = ::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
   is_new_ = fd_ >= 0;
   if (!is_new_) fd_ = ::open(file.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
@@ -27,6 +39,13 @@ Failure OutputFile::open(const std::string& file) {
 Failure OutputFile::write(std::string_view bytes) {
   if (fd_ == STDOUT_FILENO) return print(std::string(bytes));
   is_new_ = false;
+  const std::string unnamed = fmt::format("/proc/self/fd/{}", fd_);
+  if (is_nameless_ && linkat(AT_FDCWD, unnamed.c_str(), AT_FDCWD, file_.c_str(), AT_SYMLINK_FOLLOW) != 0) {
+    // Somebody else has made the file, or the folder is gone.
+    close(fd_);
+    fd_ = ::open(file_.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
+    if (fd_ < 0) return {kNoOutput, file_ + " cannot be written: " + strerror(errno)};
+  }
   // A pipe or a device has no length to cut.
   int error = ftruncate(fd_, 0) == 0 || errno == EINVAL ? write_all(fd_, bytes) : errno;
   const int fd = fd_;

@@ -8,7 +8,9 @@
 
 namespace atd::client {
 
-// What was in the file stays until write(). A file that was made and is not written is removed.
+// What was in the file stays until write(). A file that was not there has no name until then, so that nothing is left
+// where a signal ends the program; where the file system cannot do that, one that was made and is not written is
+// removed.
 class OutputFile {
  public:
   OutputFile() = default;
@@ -26,7 +28,8 @@ class OutputFile {
  private:
   std::string file_;
   int fd_ = -1;
-  bool is_new_ = false;
+  bool is_new_ = false;  // made by open()
+  bool is_nameless_ = false;
 };
 
 }  // namespace atd::client

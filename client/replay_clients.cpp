@@ -111,6 +111,7 @@ Failure ReplayClients::open(Connection& connection, Deadline deadline, bool pati
     if (wait == Wait::message) return {};
     if (wait == Wait::timed_out) return timed_out(target_, "no answer");
     if (!patient) return went_away(target_);
+    if (!pause_before(deadline)) return timed_out(target_, "no answer");
   }
 }
 

@@ -13,6 +13,7 @@ StopSignals::StopSignals(bool endless) {
   sigaddset(&signals, SIGTERM);
   pthread_sigmask(SIG_BLOCK, &signals, &before_);
   fd_ = signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
+  if (fd_ < 0) pthread_sigmask(SIG_SETMASK, &before_, nullptr);
 }
 
 StopSignals::~StopSignals() {

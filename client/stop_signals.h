@@ -14,7 +14,7 @@ class StopSignals {
   StopSignals(const StopSignals&) = delete;
   StopSignals& operator=(const StopSignals&) = delete;
 
-  int fd() const { return fd_; }  // -1 where they end the program
+  int fd() const { return fd_; }  // -1 where they end the program, also for want of a descriptor
 
  private:
   sigset_t before_;

@@ -251,11 +251,15 @@ TEST_F(ServicePhone, AReplayFindsTheFirstDifference) {
   for (const auto& row : kRows) {
     device().items.set_text(9, 12, row.item);
     watch();
-    outcome =
-        beside({"replay", recording_, "--mask", "x+", "--mask", row.mask}, [](auto&) { ask(1013, "at 13:06:01"); });
+    outcome = beside({"replay", recording_, "--plain", "--mask", "x+", "--mask", row.mask},
+                     [](auto&) { ask(1013, "at 13:06:01"); });
     EXPECT_EQ(row.status, outcome.status) << outcome.err;
     EXPECT_TRUE(has(outcome.out, row.shown)) << outcome.out;
   }
+  device().items.set_text(9, 12, "SN9876543210");
+  watch();
+  outcome = beside({"replay", recording_}, [](auto&) { ask(1013, "at 13:06:01"); });
+  EXPECT_TRUE(has(outcome.out, "got:      210 OK: \"SN9876…10#")) << outcome.out;
 }
 
 TEST_F(ServicePhone, AReplayPlaysLineByLine) {
@@ -266,6 +270,7 @@ TEST_F(ServicePhone, AReplayPlaysLineByLine) {
       {"missed", R"("dir":"in","client":1,"event":"missed","count":3)"},
       {"start", R"("dir":"in","client":1,"bytes":"atcommand initialize\u0000")"},
       {"start2", R"("dir":"in","client":2,"bytes":"atcommand initialize\u0000")"},
+      {"answer", R"("dir":"in","client":1,"bytes":"atresponse AAAAAA8AAAAAAAAANDkwMTU0MjAzMjM3NTE4\u0000")"},
       {"half", R"("dir":"in","client":1,"bytes":"atcommand initialize")"},
       {"x", R"("dir":"in","client":1,"bytes":"x\u0000")"},
       {"x2", R"("dir":"in","client":2,"bytes":{"hex":"7800"})"},
@@ -290,6 +295,7 @@ TEST_F(ServicePhone, AReplayPlaysLineByLine) {
       {"start ready", 1,
        ":2: the first difference\n  line 1, client 1: atcommand initialize\n"
        "  expected: nothing more\n  got:      200 AT Command Start\n"},
+      {"answer leave", 1, "client 1: atresponse OK, 16 bytes: \"490154…18#"},
       {"x leave", 1, "  line 1, client 1: x\n  expected: nothing more\n  got:      500 Command not"},
       {"start copy ready", 1, "  expected: 200 AT Command Start\n  got:      601 AT Command Start\n"},
       // Neither the end of the recorded daemon nor what it said before any input is expected.
@@ -324,6 +330,8 @@ TEST(Client, ReplayNoticesThatTheDaemonDies) {
   });
   const char kInput[] = R"({"time":"2026-01-31T13:05:00.000001Z","dir":"in","client":1,"bytes":"x\u0000"})";
   EXPECT_EQ(69, atdctl(server.path(), {"replay", "-"}, kInput).status);
+  EXPECT_EQ(69, atdctl(server.root() + "/nobody", {"replay", "-"}, kInput).status);
+  EXPECT_FALSE(std::filesystem::exists(server.root() + "/nobody.lock"));
 }
 
 TEST(Client, NamesALineThatMakesNoSense) {
@@ -387,7 +395,7 @@ TEST(Client, ComparesRecordsDecodedAndMasked) {
   EXPECT_FALSE(masks.add("(w|z)*"));
   for (const auto& row : kRows) {
     Comparable a = masks.apply({row.code, row.a, ""}), b = masks.apply({row.code, row.b, ""});
-    EXPECT_EQ(row.same, a.key == b.key) << a.shown.substr(0, 100) << "\n" << b.shown.substr(0, 100);
+    EXPECT_EQ(row.same, a.key == b.key) << row.a.substr(0, 100) << "\n" << row.b.substr(0, 100);
   }
 }
 

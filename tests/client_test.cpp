@@ -1,15 +1,24 @@
 // The client against a daemon that says what a test wants: framing, arguments, answers that lie, statuses.
 #include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
 #include <sys/file.h>
+#include <sys/resource.h>
 
 #include <algorithm>
+#include <atomic>
 #include <fstream>
+#include <map>
+#include <regex>
 
 #include "client/arguments.h"
 #include "client/connection.h"
 #include "client/identities.h"
 #include "client/input.h"
 #include "client/json.h"
+#include "client/output_file.h"
+#include "client/replay_clients.h"
+#include "client/stop_signals.h"
 #include "tests/client_daemon.h"
 
 namespace atd::client {
@@ -170,6 +179,18 @@ TEST(Client, OptionsStandBeforeOrAfterTheirCommand) {
   EXPECT_EQ(0, atdctl(daemon, words("request 5 --hex 00 --timeout 0 --hex 01 --timeout 9")).status);
   EXPECT_EQ(0, atdctl(daemon, words("monitor --count 9 --count 1")).status);
   EXPECT_EQ(request_line(5, "\1"), daemon.lines().at(before));
+  // An option of one name takes a value in every command that has it, or in none.
+  std::map<std::string, bool> takes_value;
+  const std::regex command("\n  ([a-z]+) "), option("\n  (?:-[a-z],)?--([a-z-]+)( [A-Z])?");
+  const std::string all = atdctl("", {"--help"}).out;
+  for (std::sregex_iterator name(all.begin(), all.end(), command), end; name != end; ++name) {
+    const std::string own = atdctl("", {(*name)[1], "--help"}).out;
+    for (std::sregex_iterator known(own.begin(), own.end(), option); known != end; ++known) {
+      const bool value = (*known)[2].matched;
+      EXPECT_EQ(value, takes_value.try_emplace((*known)[1], value).first->second) << (*name)[1] << (*known)[0];
+    }
+  }
+  EXPECT_TRUE(takes_value["silence"] && !takes_value["quiet"]);
 }
 
 TEST(Client, TakesNeitherALateAnswerNorHalfALine) {
@@ -203,6 +224,40 @@ TEST(Client, TakesTurnsWithOthers) {
   close(lock);
 }
 
+TEST(Client, TriesAgainWithPauses) {
+  std::atomic<int> connections = 0;
+  FakeServer closes("x", "atd", [&](int) { ++connections; });
+  EXPECT_EQ(75, atdctl(closes.path(), words("wait --timeout 0.05")).status);
+  const Target target = {closes.path(), 0.05};
+  const Masks masks;
+  EXPECT_EQ(75, ReplayClients(target, masks).connect(1, true).status);
+  EXPECT_LE(connections, 8);
+}
+
+TEST(Client, ASignalEndsWhatNobodyReads) {
+  FakeDaemon daemon([](const std::string&) { return ""; }, "605 " + std::string(100000, 'x') + '\0');
+  for (const char* command : {"monitor", "serve"}) {
+    int ends[2], status = -1;
+    ASSERT_EQ(0, pipe(ends));
+    std::thread writer([&] { status = atdctl(daemon, {command}, "", [&] { dup2(ends[1], STDOUT_FILENO); }).status; });
+    for (pollfd room = {ends[1], POLLOUT, 0}; poll(&room, 1, 0) > 0;) std::this_thread::yield();
+    pthread_kill(writer.native_handle(), SIGTERM);
+    writer.join();
+    close(ends[0]), close(ends[1]);
+    EXPECT_EQ(0, status) << command;
+  }
+  // Without a descriptor to wait for, a signal does what it always does.
+  rlimit before;
+  getrlimit(RLIMIT_NOFILE, &before);
+  const rlimit none = {0, before.rlim_max};
+  setrlimit(RLIMIT_NOFILE, &none);
+  const StopSignals signals(true);
+  setrlimit(RLIMIT_NOFILE, &before);
+  sigset_t blocked;
+  EXPECT_EQ(0, pthread_sigmask(SIG_BLOCK, nullptr, &blocked));
+  EXPECT_FALSE(sigismember(&blocked, SIGTERM));
+}
+
 TEST(Client, BatchGoesOnAndReturnsTheGravest) {
   FakeDaemon daemon([](const std::string& line) {
     if (line == request_line(2, "a  b ")) return answer(1, "x\ny") + "BYE";
@@ -217,6 +272,8 @@ TEST(Client, BatchGoesOnAndReturnsTheGravest) {
   EXPECT_TRUE(has(outcome.out, R"({"line":2,"request":"nobody","hex":null,"status":64,)")) << outcome.out;
   EXPECT_TRUE(has(outcome.out, R"("request":null,"hex":"6eff","status":64,)")) << outcome.out;
   EXPECT_EQ("1: request 5, 1 byte: \"a\" -> OK x\n", atdctl(daemon, {"batch", "--dry-run"}, "5 a -> OK x").out);
+  outcome = atdctl(daemon, words("batch --dry-run --json"), "5 -> not supported x");
+  EXPECT_TRUE(has(outcome.out, R"("expected":{"result":2,"text":"x",)")) << outcome.out;
   EXPECT_TRUE(daemon.lines().empty());
 
   outcome = atdctl(daemon, {"batch"}, "# comment\n\n 2 \t a  b \r\n3\n1\n3170 text:on\n5 hex:00 ff");
@@ -266,6 +323,19 @@ TEST(Client, BatchComparesAndReports) {
   EXPECT_EQ(74, atdctl(daemon, {"batch", "--csv", "/proc/self/root/dev/full"}, good).status);
   EXPECT_EQ(1, atdctl(daemon, {"request", "2", "a", "--output", csv}).status);
   EXPECT_EQ(table, content(csv));
+  // No report takes the place of the batch or of the other one.
+  const std::string lines = daemon.root() + "/lines", link = daemon.root() + "/link", made = daemon.root() + "/made";
+  std::ofstream(lines) << "5\n";
+  std::filesystem::create_hard_link(lines, link);
+  for (const std::string& wrong : {"--csv " + link, "--junit " + lines, "--csv made --junit ./made"s}) {
+    EXPECT_EQ(64, atdctl(daemon, words("batch " + lines + " " + wrong)).status) << wrong;
+  }
+  EXPECT_EQ("5\n", content(lines));
+  OutputFile report;
+  EXPECT_FALSE(report.open(made));
+  EXPECT_FALSE(std::filesystem::exists(made)) << "a signal would leave it";
+  EXPECT_FALSE(report.write("x"));
+  EXPECT_EQ("x", content(made));
 }
 
 TEST(Client, JsonTellsFailuresToo) {
@@ -323,7 +393,7 @@ TEST(Client, MonitorTellsRecordsAndAtCommandsApart) {
   std::string stream;
   const std::pair<std::string, std::string> kRows[] = {
       {request_line(4010, "p").substr(11), "request get_serial_number (4010), 1 byte: \"p\""},
-      {"ATD0123456789012", "ATD0123456789012"},  // base64 letters, a data_len that does not fit
+      {"ATDabcdefghijklm", "ATDabcdefghijklm"},  // base64 letters, a data_len that does not fit
       {to_base64("\5\0\0\0\1\0\0\0"s), "BQAAAAEAAAA="},
       {to_base64("\5\0\0\0\0\0\0\0x"s), "BQAAAAAAAAB4"},
       {"AT\x1b\n\xff", "AT\\x1b\\n\\xff"},
@@ -384,16 +454,20 @@ TEST(Client, MasksIdentities) {
       {"hex:001a2b334455 00-1A-2B-33-44-55", "hex:" + address + " " + address},
       {"A1000012345678", "A10000…78#"},
       {"it is msn of mine 01", "it is MSNOFM…01#"},
+      {"E490154203237518", "E490154…18#"},
       // Neither too short, nor a part of something longer, nor another kind of thing.
       {"1234567890123", "1234567890123"},
       {"12345678901234567", "12345678901234567"},
       {"0x001a2b334455", "0x001a2b334455"},
+      {"d41d8cd98f00b204ea12345678901234", "d41d8cd98f00b204ea12345678901234"},
       {"00:1a:2b:33:44:556", "00:1a:2b:33:44:556"},
       {"13:05:00.000001", "13:05:00.000001"},
       {"SN-A7", "SN-A7"}};
   for (const auto& [text, shown] : kRows) EXPECT_TRUE(identities.in_text(text).starts_with(shown)) << text;
   std::ofstream(folder + "/sim/items/37-16") << "CSN.new.value";
   EXPECT_EQ("CSNNEW…UE#", identities.in_text("CSN.new.value").substr(0, 12));
+  std::ofstream(folder + "/sim/items/18-16") << "\xffmsn of mine";
+  EXPECT_EQ("hex:FF6D73…65#", identities.in_text("hex:ff6d736e206f66206d696e65").substr(0, 16));
   EXPECT_EQ(imei, Identities(folder, false).in_text("490154203237518")) << "the key is kept";
   EXPECT_NE(imei.substr(11), identities.in_text("490154203237519").substr(11));
   EXPECT_EQ("490154203237518", Identities(folder, true).in_text("490154203237518"));
@@ -404,16 +478,20 @@ TEST(Client, MasksIdentities) {
   // What a monitor shows and records is masked inside its records too.
   setenv("XDG_STATE_HOME", folder.c_str(), 1);
   const std::string recording = folder + "/recording", request = request_line(1700, "+123456789").substr(11);
-  FakeDaemon daemon([](const std::string&) { return ""; }, answer(0, "490154203237518\0"s) + answer(0, "SN0123456789") +
-                                                               "605 AT=490154203237518\0"s + "605 " + request + '\0');
+  const std::string both = "490154203237518 SN0123456789", kept = "V10a_00 0xC9B5B9BB 16106127360 12:05:00Z";
+  FakeDaemon daemon([](const std::string&) { return ""; },
+                    answer(0, "490154203237518\0"s) + answer(0, "SN0123456789\n") + answer(0, both) +
+                        answer(0, 99, both) + "605 " + request_line(5, both).substr(11) + '\0' + answer(0, kept) +
+                        "605 AT%SN=SN0123456789\0"s + "605 AT=E490154203237518\0"s + "605 " + request + '\0');
   for (const char* options : {"", " --json"}) {
-    const std::string hidden = atdctl(daemon, words("monitor --count 4 --record " + recording + options)).out,
-                      full = atdctl(daemon, words("monitor --plain --count 4"s + options)).out;
+    const std::string hidden = atdctl(daemon, words("monitor --count 9 --record " + recording + options)).out,
+                      full = atdctl(daemon, words("monitor --plain --count 9"s + options)).out;
+    EXPECT_TRUE(has(hidden, kept) && has(hidden, "malformed: the answer's data_len is 99")) << hidden;
     for (const char* value : {"490154203237518", "SN0123456789", "123456789\""}) {
       EXPECT_FALSE(has(hidden, value)) << hidden;
       EXPECT_TRUE(has(full, value)) << full;
     }
-    EXPECT_FALSE(has(hidden, to_base64("490154203237518").substr(4, 8)));
+    EXPECT_FALSE(has(hidden, to_base64("490154203237518").substr(4, 8))) << hidden;
   }
   EXPECT_TRUE(std::filesystem::exists(folder + "/atdctl/identity-key"));
   EXPECT_TRUE(has(atdctl(daemon, {"replay", recording}).err, "recording:1: identities are masked in this recording"));

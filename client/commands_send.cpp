@@ -1,5 +1,6 @@
 #include <errno.h>
 #include <fmt/format.h>
+#include <stdio.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -40,8 +41,8 @@ int run_line(const Target& target, const std::string& line, bool json, bool plat
 
 class RawConversation {
  public:
-  RawConversation(const Target& target, bool hexdump, double quiet_ms)
-      : target_(target), hexdump_(hexdump), quiet_(quiet_ms / 1000) {}
+  RawConversation(const Target& target, bool hexdump, double silence_ms)
+      : target_(target), hexdump_(hexdump), silence_(silence_ms / 1000) {}
 
   int run() {
     Failure failure = connect(connection_, target_, in_seconds(target_.timeout));
@@ -85,7 +86,7 @@ class RawConversation {
     bool is_request = line.starts_with(std::string(kRequestWord) + " ");
     Message message;
     for (;;) {
-      Deadline limit = is_request ? deadline : std::min(deadline, in_seconds(quiet_));
+      Deadline limit = is_request ? deadline : std::min(deadline, in_seconds(silence_));
       Wait wait = connection_.next(&message, limit);
       if (wait == Wait::gone) return went_away(target_);
       if (wait == Wait::timed_out && !is_request) return {};
@@ -97,7 +98,7 @@ class RawConversation {
 
   const Target& target_;
   bool hexdump_;
-  double quiet_;  // seconds
+  double silence_;  // seconds
   Connection connection_;
 };
 
@@ -117,8 +118,30 @@ int run_initialize(const Target& target, bool json) {
                   [](const Message& message) { return message.code == kReadyCode; });
 }
 
-int run_raw(const Target& target, bool hexdump, double quiet_ms) {
-  return RawConversation(target, hexdump, quiet_ms).run();
+int run_wait(const Target& target, bool platform, bool json) {
+  constexpr double kLong = 1;
+  auto begin = std::chrono::steady_clock::now();
+  Deadline deadline = in_seconds(target.timeout);
+  for (;;) {
+    Connection connection;
+    Failure failure = connect(connection, target, deadline, true);
+    if (failure) return complain({failure.status == kNoDaemon ? kTimedOut : failure.status, failure.text});
+    Wait wait = connection.settle(deadline);
+    if (wait == Wait::timed_out) return complain(timed_out(target, "no answer"));
+    if (wait == Wait::message && platform) wait = await_platform(connection, target, deadline);
+    if (wait == Wait::timed_out) return complain(timed_out(target, "no sign of a platform"));
+    if (wait == Wait::message) break;
+    // The daemon stopped after it had accepted this client: another one may start.
+    if (!pause_before(deadline)) return complain(timed_out(target, "no answer"));
+  }
+  std::chrono::duration<double> waited = std::chrono::steady_clock::now() - begin;
+  if (json) return complain(print(wait_json(waited.count())));
+  if (waited.count() > kLong) fprintf(stderr, "atdctl: ready after %.1f s\n", waited.count());
+  return kOk;
+}
+
+int run_raw(const Target& target, bool hexdump, double silence_ms) {
+  return RawConversation(target, hexdump, silence_ms).run();
 }
 
 }  // namespace atd::client
