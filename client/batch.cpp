@@ -139,9 +139,8 @@ std::string junit_report(const std::string& name, const std::vector<BatchResult>
     } else if (status_of(result) != kOk) {
       ++failures;
       const std::string expected = line.expected ? "expected " + line.expected->shown + ", got " : "";
-      const std::string got = result_name(line.opcode, result.response.result);
-      inside = fmt::format("<failure message=\"{}\">{}</failure>", in_xml(expected + got),
-                           in_xml(response_text(result.response)));
+      const std::string got = response_text(result.response);
+      inside = fmt::format("<failure message=\"{}\">{}</failure>", in_xml(expected + got), in_xml(got));
     }
     seconds += result.seconds;
     tests += fmt::format("  <testcase classname=\"{}\" name=\"{}: {}\" time=\"{:.6f}\">{}</testcase>\n", in_xml(name),

@@ -14,6 +14,8 @@
 namespace atd::client {
 namespace {
 
+constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";  // some editors put it before a text
+
 // Whether both names lead to one file, which need not be there. A pipe or a device may have several uses.
 bool is_same_file(const std::string& a, const std::string& b) {
   namespace fs = std::filesystem;
@@ -72,6 +74,7 @@ class Batch {
   int read() {
     int status = kOk;
     const Failure unread = read_lines(arguments_.file, [&](int number, std::string line) -> std::string {
+      if (number == 1 && line.starts_with(kByteOrderMark)) line.erase(0, kByteOrderMark.size());
       if (line.ends_with('\r')) line.pop_back();
       if (is_comment(line)) return "";
       BatchResult result = {{number, line, 0, "", {}}, false, {}, {}, 0};

@@ -251,6 +251,7 @@ TEST_F(CallsTest, WhatIsNotThereIsExplained) {
       {"set_pid --help", 0, "PID           at most 30 bytes: a text, hex:00ff or text:..."},
       {"set_qem -- --yes", 64, "VALUE: \"--yes\" is no number"},
   };
+  EXPECT_TRUE(has(tell({"call", "set_qem", std::string("1\0x", 3)}).error, "is no number"));
   for (const auto& [given, status, says] : rows) {
     const ControlReply told = tell(words_of("call " + std::string(given)));
     EXPECT_EQ(status, told.status) << given;
@@ -266,9 +267,21 @@ TEST_F(CallsTest, AListEndsBeforeAPathThatHasNoRoom) {
   EXPECT_EQ(std::string("/data/many/" + name + "1302\nresult 400\n"), out.substr(out.rfind("/data/")));
 }
 
+TEST_F(CallsTest, CallsThatMayNotRunBesideEachOtherTakeTurns) {
+  device().clock.hold_sleeps();
+  const auto call = [&](const Words& given) { return tell(given).out; };
+  auto first = std::async(std::launch::async, call, Words{"call", "enter_bt_test_mode", "2"});
+  device().clock.await_waiters();
+  auto second = std::async(std::launch::async, call, Words{"call", "touch_atoi", "12"});
+  EXPECT_EQ("result 0\n", call({"call", "get_qem"})) << "another room's";
+  EXPECT_EQ(std::future_status::timeout, second.wait_for(std::chrono::milliseconds(50)));
+  while (first.wait_for(std::chrono::milliseconds(1)) == std::future_status::timeout) device().clock.advance(1000000);
+  EXPECT_EQ("result 0\nresult 12\n", first.get() + second.get());
+}
+
 TEST_F(CallsTest, ACommandOnAPhoneEndsAfterItsRestart) {
   device().clock.hold_sleeps();
-  auto ended = std::async([] {
+  auto ended = std::async(std::launch::async, [] {
     testing::internal::CaptureStdout();
     const char* const given[] = {"system_restart", "--yes"};
     return call_command(2, given) == 0 && testing::internal::GetCapturedStdout() == "result 0\n";

@@ -69,6 +69,11 @@ TEST_F(VerbTest, AnExportLeavesNothingOutUnasked) {
             {{"export", "-", "--leave-out"}, 0, "# left out: \"/sim/stray: nothing"}});
 }
 
+TEST_F(VerbTest, AListCutsNoIdentityInTwo) {
+  tell_all({{{"item", "set", "SAAT result", std::string(27, 'a') + ",490154203237518"}, 0, ""},
+            {{"item", "list"}, 0, "  " + std::string(27, 'a') + ",...\n"s}});
+}
+
 TEST_F(VerbTest, ItemsAreTypedByTheirEncoding) {
   const std::tuple<const char*, const char*, std::string, const char*> rows[] = {
       {"9", "AB12", "AB12\0\0\0\0\0\0\0\0"s, "AB12"},

@@ -2,6 +2,7 @@
 
 #include <android/log.h>
 #include <errno.h>
+#include <fcntl.h>
 #include <string.h>
 #include <unistd.h>
 #include <zlib.h>
@@ -248,11 +249,12 @@ bool ModemItems::receive_bulk(const std::string& chunk) {
 }
 
 std::string ModemItems::next_bulk_chunk() {
-  std::string all = stored("bulk", "");
   // A person's file may have more than the modem takes.
-  if (all.size() > kMaxBulk) all.resize(kMaxBulk);
-  // A person may have shortened the file in between.
-  const std::string chunk = all.substr(std::min(bulk_sent_, all.size()), kBulkChunk);
+  std::string chunk(std::min<size_t>(kBulkChunk, kMaxBulk - bulk_sent_), '\0');
+  const int fd = open((folder_ + "bulk").c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+  const ssize_t got = fd < 0 ? 0 : pread(fd, chunk.data(), chunk.size(), static_cast<off_t>(bulk_sent_));
+  if (fd >= 0) close(fd);
+  chunk.resize(static_cast<size_t>(std::max<ssize_t>(got, 0)));
   bulk_sent_ = chunk.size() == kBulkChunk ? bulk_sent_ + kBulkChunk : 0;
   return chunk;
 }

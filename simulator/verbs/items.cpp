@@ -15,7 +15,8 @@ namespace atd::sim {
 
 namespace {
 
-constexpr size_t kShown = 40;  // bytes of a value in a table
+constexpr size_t kShown = 40;            // bytes of a value in a table
+constexpr size_t kLongestIdentity = 30;  // the PID
 
 const char* to_text(Encoding encoding) {
   switch (encoding) {
@@ -124,13 +125,21 @@ bool store(SimulatedDevice& device, VerbCall& call, const FactoryItem& item, con
   return false;
 }
 
+// The beginning of a long value. It does not end in the middle of what its reader may mask.
+std::string cut(const std::string& value) {
+  size_t begin = kShown;
+  while (begin > 0 && (isalnum(static_cast<unsigned char>(value[begin - 1])) || strchr(":-", value[begin - 1])))
+    --begin;
+  return value.substr(0, kShown - begin > kLongestIdentity ? kShown : begin);
+}
+
 void list(SimulatedDevice& device, VerbCall& call) {
   std::vector<std::vector<std::string>> lines = {{"INDEX", "NAME", "LENGTH", "ENCODING", "VALUE"}};
   Json json = Json::array();
   for (const FactoryItem& item : kFactoryItems) {
     const std::string bytes = device.items.get(item.index, item.length);
     std::string value = without_padding(bytes).empty() ? "-" : value_text(value_of(item, bytes));
-    if (value.size() > kShown) value = value.substr(0, kShown) + "...";
+    if (value.size() > kShown) value = cut(value) + "...";
     lines.push_back(
         {std::to_string(item.index), item.name, std::to_string(item.length), to_text(item.encoding), value});
     json.push_back(to_json(item, bytes));
