@@ -6,6 +6,7 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include "client/output.h"
 #include "desk/nearest.h"
 #include "desk/words.h"
 #include "platform/records.h"

@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "client/output.h"
+#include "client/failure.h"
 
 namespace atd::client {
 

@@ -4,6 +4,7 @@
 #include <limits.h>
 
 #include "client/arguments.h"
+#include "client/output.h"
 #include "desk/words.h"
 #include "platform/records.h"
 

@@ -7,7 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "client/output.h"
+#include "client/failure.h"
+#include "desk/framing.h"
 
 namespace atd::client {
 

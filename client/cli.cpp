@@ -10,6 +10,7 @@
 #include "atd.h"
 #include "client/command_line.h"
 #include "client/commands.h"
+#include "client/output.h"
 #include "desk/answer_rows.h"
 #include "desk/nearest.h"
 #include "desk/verb.h"
@@ -75,54 +76,97 @@ void take_last(CLI::App& app) {
   for (CLI::App* command : app.get_subcommands([](CLI::App*) { return true; })) take_last(*command);
 }
 
-std::string no_command(const CLI::App& app, const std::string& name) {
-  std::vector<std::string> names;
-  for (const CLI::App* command : commands_of(app)) names.push_back(command->get_name());
-  return fmt::format("\"{}\" is not a command; nearest: {}; see atdctl --help", name, listed(nearest(name, names, 2)));
-}
-
 // Everything that the command line knows. Parsing leaves the command to run in `chosen`.
-void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
-  app.set_help_flag("-h,--help", "Print this help, or a command's, and end");
-  app.set_version_flag("--version", "atdctl " ATD_VERSION, "Print the version and end");
-  app.formatter(std::make_shared<Formatter>());
-  app.get_formatter()->label("Positionals", "Arguments");
-  app.get_formatter()->label("OPTIONS", "options");
-  app.get_formatter()->label("SUBCOMMAND", "COMMAND");
-  app.require_subcommand(1);
-  app.fallthrough();
-  auto* socket = app.add_option("--socket", options.socket, "Socket of the daemon")->option_text("PATH");
-  app.add_option("--device", options.device, "Folder of the phone; its socket is DIR/dev/socket/atd")
+class CommandLine {
+ public:
+  CommandLine(CLI::App& app, Options& options, std::function<int()>& chosen)
+      : app_(app), options_(options), chosen_(chosen) {
+    add_program();
+    add_requests();
+    add_batch();
+    add_platform();
+    add_watching();
+    add_replay();
+    add_phone();
+    add_help();
+    take_last(app);
+  }
+
+ private:
+  Target target() const { return {socket_path(options_.socket, options_.device), options_.timeout}; }
+
+  CLI::App* add(const char* name, const char* description, std::function<int()> body) {
+    CLI::App* command = app_.add_subcommand(name, description)->group("Commands");
+    command->footer("Options stand before or after the command's name.");
+    command->callback([this, body] { chosen_ = body; });
+    return command;
+  }
+
+  CLI::Option* add_json(CLI::App* command, const char* description) {
+    return command->add_flag("--json", options_.json, description);
+  }
+
+  void add_plain(CLI::App* command) {
+    command->add_flag("--plain", options_.plain, "Show identities, such as the IMEI, in full, not masked");
+  }
+
+  // What monitor and serve have in common.
+  template <typename Arguments>
+  void add_watch(CLI::App* command, Arguments& arguments, const char* count) {
+    add_plain(command);
+    command->add_flag("--json", arguments.json, "Print one object a line");
+    command->add_option("--count", arguments.count, count)->option_text("N")->check(CLI::Range(1, 2000000000));
+  }
+
+  void add_program();
+  void add_requests();
+  void add_batch();
+  void add_platform();
+  void add_watching();
+  void add_replay();
+  void add_phone();
+  void add_help();
+
+  CLI::App& app_;
+  Options& options_;
+  std::function<int()>& chosen_;
+};
+
+void CommandLine::add_program() {
+  app_.set_help_flag("-h,--help", "Print this help, or a command's, and end");
+  app_.set_version_flag("--version", "atdctl " ATD_VERSION, "Print the version and end");
+  app_.formatter(std::make_shared<Formatter>());
+  app_.get_formatter()->label("Positionals", "Arguments");
+  app_.get_formatter()->label("OPTIONS", "options");
+  app_.get_formatter()->label("SUBCOMMAND", "COMMAND");
+  app_.require_subcommand(1);
+  app_.fallthrough();
+  auto* socket = app_.add_option("--socket", options_.socket, "Socket of the daemon")->option_text("PATH");
+  app_.add_option("--device", options_.device, "Folder of the phone; its socket is DIR/dev/socket/atd")
       ->option_text("DIR")
       ->excludes(socket);
-  app.add_option("--timeout", options.timeout, "Longest wait for an answer (default 15)")
+  app_.add_option("--timeout", options_.timeout, "Longest wait for an answer (default 15)")
       ->option_text("SECONDS")
       ->check(check_time);
+  std::string footer = "Environment: ATD_SOCKET and ATD_DEVICE stand for --socket and --device.\nExit status:";
+  for (const StatusMeaning& row : statuses()) footer += fmt::format("\n{:4}  {}", row.status, row.meaning);
+  app_.footer(footer);
+}
 
-  auto target = [&options] { return Target{socket_path(options.socket, options.device), options.timeout}; };
-  auto add = [&](const char* name, const char* description, std::function<int()> body) {
-    CLI::App* command = app.add_subcommand(name, description)->group("Commands");
-    command->footer("Options stand before or after the command's name.");
-    command->callback([&chosen, body] { chosen = body; });
-    return command;
-  };
-  auto add_json = [&](CLI::App* command, const char* description) {
-    return command->add_flag("--json", options.json, description);
-  };
-
-  CLI::App* command = add("ops", "List the opcodes", [&] { return run_ops(options.json); });
+void CommandLine::add_requests() {
+  CLI::App* command = add("ops", "List the opcodes", [this] { return run_ops(options_.json); });
   add_json(command, "Print an array of objects");
   command->footer("It needs no daemon. Rows that are not built yet begin with an exclamation mark.");
 
-  command = add("request", "Send a request and print its answer", [&, target] {
-    options.request.json = options.json;
-    if (options.request.output == "value") options.request.value = true, options.request.output.clear();
-    if (options.json && (options.request.value || options.request.output == "-")) {
+  command = add("request", "Send a request and print its answer", [this] {
+    options_.request.json = options_.json;
+    if (options_.request.output == "value") options_.request.value = true, options_.request.output.clear();
+    if (options_.json && (options_.request.value || options_.request.output == "-")) {
       return complain({kUsage, "a value alone is no JSON: leave one out"});
     }
-    return run_request(target(), options.request);
+    return run_request(target(), options_.request);
   });
-  RequestArguments& request = options.request;
+  RequestArguments& request = options_.request;
   command->add_option("NAME|NUMBER", request.opcode, "Opcode: a name of \"atdctl ops\", or any 32-bit number")
       ->required()
       ->option_text(" ");
@@ -151,23 +195,25 @@ void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
       "x=$(atdctl request -r NAME): where the result is not 0, standard output and the\n"
       "file get nothing (a file that is there stays as it is), and standard error has\n"
       "the result.");
+}
 
-  command = add("batch", "Send each line of a file as a request, and print the answers in order", [&, target] {
-    options.batch.json = options.json;
-    return run_batch(target(), options.batch);
+void CommandLine::add_batch() {
+  CLI::App* command = add("batch", "Send each line of a file as a request, and print the answers in order", [this] {
+    options_.batch.json = options_.json;
+    return run_batch(target(), options_.batch);
   });
   command
-      ->add_option("FILE|-", options.batch.file,
+      ->add_option("FILE|-", options_.batch.file,
                    "Lines of NAME|NUMBER [TEXT|text:TEXT|hex:HEX] [-> RESULT [TEXT|text:TEXT|hex:HEX]]; empty lines "
                    "and # comments are skipped")
       ->option_text(" ");
-  command->add_flag("--stop-on-error", options.batch.stop_on_error, "End after the first line whose status is not 0");
-  auto* dry = command->add_flag("--dry-run", options.batch.dry_run, "Check the lines and print them, send nothing");
-  command->add_option("--junit", options.batch.junit, "Write a report as JUnit does into this file")
+  command->add_flag("--stop-on-error", options_.batch.stop_on_error, "End after the first line whose status is not 0");
+  auto* dry = command->add_flag("--dry-run", options_.batch.dry_run, "Check the lines and print them, send nothing");
+  command->add_option("--junit", options_.batch.junit, "Write a report as JUnit does into this file")
       ->option_text("FILE")
       ->check(check_report)
       ->excludes(dry);
-  command->add_option("--csv", options.batch.csv, "Write a row for every request into this file")
+  command->add_option("--csv", options_.batch.csv, "Write a row for every request into this file")
       ->option_text("FILE")
       ->check(check_report)
       ->excludes(dry);
@@ -176,256 +222,144 @@ void set_up(CLI::App& app, Options& options, std::function<int()>& chosen) {
       "All lines are checked before the first is sent. RESULT is OK, FAIL, \"not\n"
       "supported\" (or UNSUPPORTED) or a number, and the text after it is the answer's;\n"
       "without one any data will do. The status of a line that expects something is 0\n"
-      "when the answer is so, and else 1.");
+      "when the answer is so, and else 1. A daemon that goes is waited for, as at a\n"
+      "reboot, for as long as --timeout says.");
+}
 
-  command = add("send", "Send an AT command to the platform",
-                [&, target] { return run_send(target(), options.text, options.json); });
-  command->add_option("TEXT", options.text, "The AT command, such as AT+CSQ")->required()->option_text(" ");
+void CommandLine::add_platform() {
+  CLI::App* command = add("send", "Send an AT command to the platform",
+                          [this] { return run_send(target(), options_.text, options_.json); });
+  command->add_option("TEXT", options_.text, "The AT command, such as AT+CSQ")->required()->option_text(" ");
   add_json(command, "Print one object");
 
   command = add("initialize", "Tell the daemon that the platform is ready",
-                [&, target] { return run_initialize(target(), options.json); });
-  add_json(command, "Print one object");
-
-  command = add("monitor", "Print every message of the daemon as it comes", [&, target] {
-    options.monitor.plain = options.plain;
-    const std::vector<int>& codes = options.monitor.codes;
-    auto has_requests = [](int code) { return code == kPlatformCode || code == kCopyCode; };
-    if (!options.monitor.opcodes.empty() && !codes.empty() && std::none_of(codes.begin(), codes.end(), has_requests)) {
-      return complain({kUsage, "--opcode shows requests to the platform, which have the code 605: add --code 605"});
-    }
-    return run_monitor(target(), options.monitor);
-  });
-  auto add_plain = [&](CLI::App* showing) {
-    showing->add_flag("--plain", options.plain, "Show identities, such as the IMEI, in full, not masked");
-  };
-  auto add_watch = [&](CLI::App* watching, auto& arguments, const char* count) {
-    add_plain(watching);
-    watching->add_flag("--json", arguments.json, "Print one object a line");
-    watching->add_option("--count", arguments.count, count)->option_text("N")->check(CLI::Range(1, 2000000000));
-  };
-  add_watch(command, options.monitor, "End after so many messages that are shown");
-  command->add_option("--code", options.monitor.codes, "Show messages with this code alone; may stand several times")
-      ->option_text("N")
-      ->check(CLI::Range(0, 999))
-      ->allow_extra_args(false);
-  command
-      ->add_option("--opcode", options.monitor.opcodes,
-                   "Show requests to the platform with this opcode alone; may stand several times")
-      ->option_text("NAME|NUMBER")
-      ->allow_extra_args(false);
-  command->add_option("--for", options.monitor.seconds, "End after this time; with --count the status is then 75")
-      ->option_text("SECONDS")
-      ->check(check_time);
-  command->add_flag("--follow", options.monitor.follow, "Wait for a daemon that is gone, as at a reboot, and go on");
-  auto* record = command->add_option("--record", options.monitor.record, "Append every message to this file");
-  record->option_text("FILE");
-  command->add_flag("--quiet", options.monitor.quiet, "Print nothing; for --record")->needs(record);
-
-  command = add("serve", "Stand in for the platform: print what the daemon asks of it, and answer", [&, target] {
-    options.serve.plain = options.plain;
-    return run_serve(target(), options.serve);
-  });
-  add_watch(command, options.serve, "End after so many commands and requests");
-  command->add_option("--answers", options.serve.answers, "Requests and their answers, which serve --help explains")
-      ->option_text("FILE");
-  command->footer("The file has rows; the first that matches counts:\n\n" + answer_row_help(RowsOf::platform) +
-                  "Lines that begin with # are skipped. Any other request is answered with result\n"
-                  "0 and no data.");
-
-  command = add("replay", "Send what the clients in a recording sent, and compare the answers", [&, target] {
-    options.replay.json = options.json;
-    options.replay.plain = options.plain;
-    return run_replay(target(), options.replay);
-  });
-  command->add_option("FILE|-", options.replay.file, "The recording, made with atd --record FILE")
-      ->required()
-      ->option_text(" ");
-  command
-      ->add_option("--mask", options.replay.masks,
-                   "Leave what this extended regular expression matches out of the comparison, as dates and times are")
-      ->option_text("REGEX")
-      ->allow_extra_args(false);
-  command->add_flag("--realtime", options.replay.realtime, "Keep the recording's pauses");
-  add_plain(command);
+                [this] { return run_initialize(target(), options_.json); });
   add_json(command, "Print one object");
 
   command = add("wait", "Wait until the daemon answers",
-                [&, target] { return run_wait(target(), options.platform, options.json); });
-  command->add_flag("--platform", options.platform, "And for a sign of the platform");
+                [this] { return run_wait(target(), options_.platform, options_.json); });
+  command->add_flag("--platform", options_.platform, "And for a sign of the platform");
   add_json(command, "Print one object");
   command->footer(
       "Signs are its \"initialize\", an answer of its to the daemon, and another client\n"
       "of the daemon, which may be the platform or, for example, a monitor.");
+}
 
-  command = add("doctor", "Check the socket, the daemon, its modem and items, and the phone's nodes",
-                [&, target] { return run_doctor(target(), options.json); });
+void CommandLine::add_watching() {
+  CLI::App* command = add("monitor", "Print every message of the daemon as it comes", [this] {
+    options_.monitor.plain = options_.plain;
+    const std::vector<int>& codes = options_.monitor.codes;
+    auto has_requests = [](int code) { return code == kPlatformCode || code == kCopyCode; };
+    if (!options_.monitor.opcodes.empty() && !codes.empty() && std::none_of(codes.begin(), codes.end(), has_requests)) {
+      return complain({kUsage, "--opcode shows requests to the platform, which have the code 605: add --code 605"});
+    }
+    return run_monitor(target(), options_.monitor);
+  });
+  add_watch(command, options_.monitor, "End after so many messages that are shown");
+  command->add_option("--code", options_.monitor.codes, "Show messages with this code alone; may stand several times")
+      ->option_text("N")
+      ->check(CLI::Range(0, 999))
+      ->allow_extra_args(false);
+  command
+      ->add_option("--opcode", options_.monitor.opcodes,
+                   "Show requests to the platform with this opcode alone; may stand several times")
+      ->option_text("NAME|NUMBER")
+      ->allow_extra_args(false);
+  command->add_option("--for", options_.monitor.seconds, "End after this time; with --count the status is then 75")
+      ->option_text("SECONDS")
+      ->check(check_time);
+  command->add_flag("--follow", options_.monitor.follow, "Wait for a daemon that is gone, as at a reboot, and go on");
+  auto* record = command->add_option("--record", options_.monitor.record, "Append every message to this file");
+  record->option_text("FILE");
+  command->add_flag("--quiet", options_.monitor.quiet, "Print nothing; for --record")->needs(record);
+
+  command = add("serve", "Stand in for the platform: print what the daemon asks of it, and answer", [this] {
+    options_.serve.plain = options_.plain;
+    return run_serve(target(), options_.serve);
+  });
+  add_watch(command, options_.serve, "End after so many commands and requests");
+  command->add_option("--answers", options_.serve.answers, "Requests and their answers, which serve --help explains")
+      ->option_text("FILE");
+  command->footer("The file has rows; the first that matches counts:\n\n" + answer_row_help(RowsOf::platform) +
+                  "Lines that begin with # are skipped. Any other request is answered with result\n"
+                  "0 and no data.");
+}
+
+void CommandLine::add_replay() {
+  CLI::App* command = add("replay", "Send what the clients in a recording sent, and compare the answers", [this] {
+    options_.replay.json = options_.json;
+    options_.replay.plain = options_.plain;
+    return run_replay(target(), options_.replay);
+  });
+  command->add_option("FILE|-", options_.replay.file, "The recording, made with atd --record FILE")
+      ->required()
+      ->option_text(" ");
+  command
+      ->add_option("--mask", options_.replay.masks,
+                   "Leave what this extended regular expression matches out of the comparison, as dates and times are")
+      ->option_text("REGEX")
+      ->allow_extra_args(false);
+  command->add_flag("--realtime", options_.replay.realtime, "Keep the recording's pauses");
+  add_plain(command);
+  add_json(command, "Print one object");
+}
+
+void CommandLine::add_phone() {
+  CLI::App* command = add("doctor", "Check the socket, the daemon, its modem and items, and the phone's nodes",
+                          [this] { return run_doctor(target(), options_.json); });
   add_json(command, "Print one object a check");
   command->footer(
       "A line a check: ok, fail or \"not seen\", what was found, and what to do. It\n"
       "changes nothing on the phone. The exit status is 0 when no check failed, and\n"
       "else 1. Nodes are seen on the phone itself, or in a simulated one's folder.");
 
-  command = add("phone", "Do something to the running simulated phone", [&]() -> int {
-    if (options.phone.words.empty()) return complain(print(app.help()));
-    options.phone.folder = phone_folder(options.socket, options.device);
-    options.phone.json = options.json;
-    options.phone.plain = options.plain;
-    options.phone.timeout = options.timeout;
-    options.phone.bounded = app.get_option("--timeout")->count() > 0;
-    return run_phone(options.phone);
+  command = add("phone", "Do something to the running simulated phone", [this]() -> int {
+    if (options_.phone.words.empty()) return complain(print(app_.help()));
+    options_.phone.folder = phone_folder(options_.socket, options_.device);
+    options_.phone.json = options_.json;
+    options_.phone.plain = options_.plain;
+    options_.phone.timeout = options_.timeout;
+    options_.phone.bounded = app_.get_option("--timeout")->count() > 0;
+    return run_phone(options_.phone);
   });
   command->footer(phone_help());
   // take_verb() takes the words; the parser needs the option for its help.
-  command->add_option("VERB", options.phone.words, "What to do, and its arguments; without it this help is printed")
+  command->add_option("VERB", options_.phone.words, "What to do, and its arguments; without it this help is printed")
       ->option_text(" ");
   add_plain(command);
   add_json(command, "Have the verb print JSON");
-  if (phone_verbs().empty()) app.remove_subcommand(command);  // there is no simulated phone
+  if (phone_verbs().empty()) app_.remove_subcommand(command);  // there is no simulated phone
 
   command = add("raw", "Send the lines of standard input as they are, and print what comes",
-                [&, target] { return run_raw(target(), options.hexdump, options.silence_ms); });
-  command->add_flag("--hexdump", options.hexdump, "Print the bytes on the wire too");
-  command->add_option("--silence", options.silence_ms, "Go on to the next line after this much silence (default 200)")
+                [this] { return run_raw(target(), options_.hexdump, options_.silence_ms); });
+  command->add_flag("--hexdump", options_.hexdump, "Print the bytes on the wire too");
+  command->add_option("--silence", options_.silence_ms, "Go on to the next line after this much silence (default 200)")
       ->option_text("MILLISECONDS")
       ->check(check_time);
   command->footer("It shows everything as it is: identities, such as the IMEI, are not masked.");
+}
 
-  command = add("completion", "Print the completion script for bash", [&app] { return run_completion(app); });
-  command->add_option("SHELL", options.shell, "bash")->option_text(" ")->check(CLI::IsMember({"bash"}));
-  command = add("help", "Print the help of a command, or of a verb of phone", [&] {
-    const std::vector<std::string>& words = options.help;
+void CommandLine::add_help() {
+  CLI::App* command =
+      add("completion", "Print the completion script for bash", [this] { return run_completion(app_); });
+  command->add_option("SHELL", options_.shell, "bash")->option_text(" ")->check(CLI::IsMember({"bash"}));
+  command = add("help", "Print the help of a command, or of a verb of phone", [this] {
+    const std::vector<std::string>& words = options_.help;
     if (words.empty()) {
-      return complain(print(app.get_formatter()->make_help(&app, app.get_name(), CLI::AppFormatMode::Normal)));
+      return complain(print(app_.get_formatter()->make_help(&app_, app_.get_name(), CLI::AppFormatMode::Normal)));
     }
     if (words[0] == "phone" && words.size() > 1) return run_phone_help({words.begin() + 1, words.end()});
-    for (const CLI::App* found : commands_of(app)) {
+    for (const CLI::App* found : commands_of(app_)) {
       if (found->get_name() == words[0]) return complain(print(found->help("atdctl")));
     }
     const std::vector<Verb>& verbs = phone_verbs();
     auto begins = [&](const Verb& verb) { return (std::string(verb.name) + " ").starts_with(words[0] + " "); };
     if (std::any_of(verbs.begin(), verbs.end(), begins)) return run_phone_help(words);
-    return complain({kUsage, no_command(app, words[0])});
+    return complain({kUsage, no_command(app_, words[0])});
   });
-  command->add_option("COMMAND", options.help, "Such as request, or phone card")->option_text(" ");
+  command->add_option("COMMAND", options_.help, "Such as request, or phone card")->option_text(" ");
   add("dictionary", "Print a fuzzing dictionary of the protocol", run_dictionary)->group("");
-  add("manual", "Print the manual page", [&app] { return run_manual(app); })->group("");
-
-  take_last(app);
-  std::string footer = "Environment: ATD_SOCKET and ATD_DEVICE stand for --socket and --device.\nExit status:";
-  for (const StatusMeaning& row : statuses()) footer += fmt::format("\n{:4}  {}", row.status, row.meaning);
-  app.footer(footer);
-}
-
-// Puts a command's options that stand before its name behind it, where the parser looks for them.
-void move_options(const CLI::App& app, std::vector<std::string>* arguments) {
-  std::vector<std::string> moved, ordered;
-  bool value = false;  // the next argument is an option's value
-  for (auto at = arguments->begin(); at != arguments->end(); ++at) {
-    const CLI::Option* own = app.get_option_no_throw(at->substr(0, at->find('=')));
-    const bool is_option = !value && at->starts_with('-');
-    if (value || (is_option && own != nullptr)) {
-      value = !value && own->get_items_expected_max() > 0 && at->find('=') == at->npos;
-      ordered.push_back(*at);
-    } else if (!app.get_subcommands([&](const CLI::App* command) { return command->check_name(*at); }).empty()) {
-      ordered.push_back(*at);
-      ordered.insert(ordered.end(), moved.begin(), moved.end());
-      ordered.insert(ordered.end(), at + 1, arguments->end());
-      *arguments = ordered;
-      return;
-    } else if (is_option || !moved.empty()) {
-      moved.push_back(*at);
-      // The next argument is the option's value, even when a command has the same name.
-      auto takes_value = [&](const CLI::App* command) {
-        const CLI::Option* option = command->get_option_no_throw(*at);
-        return option != nullptr && option->get_items_expected_max() > 0;
-      };
-      const std::vector<const CLI::App*> commands = commands_of(app);
-      if (is_option && at + 1 != arguments->end() && std::any_of(commands.begin(), commands.end(), takes_value)) {
-        moved.push_back(*++at);
-      }
-    } else {
-      return;
-    }
-  }
-}
-
-// Takes the words of a phone's verb out of the arguments. From the verb's first word on every argument belongs to the
-// verb, except the options that may stand anywhere; after "--" there are no exceptions.
-std::vector<std::string> take_verb(std::vector<std::string>* arguments) {
-  auto is = [](const std::string& name, std::initializer_list<const char*> names) {
-    return std::find(names.begin(), names.end(), name) != names.end();
-  };
-  std::vector<std::string> own, words;
-  bool phone = false, ended = false;  // "phone" has come, "--" has come
-  bool value = false;                 // the next argument is an option's value
-  for (const std::string& argument : *arguments) {
-    const std::string name = argument.substr(0, argument.find('='));
-    const bool option =
-        argument.starts_with('-') &&
-        (words.empty() || is(name, {"--json", "--help", "--plain", "--timeout", "--device", "--socket"}));
-    if (phone && !ended && !value && argument == "--") {
-      ended = true;
-      if (!words.empty() && words[0] == "call") words.push_back(argument);  // read_call takes it
-    } else if (!ended && (value || option)) {
-      value = !value && is(argument, {"--device", "--socket", "--timeout"});
-      own.push_back(argument);
-    } else if (phone) {
-      words.push_back(argument);
-    } else if (argument == "phone") {
-      phone = true;
-      own.push_back(argument);
-    } else {
-      return {};
-    }
-  }
-  *arguments = own;
-  return words;
-}
-
-// What the parser says, in words that help.
-std::string explain(const CLI::App& app, const CLI::ParseError& error) {
-  std::string name = app.get_name();
-  for (const CLI::App* command : app.get_subcommands()) name += " " + command->get_name();
-  std::vector<std::string> extras = app.remaining(true);
-  if (app.get_subcommands().empty()) {
-    // Without a command, its options are no mistake of their own.
-    std::erase_if(extras, [&](const std::string& extra) {
-      auto has = [&](const CLI::App* command) { return command->get_option_no_throw(extra) != nullptr; };
-      const std::vector<const CLI::App*> commands = commands_of(app);
-      return extra.starts_with('-') && std::any_of(commands.begin(), commands.end(), has);
-    });
-  }
-  std::string extra = extras.empty() ? "" : extras.front();
-  if (extra.starts_with('-')) {
-    extra = extra.substr(0, extra.find('='));
-    std::vector<const CLI::App*> places = {&app};
-    for (const CLI::App* command : app.get_subcommands()) places.push_back(command);
-    std::vector<std::string> options;
-    for (const CLI::App* place : places) {
-      for (const CLI::Option* option : options_of(*place, false)) {
-        for (const std::string& known : option->get_lnames()) options.push_back("--" + known);
-      }
-    }
-    return fmt::format("there is no option {}; nearest: {}; see {} --help", extra, listed(nearest(extra, options, 2)),
-                       name);
-  }
-  if (app.get_subcommands().empty() && dynamic_cast<const CLI::RequiredError*>(&error) != nullptr) {
-    if (!extra.empty()) return no_command(app, extra);
-    std::vector<std::string> commands;
-    for (const CLI::App* command : commands_of(app)) commands.push_back(command->get_name());
-    return "write one of: " + listed(commands);
-  }
-  if (!extra.empty()) {
-    return fmt::format("\"{}\" is one argument too many; a text with spaces needs quotes", extra);
-  }
-  return fmt::format("{}; see {} --help", error.what(), name);
-}
-
-// Whether --json is among the arguments, whatever else may be wrong with them.
-bool asks_for_json(const std::vector<std::string>& arguments) {
-  const auto end = std::find(arguments.begin(), arguments.end(), "--");
-  return std::find(arguments.begin(), end, "--json") != end;
+  add("manual", "Print the manual page", [this] { return run_manual(app_); })->group("");
 }
 
 // A closed standard stream gets a descriptor that can only be used the wrong way round: nothing else that is opened
@@ -444,7 +378,7 @@ int run(int argc, char** argv) {
   CLI::App app("Talks to atd, the phone's AT-command daemon.", "atdctl");
   Options options;
   std::function<int()> chosen;
-  set_up(app, options, chosen);
+  CommandLine line(app, options, chosen);
   std::vector<std::string> arguments(argv + 1, argv + argc);
   move_options(app, &arguments);
   const std::vector<std::string> verb = take_verb(&arguments);
@@ -458,7 +392,7 @@ int run(int argc, char** argv) {
   } catch (const CLI::CallForVersion& version) {
     return complain(print(version.what() + std::string("\n")));
   } catch (const CLI::ParseError& error) {
-    return complain({kUsage, explain(app, error)});
+    return complain({kUsage, what_is_wrong(app, error)});
   }
   return chosen();
 }

@@ -1,21 +1,32 @@
-// The commands and options of the command line, for those who describe it.
+// The arguments of the command line: the commands and options that there are, their order, and what is wrong with them.
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <string>
 #include <vector>
 
 namespace atd::client {
 
 // The commands that the help lists.
-inline std::vector<const CLI::App*> commands_of(const CLI::App& app) {
-  return app.get_subcommands([](const CLI::App* command) { return !command->get_group().empty(); });
-}
+std::vector<const CLI::App*> commands_of(const CLI::App& app);
 
 // A command's arguments, or else its options with dashes. Those that every command has belong to the program alone.
-inline std::vector<const CLI::Option*> options_of(const CLI::App& app, bool positional) {
-  return app.get_options([&app, positional](const CLI::Option* option) {
-    return option->get_positional() == positional && (option != app.get_help_ptr() || app.get_parent() == nullptr);
-  });
-}
+std::vector<const CLI::Option*> options_of(const CLI::App& app, bool positional);
+
+// Puts a command's options that stand before its name behind it, where the parser looks for them.
+void move_options(const CLI::App& app, std::vector<std::string>* arguments);
+
+// Takes the words of a phone's verb out of the arguments. From the verb's first word on every argument belongs to the
+// verb, except the options that may stand anywhere; after "--" there are no exceptions.
+std::vector<std::string> take_verb(std::vector<std::string>* arguments);
+
+// Whether --json is among the arguments, whatever else may be wrong with them.
+bool asks_for_json(const std::vector<std::string>& arguments);
+
+// That there is no such command, and which are like it.
+std::string no_command(const CLI::App& app, const std::string& name);
+
+// What the parser says, in words that help.
+std::string what_is_wrong(const CLI::App& app, const CLI::ParseError& error);
 
 }  // namespace atd::client

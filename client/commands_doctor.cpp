@@ -3,6 +3,7 @@
 #include "client/commands.h"
 #include "client/doctor.h"
 #include "client/json.h"
+#include "client/output.h"
 
 namespace atd::client {
 

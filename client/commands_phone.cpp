@@ -10,6 +10,7 @@
 #include "client/identities.h"
 #include "client/input.h"
 #include "client/json.h"
+#include "client/output.h"
 #include "client/output_file.h"
 #include "client/stop_signals.h"
 #include "daemon/calls.h"

@@ -7,6 +7,7 @@
 #include "client/commands.h"
 #include "client/identities.h"
 #include "client/json.h"
+#include "client/output.h"
 #include "client/recording.h"
 #include "client/replay_clients.h"
 #include "desk/words.h"

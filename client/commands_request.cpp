@@ -2,6 +2,7 @@
 #include "client/commands.h"
 #include "client/input.h"
 #include "client/json.h"
+#include "client/output.h"
 #include "client/output_file.h"
 #include "desk/words.h"
 #include "platform/records.h"

@@ -10,6 +10,7 @@
 #include "client/commands.h"
 #include "client/input.h"
 #include "client/json.h"
+#include "client/output.h"
 #include "client/peers.h"
 
 namespace atd::client {

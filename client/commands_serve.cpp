@@ -7,6 +7,7 @@
 #include "client/identities.h"
 #include "client/input.h"
 #include "client/json.h"
+#include "client/output.h"
 #include "client/stop_signals.h"
 #include "desk/answer_rows.h"
 #include "desk/words.h"

@@ -10,6 +10,7 @@
 #include "client/commands.h"
 #include "client/identities.h"
 #include "client/json.h"
+#include "client/output.h"
 #include "client/recording.h"
 #include "client/stop_signals.h"
 

@@ -4,6 +4,7 @@
 
 #include <iterator>
 
+#include "client/output.h"
 #include "desk/words.h"
 
 namespace atd::client {

@@ -19,6 +19,7 @@
 
 #include "atd.h"
 #include "client/input.h"
+#include "client/output.h"
 #include "client/peers.h"
 #include "desk/control.h"
 #include "platform/records.h"

@@ -10,6 +10,7 @@
 #include <chrono>
 #include <thread>
 
+#include "client/output.h"
 #include "client/peers.h"
 
 namespace atd::client {

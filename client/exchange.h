@@ -6,9 +6,9 @@
 #include <string>
 
 #include "client/connection.h"
-#include "client/output.h"
-#include "desk/message.h"
+#include "client/failure.h"
 #include "desk/framing.h"
+#include "desk/message.h"
 
 namespace atd::client {
 

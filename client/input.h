@@ -4,7 +4,7 @@
 #include <functional>
 #include <string>
 
-#include "client/output.h"
+#include "client/failure.h"
 
 namespace atd::client {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "client/output.h"
+#include "client/failure.h"
 
 namespace atd::client {
 

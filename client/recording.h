@@ -6,7 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "client/output.h"
+#include "client/failure.h"
+#include "desk/message.h"
 #include "desk/recording.h"
 
 namespace atd::client {

@@ -579,7 +579,7 @@ const std::vector<CallStory>& call_stories() {
            {"captureScreen 0 0 21 10 16", 1, "*result 0;captureScreen says no"},
            {"captureScreen_all", 0, "width 20;height 10;result 400"},
            {"captureScreenSF 0 0 20 5 16", 0, "result 200"},
-           {"convertToBW 100", 0, "*;result 40"},
+           {"convertToBW 100", 0, "crc 3128033583;result 40"},
            {"saveScreenToFile 1 /data/s.png", 0, "result 0", "/data/s.png = \x89PNG"},
        }},
       {"unpack",

@@ -16,6 +16,7 @@
 #include "client/identities.h"
 #include "client/input.h"
 #include "client/json.h"
+#include "client/output.h"
 #include "client/output_file.h"
 #include "client/replay_clients.h"
 #include "client/stop_signals.h"
