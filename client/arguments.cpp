@@ -75,9 +75,17 @@ Failure parse_text(const std::string& text, std::string* bytes) {
 
 Failure check_payload(int32_t opcode, Given given, const std::string& payload) {
   const Opcode* row = find_opcode(opcode);
-  if (row == nullptr || given == Given::nothing) return {};
+  if (row == nullptr) return {};
   const char* wrong = nullptr;
-  if (row->payload == Payload::none) {
+  if (given == Given::nothing) {
+    // A forgotten one would write nothing over what is there. What restarts the phone or changes a set looks at it
+    // first.
+    const bool looks_first = row->payload != Payload::bytes && (row->effects & kDestructive) != 0;
+    const bool takes_some = row->payload != Payload::none && row->payload != Payload::optional;
+    if (takes_some && row->state == State::built && !looks_first) {
+      wrong = "takes a payload: write it, or --hex \"\" for an empty one, in a batch hex:";
+    }
+  } else if (row->payload == Payload::none) {
     if (!payload.empty()) wrong = "takes no payload: leave it out";
   } else if (row->payload == Payload::optional) {
     const bool is_empty = payload.c_str()[0] == '\0';

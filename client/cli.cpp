@@ -51,19 +51,15 @@ std::string check_report(const std::string& file) {
 
 // The help in 80 columns: what is said about an option or a command goes on below where it began.
 struct Formatter : CLI::Formatter {
-  static std::string row(const std::string& name, const std::string& description) {
-    std::string text = "  " + name;
-    if (text.size() + 2 > kHelpColumn) text += fmt::format("\n{:{}}", "", kHelpColumn);
-    return fmt::format("{:{}}{}", text, kHelpColumn, wrapped(description, kHelpColumn, 80));
-  }
   std::string make_option_opts(const CLI::Option* option) const override {
     return (option->get_option_text().empty() ? "" : " ") + option->get_option_text();
   }
   std::string make_option(const CLI::Option* option, bool positional) const override {
-    return row(make_option_name(option, positional) + make_option_opts(option), make_option_desc(option));
+    return in_columns("  " + make_option_name(option, positional) + make_option_opts(option), kHelpColumn,
+                      make_option_desc(option));
   }
   std::string make_subcommand(const CLI::App* command) const override {
-    return row(command->get_name(), command->get_description());
+    return in_columns("  " + command->get_name(), kHelpColumn, command->get_description());
   }
 };
 
@@ -241,8 +237,8 @@ void CommandLine::add_platform() {
   command->add_flag("--platform", options_.platform, "And for a sign of the platform");
   add_json(command, "Print one object");
   command->footer(
-      "Signs are its \"initialize\", an answer of its to the daemon, and another client\n"
-      "of the daemon, which may be the platform or, for example, a monitor.");
+      "Signs are its \"initialize\", its answer to a request, and another client of the\n"
+      "daemon, which may be the platform or, for example, a monitor.");
 }
 
 void CommandLine::add_watching() {

@@ -126,9 +126,6 @@ int run_phone_help(const std::vector<std::string>& words);
 // Every verb, for the help of the command line.
 std::string phone_help();
 
-// Where the descriptions begin in the help.
-inline constexpr size_t kHelpColumn = 30;
-
 // The bash completion, the fuzzer's dictionary and the manual page. They are made from the command line, the opcode
 // table and the phone's verbs.
 int run_completion(const CLI::App& app);

@@ -23,9 +23,8 @@ namespace {
 
 // The help of a verb in 80 columns: the sentence stands after the arguments, or below them where they are long.
 std::string verb_help(const Verb& verb) {
-  std::string text = fmt::format("  {}{}{}  ", verb.name, *verb.arguments == '\0' ? "" : " ", verb.arguments);
-  if (text.size() > kHelpColumn) text = fmt::format("{}\n{:{}}", text.substr(0, text.size() - 2), "", kHelpColumn);
-  return fmt::format("{:{}}{}", text, kHelpColumn, wrapped(verb.summary, kHelpColumn, 80));
+  const char* space = *verb.arguments == '\0' ? "" : " ";
+  return in_columns(fmt::format("  {}{}{}", verb.name, space, verb.arguments), kHelpColumn, verb.summary);
 }
 
 // How many of the given words are those that the verb's name begins with.

@@ -79,9 +79,7 @@ std::string key_file(const std::string& folder) {
 bool read_key(const std::string& file, uint64_t key[2]) {
   std::string bytes, text;
   if (read_file(file, kMostRead, &text)) return false;
-  std::string_view rest = text;
-  while (take_hex_pair(&rest, &bytes)) {
-  }
+  from_hex(text.substr(0, 4 * sizeof *key), &bytes);  // a line end follows
   if (bytes.size() != 2 * sizeof *key) return false;
   std::copy(bytes.begin(), bytes.end(), reinterpret_cast<char*>(key));
   return true;

@@ -18,7 +18,7 @@ namespace atd {
 
 namespace {
 
-constexpr size_t kColumns = 80, kSummaryColumn = 30, kMeaningColumn = 16;
+constexpr size_t kMeaningColumn = 16;
 constexpr size_t kShownWord = 80;  // bytes of a word that an error repeats
 
 // A parameter as its row names it.
@@ -192,19 +192,12 @@ std::string row_json(const Call& call) {
          ",\"summary\":" + json_bytes(call.summary) + "}";
 }
 
-// What is to the left, and what is said about it: behind it from a column on, or below it where it is too long.
-std::string in_columns(std::string left, size_t column, const std::string& text) {
-  if (left.size() + 2 > column) left += "\n" + std::string(column, ' ');
-  else left.resize(column, ' ');
-  return left + wrapped(text, column, kColumns);
-}
-
 CallAnswer list_all() {
   CallAnswer answer;
   for (const Call& call : calls()) {
     const std::string given = given_names(call);
     const std::string usage = call.name + (given.empty() ? "" : " " + given);
-    answer.text += in_columns((call.effects & kDestroys ? "!" : " ") + usage, kSummaryColumn, call.summary);
+    answer.text += in_columns((call.effects & kDestroys ? "!" : " ") + usage, kHelpColumn, call.summary);
     answer.json += (answer.json.empty() ? "[" : ",") + row_json(call);
   }
   answer.text += "! destroys data or ends the phone's run, and needs --yes.\n";

@@ -98,6 +98,12 @@ std::string wrapped(std::string_view text, size_t indent, size_t width) {
   return lines + '\n';
 }
 
+std::string in_columns(std::string left, size_t column, std::string_view text) {
+  if (left.size() + 2 > column) left += "\n" + std::string(column, ' ');
+  else left.resize(column, ' ');
+  return left + wrapped(text, column, kColumns);
+}
+
 size_t utf8_size(std::string_view text, size_t at) {
   auto byte = [&](size_t i) { return i < text.size() ? static_cast<unsigned char>(text[i]) : 0u; };
   const unsigned first = byte(at);

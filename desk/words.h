@@ -41,6 +41,12 @@ bool from_hex(std::string_view digits, std::string* bytes);
 // The caller has written `indent` columns before the first line; the others begin with so many spaces.
 std::string wrapped(std::string_view text, size_t indent, size_t width);
 
+// The columns of a help, and the one that its sentences begin at.
+inline constexpr size_t kColumns = 80, kHelpColumn = 30;
+
+// A row of a help: what is to the left, and what is said about it from a column on, or below where it is too long.
+std::string in_columns(std::string left, size_t column, std::string_view text);
+
 // Bytes of the UTF-8 character at `at`; 0 when there is none.
 size_t utf8_size(std::string_view text, size_t at);
 

@@ -83,6 +83,7 @@ TEST(Client, RequestsAndTheirStatuses) {
       {{"get_serial_number"}, 4010, "", answer(0, "SN1\0\0"s), 0, "get_serial_number (4010): OK\nSN1\n"},
       {{"4008", "a\\ \"b"}, 4008, "a\\ \"b", answer(1, ""), 1, "sniff_config (4008): FAIL\n"},
       {{"3170", "--hex", "6f6e"}, 3170, "on", answer(0, ""), 0, "set_dload_mode (3170): OK\n"},
+      {{"4180"}, 4180, "", answer(0, ""), 0, "aat_write_start (4180): OK\n"},
       {{"--read", "4065"}, 4065, "", answer(0, ""), 0, "automid_mac (4065): OK\n"},
       {{"4010", ""}, 4010, "", answer(2, ""), 2, "get_serial_number (4010): not supported\n"},
       {{"-5", "--hex", "00ff"}, -5, "\0\xff"s, answer(4, 1, "\1", 9), 3, "-5: 4, status 9\n1 (0x01)\n"},
@@ -117,6 +118,8 @@ TEST(Client, RequestsAndTheirStatuses) {
       {{"4064", ""}, 0, "", "", 64, "automid_imei (4064) writes a text, and this one is empty: write --read to read"},
       {{"4064", "--hex", "0035"}, 0, "", "", 64, "write --read to read"},
       {{"4064", "--read", "x"}, 0, "", "", 64, "--read"},
+      {{"4008"}, 0, "", "", 64, "sniff_config (4008) takes a payload: write it, or --hex \"\""},
+      {{"4293"}, 0, "", "", 64, "write_imei (4293) takes a payload"},
       {{"4008", "--read"}, 0, "", "", 64, "sniff_config (4008) cannot be told to read"},
       {{"3170", "on"}, 0, "", "", 64, "set_dload_mode (3170) takes bytes: write them with --hex or --file"}};
   for (const auto& row : kRows) {
