@@ -7,17 +7,13 @@
 
 #include <algorithm>
 #include <atomic>
-#include <fstream>
 #include <map>
 #include <regex>
 
 #include "client/arguments.h"
 #include "client/connection.h"
-#include "client/identities.h"
 #include "client/input.h"
-#include "client/json.h"
 #include "client/output.h"
-#include "client/output_file.h"
 #include "client/replay_clients.h"
 #include "client/stop_signals.h"
 #include "tests/client_daemon.h"
@@ -262,86 +258,6 @@ TEST(Client, ASignalEndsWhatNobodyReads) {
   EXPECT_FALSE(sigismember(&blocked, SIGTERM));
 }
 
-TEST(Client, BatchGoesOnAndReturnsTheGravest) {
-  FakeDaemon daemon([](const std::string& line) {
-    if (line == request_line(2, "a  b ")) return answer(1, "x\ny") + "BYE";
-    return line == request_line(1, "") ? "BYE" : answer(0, "z");
-  });
-  const std::string wrong = "3\nnobody\n4015 x\n4064 text:\n3170 on\n5 a\0b\n5 -> YES\n5 -> 0 hex:0\nn\xff\n"s;
-  Outcome outcome = atdctl(daemon, {"batch"}, wrong);
-  EXPECT_EQ(64, outcome.status);
-  EXPECT_EQ(8, std::count(outcome.err.begin(), outcome.err.end(), '\n')) << outcome.err;
-  EXPECT_TRUE(has(outcome.err, "line 2: no request is named \"nobody\"")) << outcome.err;
-  outcome = atdctl(daemon, {"batch", "--json"}, wrong);
-  EXPECT_TRUE(has(outcome.out, R"({"line":2,"request":"nobody","hex":null,"status":64,)")) << outcome.out;
-  EXPECT_TRUE(has(outcome.out, R"("request":null,"hex":"6eff","status":64,)")) << outcome.out;
-  EXPECT_EQ("1: request 5, 1 byte: \"a\" -> OK x\n", atdctl(daemon, {"batch", "--dry-run"}, "5 a -> OK x").out);
-  outcome = atdctl(daemon, words("batch --dry-run --json"), "5 -> not supported x");
-  EXPECT_TRUE(has(outcome.out, R"("expected":{"result":2,"text":"x",)")) << outcome.out;
-  EXPECT_TRUE(daemon.lines().empty());
-
-  outcome = atdctl(daemon, {"batch"}, "# comment\n\n 2 \t a  b \r\n3\n1\n3170 text:on\n5 hex:00 ff");
-  EXPECT_EQ(outcome.status, 69);
-  EXPECT_EQ(outcome.out,
-            "3: 2: FAIL\n3: x\n3: y\n4: 3: OK\n4: z\n6: set_dload_mode (3170): OK\n6: z\n7: 5: OK\n7: z\n");
-  EXPECT_TRUE(has(outcome.err, "line 5: the daemon")) << outcome.err;
-  EXPECT_EQ((Strings{request_line(2, "a  b "), request_line(3, ""), request_line(1, ""), request_line(3170, "on"),
-                     request_line(5, "\0\xff"s)}),
-            daemon.lines());
-  const int kByGravity[] = {74, 77, 69, 75, 64, 3, 2, 1, 0};
-  for (const int* a = kByGravity; a + 1 < std::end(kByGravity); ++a) EXPECT_EQ(worse(a[1], a[0]), a[0]);
-}
-
-TEST(Client, BatchComparesAndReports) {
-  FakeDaemon daemon([](const std::string& line) {
-    if (line == request_line(4, "")) return std::string("BYE");
-    return line == request_line(2, "a") ? answer(1, "") : answer(0, "<\"&,\0"s);
-  });
-  const std::string all = "2 a -> FAIL\n5 -> OK <\"&,\n5 x -> 0 hex:3c22262c00\n5->6 -> OK text:z\n4\n5 -> FAIL\n2 a"s,
-                    good = all.substr(0, all.find("5->6")), bad = "5 -> OK text:z\n4\n5 -> FAIL\n2 a";
-  EXPECT_EQ(64, atdctl(daemon, {"batch"}, all).status);
-  EXPECT_EQ(0, atdctl(daemon, {"batch"}, "\xef\xbb\xbf" + good).status);
-  const std::string junit = daemon.root() + "/junit", csv = daemon.root() + "/csv";
-  EXPECT_EQ(64, atdctl(daemon, {"batch", "--csv", csv, "--junit", "/tmp/nowhere/x"}, good).status);
-  EXPECT_FALSE(std::filesystem::exists(csv));
-  Outcome outcome = atdctl(daemon, {"batch", "--json", "--csv", csv, "--junit", junit}, bad);
-  EXPECT_EQ(69, outcome.status);
-  EXPECT_TRUE(
-      has(outcome.out, R"("expected":{"result":0,"text":"z","hex":"7a"},"met":false,"status":1,"error":null})"));
-  const std::string table = content(csv), suite = content(junit);
-  EXPECT_TRUE(has(table, "\r\n1,5,,0,OK,0,\"<\"\"&,\",3c22262c00,OK text:z,1,0.")) << table;
-  EXPECT_TRUE(has(table, "\r\n4,2,,1,FAIL,0,,,,1,0.")) << table;
-  EXPECT_TRUE(has(table, "\r\n2,4,,,,,,,,69,")) << table;
-  EXPECT_TRUE(has(suite, R"( tests="4" failures="3" errors="1" skipped="0" )")) << suite;
-  EXPECT_TRUE(has(suite, R"(<failure message="expected OK text:z, got OK, 5 bytes: &quot;&lt;&quot;&amp;,&quot;)"))
-      << suite;
-  const size_t before = daemon.lines().size();
-  outcome = atdctl(daemon, {"batch", "--stop-on-error", "--junit", junit}, bad);
-  EXPECT_EQ("1: 5: OK\n1: <\"&,\n1: expected OK text:z\n", outcome.out);
-  EXPECT_EQ(before + 1, daemon.lines().size());
-  EXPECT_TRUE(has(content(junit), R"( failures="1" errors="0" skipped="3" )"));
-  EXPECT_EQ(content(junit).size(), content(junit).find("</testsuite>\n") + 13);  // nothing of the longer one
-  EXPECT_EQ("", atdctl(daemon, {"batch", "--stop-on-error", "--json"}, bad).err);
-  EXPECT_EQ(69, atdctl("/tmp/nowhere/atd", {"batch", "--junit", junit}, good).status);
-  EXPECT_TRUE(has(content(junit), R"( failures="0" errors="1" skipped="2" )"));
-  EXPECT_EQ(74, atdctl(daemon, {"batch", "--csv", "/proc/self/root/dev/full"}, good).status);
-  EXPECT_EQ(1, atdctl(daemon, {"request", "2", "a", "--output", csv}).status);
-  EXPECT_EQ(table, content(csv));
-  // No report takes the place of the batch or of the other one.
-  const std::string lines = daemon.root() + "/lines", link = daemon.root() + "/link", made = daemon.root() + "/made";
-  std::ofstream(lines) << "5\n";
-  std::filesystem::create_hard_link(lines, link);
-  for (const std::string& wrong : {"--csv " + link, "--junit " + lines, "--csv made --junit ./made"s}) {
-    EXPECT_EQ(64, atdctl(daemon, words("batch " + lines + " " + wrong)).status) << wrong;
-  }
-  EXPECT_EQ("5\n", content(lines));
-  OutputFile report;
-  EXPECT_FALSE(report.open(made));
-  EXPECT_FALSE(std::filesystem::exists(made)) << "a signal would leave it";
-  EXPECT_FALSE(report.write("x"));
-  EXPECT_EQ("x", content(made));
-}
-
 TEST(Client, JsonTellsFailuresToo) {
   FakeDaemon daemon(
       [](const std::string& line) { return line == request_line(4010, "") ? answer(0, "") : "601 up\0"s; });
@@ -391,116 +307,6 @@ TEST(Client, APlatformGivesASign) {
     });
     EXPECT_EQ(status, atdctl(server.path(), words("wait --platform --timeout 0.05")).status) << sign;
   }
-}
-
-TEST(Client, MonitorTellsRecordsAndAtCommandsApart) {
-  std::string stream;
-  const std::pair<std::string, std::string> kRows[] = {
-      {request_line(4010, "p").substr(11), "request get_serial_number (4010), 1 byte: \"p\""},
-      {"ATDabcdefghijklm", "ATDabcdefghijklm"},  // base64 letters, a data_len that does not fit
-      {to_base64("\5\0\0\0\1\0\0\0"s), "BQAAAAEAAAA="},
-      {to_base64("\5\0\0\0\0\0\0\0x"s), "BQAAAAAAAAB4"},
-      {"AT\x1b\n\xff", "AT\\x1b\\n\\xff"},
-      {"====", "===="}};
-  for (const auto& row : kRows) stream += "605 " + row.first + '\0';
-  stream += "200 " + kRows[0].first + '\0';
-  FakeDaemon stops([](const std::string&) { return ""; }, stream + "602 end\0BYE"s);
-  Outcome outcome = atdctl(stops, {"monitor"});
-  EXPECT_EQ(outcome.status, 0) << outcome.err;
-  for (const auto& row : kRows) EXPECT_TRUE(has(outcome.out, " platform  " + row.second + "\n")) << outcome.out;
-  const std::string json = atdctl(stops, {"monitor", "--json"}).out;
-  EXPECT_TRUE(has(json, R"("hex":null,"decoded":{"record":"request","opcode":4010,)")) << json;
-  EXPECT_TRUE(has(json, R"("text":null,"hex":"41541b0aff","decoded":null)")) << json;
-  EXPECT_TRUE(has(atdctl(stops, {"monitor", "--count", "9"}).err, "the daemon stopped after 7 of 9"));
-  const std::pair<const char*, int> kFilters[] = {{"--opcode get_serial_number --count 1", 1},
-                                                  {"--opcode 5", 0},
-                                                  {"--code 605 --code 602", 7},
-                                                  {"--code 602", 1},
-                                                  {"--code 200", 1},
-                                                  {"--for 0", 0}};
-  for (const auto& [options, lines] : kFilters) {
-    outcome = atdctl(stops, words("monitor "s + options));
-    EXPECT_EQ(0, outcome.status) << outcome.err;
-    EXPECT_EQ(lines, std::count(outcome.out.begin(), outcome.out.end(), '\n')) << outcome.out;
-  }
-  EXPECT_TRUE(has(atdctl(stops, words("monitor --count 10")).err, "stopped after 7 of 10")) << "a copy is shown";
-  FakeDaemon quiet([](const std::string&) { return ""; });
-  EXPECT_EQ(75, atdctl(quiet, words("monitor --for 0.01 --count 1")).status);
-  FakeDaemon cut([](const std::string&) { return ""; }, "602 end\0"s + "200 AT CommBYE");
-  EXPECT_EQ(69, atdctl(cut, {"monitor"}).status);
-  FakeDaemon dies([](const std::string&) { return ""; }, answer(0, 9, "x") + "BYE");
-  EXPECT_EQ(atdctl(dies, {"monitor"}).status, 69);
-  EXPECT_EQ(atdctl(dies, {"monitor", "--count", "1"}).status, 0);
-  outcome = atdctl(dies, words("monitor --follow --count 3"));
-  EXPECT_EQ(0, outcome.status) << outcome.err;
-  EXPECT_EQ(3, std::count(outcome.out.begin(), outcome.out.end(), '\n')) << outcome.out;
-  EXPECT_TRUE(
-      outcome.err.ends_with("is not there; it is waited for\natdctl: the daemon at " + dies.socket() + " is there\n"));
-  outcome = atdctl(dies, words("monitor --follow --json --code 601 --for 0.1 --count 1"));
-  EXPECT_EQ(75, outcome.status);
-  EXPECT_TRUE(has(outcome.out, R"(Z","event":"gone"})") && has(outcome.out, R"(Z","event":"back"})")) << outcome.out;
-  EXPECT_EQ(0, atdctl("/tmp/nowhere", words("monitor --follow --for 0.01")).status);
-  EXPECT_TRUE(has(message_json({0, 5000}, 1, {601, "x", ""}), R"("time":"1970-01-01T00:00:00.000005Z","seq":1,)"));
-}
-
-TEST(Client, MasksIdentities) {
-  const std::string folder = testing::TempDir() + "atdctl-identities-" + std::to_string(getpid());
-  std::filesystem::create_directories(folder + "/sim/items");
-  std::ofstream(folder + "/sim/items/9-12") << "SN-A7\0\0\0\0\0\0\0"s
-                                            << "";
-  std::ofstream(folder + "/sim/items/18-16") << "msn of mine 01\n";
-  Identities identities(folder, false);
-  const std::string imei = identities.in_text("490154203237518"), address = identities.in_text("00:1a:2B:33:44:55");
-  EXPECT_TRUE(imei.starts_with("490154…18#") && imei.size() == 15u + 1) << imei;
-  const std::pair<std::string, std::string> kRows[] = {
-      {"IMEI:490154203237518,x", "IMEI:" + imei + ",x"},
-      {"117 \"490154203237518\"", "117 \"" + imei + "\""},
-      {"hex:001a2b334455 00-1A-2B-33-44-55", "hex:" + address + " " + address},
-      {"A1000012345678", "A10000…78#"},
-      {"it is msn of mine 01", "it is MSNOFM…01#"},
-      {"E490154203237518", "E490154…18#"},
-      // Neither too short, nor a part of something longer, nor another kind of thing.
-      {"1234567890123", "1234567890123"},
-      {"12345678901234567", "12345678901234567"},
-      {"0x001a2b334455", "0x001a2b334455"},
-      {"d41d8cd98f00b204ea12345678901234", "d41d8cd98f00b204ea12345678901234"},
-      {"00:1a:2b:33:44:556", "00:1a:2b:33:44:556"},
-      {"13:05:00.000001", "13:05:00.000001"},
-      {"SN-A7", "SN-A7"}};
-  for (const auto& [text, shown] : kRows) EXPECT_TRUE(identities.in_text(text).starts_with(shown)) << text;
-  std::ofstream(folder + "/sim/items/37-16") << "CSN.new.value";
-  EXPECT_EQ("CSNNEW…UE#", identities.in_text("CSN.new.value").substr(0, 12));
-  std::ofstream(folder + "/sim/items/18-16") << "\xffmsn of mine";
-  EXPECT_EQ("hex:FF6D73…65#", identities.in_text("hex:ff6d736e206f66206d696e65").substr(0, 16));
-  EXPECT_EQ(imei, Identities(folder, false).in_text("490154203237518")) << "the key is kept";
-  EXPECT_NE(imei.substr(11), identities.in_text("490154203237519").substr(11));
-  EXPECT_EQ("490154203237518", Identities(folder, true).in_text("490154203237518"));
-  EXPECT_TRUE(identities.in_data(1700, "12345").starts_with("…#"));
-  std::filesystem::remove(folder + "/sim/identity-key");
-  EXPECT_NE(imei, Identities(folder, false).in_text("490154203237518")) << "another phone has another key";
-
-  // What a monitor shows and records is masked inside its records too.
-  setenv("XDG_STATE_HOME", folder.c_str(), 1);
-  const std::string recording = folder + "/recording", request = request_line(1700, "+123456789").substr(11);
-  const std::string both = "490154203237518 SN0123456789", kept = "V10a_00 0xC9B5B9BB 16106127360 12:05:00Z";
-  FakeDaemon daemon([](const std::string&) { return ""; },
-                    answer(0, "490154203237518\0"s) + answer(0, "SN0123456789\n") + answer(0, both) +
-                        answer(0, 99, both) + "605 " + request_line(5, both).substr(11) + '\0' + answer(0, kept) +
-                        "605 AT%SN=SN0123456789\0"s + "605 AT=E490154203237518\0"s + "605 " + request + '\0');
-  for (const char* options : {"", " --json"}) {
-    const std::string hidden = atdctl(daemon, words("monitor --count 9 --record " + recording + options)).out,
-                      full = atdctl(daemon, words("monitor --plain --count 9"s + options)).out;
-    EXPECT_TRUE(has(hidden, kept) && has(hidden, "malformed: the answer's data_len is 99")) << hidden;
-    for (const char* value : {"490154203237518", "SN0123456789", "123456789\""}) {
-      EXPECT_FALSE(has(hidden, value)) << hidden;
-      EXPECT_TRUE(has(full, value)) << full;
-    }
-    EXPECT_FALSE(has(hidden, to_base64("490154203237518").substr(4, 8))) << hidden;
-  }
-  EXPECT_TRUE(std::filesystem::exists(folder + "/atdctl/identity-key"));
-  EXPECT_TRUE(has(atdctl(daemon, {"replay", recording}).err, "recording:1: identities are masked in this recording"));
-  unsetenv("XDG_STATE_HOME");
-  std::filesystem::remove_all(folder);
 }
 
 }  // namespace
