@@ -8,7 +8,7 @@
 #include <algorithm>
 #include <atomic>
 #include <map>
-#include <regex>
+#include <sstream>
 
 #include "client/arguments.h"
 #include "client/connection.h"
@@ -181,16 +181,25 @@ TEST(Client, OptionsStandBeforeOrAfterTheirCommand) {
   EXPECT_EQ(request_line(5, "\1"), daemon.lines().at(before));
   // An option of one name takes a value in every command that has it, or in none.
   std::map<std::string, bool> takes_value;
-  const std::regex command("\n  ([a-z]+) "), option("\n  (?:-[a-z],)?--([a-z-]+)( [A-Z])?");
-  const std::string all = atdctl("", {"--help"}).out;
-  for (std::sregex_iterator name(all.begin(), all.end(), command), end; name != end; ++name) {
-    const std::string own = atdctl("", {(*name)[1], "--help"}).out;
-    for (std::sregex_iterator known(own.begin(), own.end(), option); known != end; ++known) {
-      const bool value = (*known)[2].matched;
-      EXPECT_EQ(value, takes_value.try_emplace((*known)[1], value).first->second) << (*name)[1] << (*known)[0];
+  const auto lines_of = [](const Strings& arguments, const std::string& beginning) {
+    std::istringstream help(atdctl("", arguments).out);
+    Strings lines;
+    for (std::string line; std::getline(help, line);) {
+      if (line.starts_with(beginning) && line.size() > 3 && line[3] != ' ') lines.push_back(line);
+    }
+    return lines;
+  };
+  for (const std::string& command : lines_of({"--help"}, "  ")) {
+    if (!islower(command[2])) continue;
+    for (const std::string& option : lines_of({words(command)[0], "--help"}, "  -")) {
+      const size_t begin = option.find("--"), end = option.find(' ', begin);
+      if (begin > 5 || end == option.npos) continue;  // "-r" alone
+      const bool value = isupper(option[end + 1]) != 0;
+      EXPECT_EQ(value, takes_value.try_emplace(option.substr(begin, end - begin), value).first->second)
+          << command << option;
     }
   }
-  EXPECT_TRUE(takes_value["silence"] && !takes_value["quiet"]);
+  EXPECT_TRUE(takes_value["--silence"] && takes_value.count("--quiet") && !takes_value["--quiet"]);
 }
 
 TEST(Client, TakesNeitherALateAnswerNorHalfALine) {
