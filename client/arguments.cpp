@@ -78,8 +78,8 @@ Failure check_payload(int32_t opcode, Given given, const std::string& payload) {
   if (row == nullptr) return {};
   const char* wrong = nullptr;
   if (given == Given::nothing) {
-    // A forgotten one would write nothing over what is there. What restarts the phone or changes a set looks at it
-    // first.
+    // A forgotten one would write nothing over what is there. The destructive rows with a text or a number refuse an
+    // empty one, or do not use it.
     const bool looks_first = row->payload != Payload::bytes && (row->effects & kDestructive) != 0;
     const bool takes_some = row->payload != Payload::none && row->payload != Payload::optional;
     if (takes_some && row->state == State::built && !looks_first) {

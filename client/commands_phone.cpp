@@ -105,8 +105,9 @@ int print_replies(Connection& connection, const PhoneArguments& arguments, const
       is_progress_shown = !reply.progress.empty();
       is_silent = is_silent && reply.out.empty();
       if (file.is_open()) all += reply.out;
-      else if (Failure lost = print(arguments.json ? identities.in_json(reply.out) : identities.in_text(reply.out))) {
-        return complain(lost);
+      else if (Failure lost = print(arguments.json ? identities.in_json(reply.out) : identities.in_text(reply.out),
+                                    signals.fd())) {
+        return lost.status == kStopped ? kOk : end(lost);
       }
       // An exit status has eight bits.
       const int status = reply.status == (reply.status & 0xff) ? reply.status : kOther;

@@ -10,6 +10,14 @@
 #include <filesystem>
 
 namespace atd::client {
+namespace {
+
+// Writes the bytes as the whole content; 0 or an error number. A pipe or a device has no length to cut.
+int write_whole(int fd, std::string_view bytes) {
+  return ftruncate(fd, 0) == 0 || errno == EINVAL ? write_all(fd, bytes) : errno;
+}
+
+}  // namespace
 
 OutputFile::~OutputFile() {
   if (is_new_) unlink(file_.c_str());
@@ -39,19 +47,19 @@ Failure OutputFile::open(const std::string& file) {
 Failure OutputFile::write(std::string_view bytes) {
   if (fd_ == STDOUT_FILENO) return print(std::string(bytes));
   is_new_ = false;
+  int error = write_whole(fd_, bytes);
   const std::string unnamed = fmt::format("/proc/self/fd/{}", fd_);
-  if (is_nameless_ && linkat(AT_FDCWD, unnamed.c_str(), AT_FDCWD, file_.c_str(), AT_SYMLINK_FOLLOW) != 0) {
+  if (error == 0 && is_nameless_ &&
+      linkat(AT_FDCWD, unnamed.c_str(), AT_FDCWD, file_.c_str(), AT_SYMLINK_FOLLOW) != 0) {
     // Somebody else has made the file, or the folder is gone.
     close(fd_);
     fd_ = ::open(file_.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
-    if (fd_ < 0) return {kNoOutput, file_ + " cannot be written: " + strerror(errno)};
+    error = fd_ < 0 ? errno : write_whole(fd_, bytes);
   }
-  // A pipe or a device has no length to cut.
-  int error = ftruncate(fd_, 0) == 0 || errno == EINVAL ? write_all(fd_, bytes) : errno;
   const int fd = fd_;
   fd_ = -1;
   // Some file systems tell only now that there was no room.
-  if (close(fd) != 0 && error == 0) error = errno;
+  if (fd >= 0 && close(fd) != 0 && error == 0) error = errno;
   return error == 0 ? Failure() : Failure{kNoOutput, file_ + " cannot be written: " + strerror(error)};
 }
 

@@ -211,7 +211,8 @@ const std::vector<Call>& calls() {
   static const std::vector<Call> all = [] {
     std::vector<Call> rows;
     const auto add = [&](const std::vector<Row>& room, bool takes_turns) {
-      for (const Row& row : room) rows.push_back(row), rows.back().takes_turns = takes_turns;
+      for (const Row& row : room)
+        rows.push_back(row), rows.back().takes_turns = takes_turns || (row.effects & kTakesTurn);
     };
     add(channel_calls(), false);
     add(factory_calls(), false);
@@ -320,6 +321,7 @@ CallAnswer run(const CallRequest& request, const CallHost& host) {
   static std::mutex turns;
   std::unique_lock<std::mutex> turn(turns, std::defer_lock);
   if (call.takes_turns) turn.lock();
+  if (host.ends && host.ends()) return refuse(&call, "the phone is going away; " + name + " was not called");
   if (host.open) host.open();
   CallAnswer answer;
   const long long result = call.invoke(call.function, slots.data());

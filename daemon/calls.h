@@ -19,7 +19,8 @@ enum class Success {
 enum CallEffect {
   kDestroys = 1,      // erases or changes what cannot be brought back, or ends the phone's run; needs --yes
   kAsksPlatform = 2,  // fails where the platform does not answer
-  kInDaemon = 4,      // needs what the daemon's process remembers, or loses what only that hands to the platform
+  kInDaemon = 4,      // needs the daemon's memory, or sends the platform what another process cannot deliver
+  kTakesTurn = 8,     // uses what the calls of other rooms use on one thread at a time
 };
 
 struct Slot;           // daemon/calls/row.h
@@ -32,7 +33,7 @@ struct Call {
   Success success;
   const char* summary;
   int effects;       // of CallEffect
-  bool takes_turns;  // its room's functions run on one thread at a time
+  bool takes_turns;  // its room's functions run on one thread at a time, or it has kTakesTurn
   bool has_result;
   const ParameterType* types;  // of the parameters
   size_t count;
@@ -79,6 +80,7 @@ struct CallHost {
   const char* log;  // the command that shows the log
   bool is_daemon;   // whether this process serves the socket, and so reaches the platform
   void (*open)();   // opens what functions need, before one is called; null where it is open
+  bool (*ends)();   // whether the process is about to end, so that no call begins any more; null where it is not
 };
 
 // Shows the table, or explains a function.

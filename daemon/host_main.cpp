@@ -47,6 +47,9 @@ constexpr std::chrono::seconds kLongestEnd(5);
 // What the phone did to itself; written before kRebootSignal is sent.
 std::string g_ended_by;
 
+// Whether a signal has ended this run.
+std::atomic<bool> g_ends{false};
+
 // The process in the background that this one waits for.
 pid_t g_detached;
 
@@ -221,7 +224,8 @@ int serve(Options options, const char* log_level) {
                     return {read.files, read.bytes};
                   },
                   .call = [](const std::vector<std::string>& words) -> atd::sim::HostAnswer {
-                    const atd::CallAnswer answer = atd::run(atd::read_call(words), {"atdctl phone log", true, nullptr});
+                    const atd::CallAnswer answer = atd::run(
+                        atd::read_call(words), {"atdctl phone log", true, nullptr, [] { return g_ends.load(); }});
                     return {answer.text, answer.json, answer.status, answer.error};
                   }};
   auto control = atd::sim::Control::bind(*device, &error);
@@ -229,10 +233,9 @@ int serve(Options options, const char* log_level) {
   // Whatever level is asked for, the reason why the daemon cannot start is shown.
   device->logs.echo(std::min(options.log_level, static_cast<int>(ANDROID_LOG_ERROR)));
   // A thread of its own, so that this one hears the signals.
-  std::atomic<bool> ends = false;
   std::thread booting([&] {
     atd::boot();
-    if (ends) return;
+    if (g_ends) return;
     // One of the phone's own, which its end does not wait for.
     const auto resume = [](void*) -> void* { return atd::resume(), nullptr; };
     device->threads.start(resume, nullptr);
@@ -255,7 +258,7 @@ int serve(Options options, const char* log_level) {
 
   int signal = 0;
   sigwait(&signals, &signal);
-  ends = true;
+  g_ends = true;
   if (signal != kRebootSignal) device->power.note("stop");
   // Nothing that sleeps, such as a slow modem, delays the end.
   device->power.shut();

@@ -2,6 +2,7 @@
 // function of the library instead.
 #include <pthread.h>
 #include <signal.h>
+#include <stdio.h>
 #include <string.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -32,7 +33,8 @@ int main(int argc, char** argv) {
   signal(SIGPIPE, SIG_IGN);
   if (argc > 1 && strcmp(argv[1], "call") == 0) {
     // The library has relative paths, and init starts the daemon there.
-    return chdir("/") == 0 ? atd::call_command(argc - 2, argv + 2) : 1;
+    if (chdir("/") != 0) return perror("atd: /"), 1;
+    return atd::call_command(argc - 2, argv + 2);
   }
   // SIGTERM is blocked before the first thread starts, so that every thread leaves it to sigwait.
   sigset_t stop;

@@ -96,7 +96,7 @@ const Verb* find_verb(std::vector<std::string>* words, std::string* error) {
   words->erase(words->begin(), words->begin() + static_cast<std::ptrdiff_t>(name_words));
   // A flag that is named last may stand anywhere.
   std::stable_partition(words->begin(), words->end(), [&](const std::string& word) {
-    return !std::string(found->arguments).ends_with("[" + word + "]");
+    return !word.starts_with("--") || !std::string(found->arguments).ends_with("[" + word + "]");
   });
   if (words->size() >= count.least && words->size() <= count.most) return found;
   *error = std::string("write ") + found->name + (*found->arguments ? " " : " without arguments") + found->arguments;

@@ -20,12 +20,14 @@ namespace {
 
 using Words = std::vector<std::string>;
 
+bool g_phone_ends;
+
 class CallsTest : public Phone {
  protected:
   CallsTest() : started_in_(open(".", O_RDONLY | O_CLOEXEC)) {
     EXPECT_EQ(0, chdir(root_.c_str()));  // as the daemon does
     device().host.call = [](const Words& given) -> sim::HostAnswer {
-      const CallAnswer answer = run(read_call(given), {"atdctl phone log", true});
+      const CallAnswer answer = run(read_call(given), {"atdctl phone log", true, nullptr, [] { return g_phone_ends; }});
       return {answer.text, answer.json, answer.status, answer.error};
     };
   }
@@ -269,14 +271,19 @@ TEST_F(CallsTest, AListEndsBeforeAPathThatHasNoRoom) {
 
 TEST_F(CallsTest, CallsThatMayNotRunBesideEachOtherTakeTurns) {
   device().clock.hold_sleeps();
+  std::promise<void> begins;
   const auto call = [&](const Words& given) { return tell(given).out; };
   auto first = std::async(std::launch::async, call, Words{"call", "enter_bt_test_mode", "2"});
   device().clock.await_waiters();
-  auto second = std::async(std::launch::async, call, Words{"call", "touch_atoi", "12"});
+  auto second = std::async(std::launch::async, [&] { return begins.set_value(), call({"call", "touch_atoi", "12"}); });
+  begins.get_future().wait();
   EXPECT_EQ("result 0\n", call({"call", "get_qem"})) << "another room's";
   EXPECT_EQ(std::future_status::timeout, second.wait_for(std::chrono::milliseconds(50)));
   while (first.wait_for(std::chrono::milliseconds(1)) == std::future_status::timeout) device().clock.advance(1000000);
   EXPECT_EQ("result 0\nresult 12\n", first.get() + second.get());
+  g_phone_ends = true;
+  EXPECT_TRUE(has(tell({"call", "touch_atoi", "12"}).error, "going away; touch_atoi was not called"));
+  g_phone_ends = false;
 }
 
 TEST_F(CallsTest, ACommandOnAPhoneEndsAfterItsRestart) {

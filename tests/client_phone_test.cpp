@@ -135,7 +135,7 @@ TEST(ClientPhone, WaitsAsLongAsItIsTold) {
 }
 
 TEST(ClientPhone, ARequestHasItsBounds) {
-  std::binary_semaphore ended(0);
+  std::counting_semaphore<3> ended(0);
   FakeServer deaf("sim", "control", [&](int) { (void)ended.try_acquire_for(std::chrono::seconds(10)); });
   const std::tuple<const char*, std::string, int, const char*> kRows[] = {
       {"--timeout 0.05", std::string(2 << 20, 'x'), 75, "no room for the request within 0.05 s from the phone"},

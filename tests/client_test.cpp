@@ -245,11 +245,18 @@ TEST(Client, TriesAgainWithPauses) {
 
 TEST(Client, ASignalEndsWhatNobodyReads) {
   FakeDaemon daemon([](const std::string&) { return ""; }, "605 " + std::string(100000, 'x') + '\0');
-  for (const char* command : {"monitor", "serve"}) {
+  FakeDaemon phone([](const std::string&) { return R"({"out":")" + std::string(100000, 'x') + "\"}\n"; }, "", '\n',
+                   "sim", "control");
+  for (const std::string& command : {"monitor"s, "serve"s, "phone log -f --device " + phone.root()}) {
+    const std::string socket = command.starts_with("phone") ? "" : daemon.socket();
     int ends[2], status = -1;
-    ASSERT_EQ(0, pipe(ends));
-    std::thread writer([&] { status = atdctl(daemon, {command}, "", [&] { dup2(ends[1], STDOUT_FILENO); }).status; });
-    for (pollfd room = {ends[1], POLLOUT, 0}; poll(&room, 1, 0) > 0;) std::this_thread::yield();
+    ASSERT_EQ(0, pipe2(ends, O_CLOEXEC));
+    std::thread writer(
+        [&] { status = atdctl(socket, words(command), "", [&] { dup2(ends[1], STDOUT_FILENO); }).status; });
+    const Deadline deadline = in_seconds(10);
+    for (pollfd room = {ends[1], POLLOUT, 0}; poll(&room, 1, 0) > 0 && std::chrono::steady_clock::now() < deadline;) {
+      std::this_thread::yield();
+    }
     pthread_kill(writer.native_handle(), SIGTERM);
     writer.join();
     close(ends[0]), close(ends[1]);

@@ -142,7 +142,7 @@ bool Importer::faults(const toml::table& phone) {
 bool Importer::removed(const toml::table& phone) {
   const toml::node* list = phone.get("removed");
   std::vector<std::string> paths;
-  if (list && !take_texts(*list, "removed", &paths)) return false;
+  if (list && !take_texts(*list, "the paths of removed", &paths)) return false;
   for (size_t i = 0; i < paths.size(); ++i) {
     const toml::node& node = (*list->as_array())[i];
     if (!take_path(node, paths[i])) return false;
@@ -166,7 +166,7 @@ bool Importer::removed(const toml::table& phone) {
 bool Importer::folders(const toml::table& phone) {
   const toml::node* list = phone.get("folders");
   std::vector<std::string> paths;
-  if (list && !take_texts(*list, "folders", &paths)) return false;
+  if (list && !take_texts(*list, "the paths of folders", &paths)) return false;
   for (size_t i = 0; i < paths.size(); ++i) {
     const toml::node& node = (*list->as_array())[i];
     if (!take_path(node, paths[i])) return false;
@@ -329,7 +329,7 @@ bool Importer::take_card(const std::string& name, const toml::node& node) {
       if (!write_file(root_ + "/sim/card", name + "\n")) return failed(value, "/sim/card");
     } else if (key == "folders") {
       std::vector<std::string> folders;
-      if (!take_texts(value, "folders", &folders)) return false;
+      if (!take_texts(value, "the paths of folders", &folders)) return false;
       for (const std::string& folder : folders) {
         if (!take_card_path(value, folder)) return false;
         // A link of the card leads to where it leads on the phone.

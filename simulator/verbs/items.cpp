@@ -127,10 +127,13 @@ bool store(SimulatedDevice& device, VerbCall& call, const FactoryItem& item, con
 
 // The beginning of a long value. It does not end in the middle of what its reader may mask.
 std::string cut(const std::string& value) {
-  size_t begin = kShown;
-  while (begin > 0 && (isalnum(static_cast<unsigned char>(value[begin - 1])) || strchr(":-", value[begin - 1])))
-    --begin;
-  return value.substr(0, kShown - begin > kLongestIdentity ? kShown : begin);
+  for (const char* joined : {":-", ""}) {  // an address has them
+    size_t begin = kShown;
+    auto is_part = [&](unsigned char c) { return isalnum(c) || (c != 0 && strchr(joined, c)); };
+    while (begin > 0 && is_part(static_cast<unsigned char>(value[begin - 1]))) --begin;
+    if (kShown - begin <= kLongestIdentity) return value.substr(0, begin);
+  }
+  return value.substr(0, kShown);
 }
 
 void list(SimulatedDevice& device, VerbCall& call) {
