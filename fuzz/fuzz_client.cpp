@@ -11,6 +11,7 @@
 #include "desk/answer_rows.h"
 #include "desk/control.h"
 #include "desk/recording.h"
+#include "desk/words.h"
 
 using namespace atd;
 using namespace atd::client;
@@ -71,7 +72,7 @@ void records(const std::string& text) {
   std::string error;
   decode_request(text, &request);
   if (!decode_response(text, &response, &error) && !decode_response(to_base64(text), &response, &error)) return;
-  for (int32_t opcode : {0, 4010, 4081}) answer_text(opcode, response), answer_json(1, opcode, response);
+  for (int32_t opcode : {0, 4010, 4081}) answer_text(opcode, response), answer_json(opcode, response);
   check(decode_response(argument_of(response_line(response)), &again, &error) && again.data == response.data);
 }
 
