@@ -150,9 +150,17 @@ TEST_F(PhoneFile, AnImportWritesIntoItsOwnFolder) {
   EXPECT_FALSE(fs::exists(root_ + "/data/stray") || fs::exists(made_ + "/x"));
 }
 
+TEST_F(PhoneFile, TextBeyondAsciiStaysWhole) {
+  EXPECT_EQ("", imported("# é \u3042\n[build]\n'ro.a' = 'é \u3042'\n\"ro.b\" = \"\"\"\\\n  é\"\"\" # \u0430\n"));
+  EXPECT_EQ("é \u3042", device().properties.get("ro.a"));
+  EXPECT_EQ("é", device().properties.get("ro.b"));
+}
+
 TEST_F(PhoneFile, AWrongFileMakesNoPhoneAndNamesTheLine) {
   const std::pair<const char*, const char*> rows[] = {
       {"x = [", "phone.toml:1: "},
+      {"é = 1", "phone.toml:1: "},
+      {"[items]\n\u3042 = 1", "phone.toml:2: "},
       {"[item]", "phone.toml:1: the section \"item\" is not there; nearest: items"},
       {"[items]\n\"factory serial\" = \"S\"",
        ":2: the item \"factory serial\" is not there; nearest: factory serial number"},
