@@ -19,17 +19,14 @@ struct Threads::Start {
 };
 
 int Threads::start(void* (*body)(void*), void* argument) {
+  join_ended();
   {
     std::lock_guard guard(lock_);
     ++running_;
   }
   Start* start = new Start{this, body, argument};
-  pthread_attr_t attributes;
-  pthread_attr_init(&attributes);
-  pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
   pthread_t thread;
-  int error = pthread_create(&thread, &attributes, run, start);
-  pthread_attr_destroy(&attributes);
+  const int error = pthread_create(&thread, nullptr, run, start);
   if (error != 0) {
     delete start;
     std::lock_guard guard(lock_);
@@ -43,10 +40,25 @@ void* Threads::run(void* argument) {
   delete static_cast<Start*>(argument);
   t_owner = start.owner;
   start.body(start.argument);
-  std::lock_guard guard(start.owner->lock_);
-  --start.owner->running_;
-  start.owner->ended_.notify_all();
+  start.owner->leave(true);
   return nullptr;
+}
+
+void Threads::leave(bool joinable) {
+  std::lock_guard guard(lock_);
+  --running_;
+  if (joinable) ended_.push_back(pthread_self());
+  changed_.notify_all();
+}
+
+// A thread that has left still gives its memory back: whoever forks must not meet it there.
+void Threads::join_ended() {
+  std::vector<pthread_t> ended;
+  {
+    std::lock_guard guard(lock_);
+    ended.swap(ended_);
+  }
+  for (const pthread_t thread : ended) pthread_join(thread, nullptr);
 }
 
 void Threads::end() {
@@ -56,18 +68,17 @@ void Threads::end() {
 
 void Threads::leave_at_end() {
   if (!ending_ || t_owner != this || ++t_late_sleeps <= 100) return;
-  {
-    std::lock_guard guard(lock_);
-    --running_;
-    ended_.notify_all();
-  }
+  leave(false);
   // Its stack stays: nothing of the library could be unwound here.
   for (;;) pause();
 }
 
 void Threads::await_none() {
-  std::unique_lock guard(lock_);
-  ended_.wait(guard, [&] { return running_ == 0; });
+  {
+    std::unique_lock guard(lock_);
+    changed_.wait(guard, [&] { return running_ == 0; });
+  }
+  join_ended();
 }
 
 }  // namespace atd::sim
