@@ -2,6 +2,7 @@
 // switches itself off.
 #include <android/log.h>
 #include <fcntl.h>
+#include <limits.h>
 #include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -25,6 +26,7 @@
 #include "atd.h"
 #include "daemon/boot.h"
 #include "daemon/calls.h"
+#include "desk/words.h"
 #include "simulator/control.h"
 #include "simulator/files.h"
 #include "simulator/phone_file/phone_file.h"
@@ -43,6 +45,7 @@ constexpr int kStopSignals[] = {SIGTERM, SIGINT, SIGHUP};
 constexpr int kRebootSignal = SIGUSR1;
 constexpr char kSocketVariable[] = "ANDROID_SOCKET_atd";
 constexpr std::chrono::seconds kLongestEnd(5);
+constexpr size_t kPhoneFileMax = 16 * 1024 * 1024;
 
 // What the phone did to itself; written before kRebootSignal is sent.
 std::string g_ended_by;
@@ -55,8 +58,9 @@ pid_t g_detached;
 
 struct Options {
   std::string device;
-  bool scratch = false;  // the folder is this program's, and goes away with it
-  std::string from;
+  bool scratch = false;    // the folder is this program's, and goes away with it
+  std::string from;        // the name of the phone's file
+  std::string phone_text;  // its content
   std::string record;
   int log_level = ANDROID_LOG_INFO;
   bool background = false;
@@ -157,13 +161,20 @@ void forget_scratch(const Options& options) {
   if (error) say("cannot remove " + options.device + ": " + error.message());
 }
 
-bool make_from(const Options& options, std::vector<atd::sim::Fault>* faults, std::string* error) {
-  std::string text;
-  const int fd = options.from == "-" ? STDIN_FILENO : open(options.from.c_str(), O_RDONLY | O_CLOEXEC);
-  const bool whole = fd >= 0 && atd::sim::read_rest(fd, &text);
-  if (!whole) *error = options.from + ": " + strerror(errno);
+// Reads the phone's file, which may keep this program waiting: no signal is blocked yet.
+bool read_phone_file(Options* options) {
+  const int fd = options->from == "-" ? STDIN_FILENO : open(options->from.c_str(), O_RDONLY | O_CLOEXEC);
+  char block[65536];
+  ssize_t got = fd < 0 ? -1 : 1;
+  while (got > 0 && options->phone_text.size() <= kPhoneFileMax) {
+    got = read(fd, block, sizeof block);
+    if (got > 0) options->phone_text.append(block, static_cast<size_t>(got));
+  }
+  if (got < 0) say(options->from + ": " + strerror(errno));
+  if (got > 0)
+    say(options->from + ": more than 16 MiB; a phone's file is a text of \"atdctl phone export\" or of yours");
   if (fd > STDERR_FILENO) close(fd);
-  return whole && atd::sim::import_phone(text, options.from, options.device, faults, error);
+  return got == 0;
 }
 
 int serve(Options options, const char* log_level) {
@@ -179,7 +190,8 @@ int serve(Options options, const char* log_level) {
     return 1;
   };
   const char* variable = getenv(kSocketVariable);
-  const int named = variable ? atoi(variable) : -1;
+  int named = -1;
+  if (variable && !atd::read_number(variable, 0, INT_MAX, &named)) named = -1;
   // What is opened later could take the place of one that is not open.
   const int handed_over = fcntl(named, F_GETFD) < 0 ? -1 : named;
   if (variable && handed_over < 0) return fail(std::string(kSocketVariable) + ": no such descriptor");
@@ -194,7 +206,10 @@ int serve(Options options, const char* log_level) {
 
   std::string error;
   std::vector<atd::sim::Fault> faults;
-  if (!options.from.empty() && !make_from(options, &faults, &error)) return fail(error);
+  if (!options.from.empty() &&
+      !atd::sim::import_phone(options.phone_text, options.from, options.device, &faults, &error)) {
+    return fail(error);
+  }
   auto device = atd::sim::SimulatedDevice::open(options.device, &error);
   if (!device) return fail(error);
   // The start folder is left alone, and a relative path of the library's means what it means on a phone.
@@ -232,6 +247,7 @@ int serve(Options options, const char* log_level) {
   if (!control) return fail(error);
   // Whatever level is asked for, the reason why the daemon cannot start is shown.
   device->logs.echo(std::min(options.log_level, static_cast<int>(ANDROID_LOG_ERROR)));
+  std::atomic<const char*> next_level = log_level;
   // A thread of its own, so that this one hears the signals.
   std::thread booting([&] {
     atd::boot();
@@ -251,6 +267,7 @@ int serve(Options options, const char* log_level) {
     device->logs.echo(ANDROID_LOG_SILENT);
     atd::sim::await_shown();
     drop_terminal(handed_over);
+    next_level = "silent";
     // One who has waited and is gone does not want the phone.
     if (write(options.ready, "", 1) != 1) kill(getpid(), SIGTERM);
     close(std::exchange(options.ready, -1));
@@ -277,17 +294,18 @@ int serve(Options options, const char* log_level) {
     // An end that was asked for is no kill.
     [[maybe_unused]] const int cleared = truncate((options.device + "/sim/lock").c_str(), 0);
   }
+  int status = 0;
   if (signal == kRebootSignal) say("phone " + options.device + ": " + g_ended_by);
   if (signal == kRebootSignal && g_ended_by != "power-off" && g_ended_by != "reboot dload") {
-    boot_again(options, log_level, spare_socket);
-    return 1;
+    boot_again(options, next_level, spare_socket);
+    status = 1;
   }
   if (stuck) {
     atd::sim::await_shown();
     forget_scratch(options);
-    _exit(0);
+    _exit(status);
   }
-  return 0;
+  return status;
 }
 
 // Many clients need more descriptors than a shell allows at first.
@@ -318,7 +336,8 @@ int main(int argc, char** argv) {
   app.add_option("--from", options.from,
                  "make the phone of this file, which\n\"atdctl phone export\" or a person wrote;\n"
                  "\"-\" is standard input")
-      ->type_name("FILE");
+      ->type_name("FILE")
+      ->check([](const std::string& file) { return file.empty() ? "a file is needed" : ""; });
   app.add_option("--log-level", log_level,
                  "lowest level shown on standard error: verbose,\n"
                  "debug, info (the default), warn, error, silent")
@@ -351,6 +370,10 @@ int main(int argc, char** argv) {
       return 1;
     }
   }
+  // The phone's folder is the start folder later, where a relative path would mean another place.
+  const char* const temporary = getenv("TMPDIR");
+  if (temporary && *temporary != '\0') setenv("TMPDIR", std::filesystem::absolute(temporary).c_str(), 1);
+  if (!options.from.empty() && !read_phone_file(&options)) return 1;
   if (scratch && !make_scratch(&options)) return 1;
   options.scratch |= scratch;
   const int status = serve(options, log_level.c_str());

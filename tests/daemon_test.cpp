@@ -148,6 +148,7 @@ TEST_F(Daemon, RefusesWhatMakesNoSense) {
       {"--device phone now", 64, usage},
       {"--device phone --scratch", 64, usage},
       {"--device phone --from no/where", 1, "atd: " + root_ + "/no/where: No such file or directory\n"},
+      {"--device phone --from /dev/zero", 1, "atd: /dev/zero: more than 16 MiB; "},
       {"--version", 0, "atd 0."},
       {"--device /", 1, "atd: /: a simulated phone needs a folder of its own\n"},
       {"--device file", 1, "atd: " + root_ + "/file: "},
@@ -155,9 +156,11 @@ TEST_F(Daemon, RefusesWhatMakesNoSense) {
       {"--device phone --record no/where", 1, "atd: " + root_ + "/no/where: No such file or directory\n"},
       {"--device blocked --log-level silent", 1,
        "E Atd: Unable to start FrameworkListener (Address already in use)\n"}};
-  start({"--device", ""});
-  EXPECT_EQ(64, end());
-  EXPECT_TRUE(has(shown(), "a folder is needed" + usage));
+  for (const Strings& empty : {Strings{"--device", ""}, {"--device", "phone", "--from", ""}}) {
+    start(empty);
+    EXPECT_EQ(64, end());
+    EXPECT_TRUE(has(shown(), (empty.size() == 2 ? "a folder is needed" : "a file is needed") + usage));
+  }
   for (const auto& [arguments, status, message] : kRows) {
     start(words(arguments));
     EXPECT_EQ(status, end()) << arguments;
@@ -186,6 +189,35 @@ TEST_F(Daemon, EndsBySignals) {
   }
 }
 
+TEST_F(Daemon, EndsWhileItWaitsForItsPhonesFile) {
+  ASSERT_EQ(0, mkfifo((root_ + "/file").c_str(), 0600));
+  start(words("--device phone --from file --background"));
+  int writer = -1;
+  EXPECT_TRUE(until([&] { return (writer = open((root_ + "/file").c_str(), O_WRONLY | O_NONBLOCK)) >= 0; }));
+  EXPECT_EQ(-1, end_by(SIGTERM));
+  EXPECT_EQ(0, pid_);
+  close(writer);
+}
+
+TEST_F(Daemon, AScratchPhoneRebootsAndGoesAway) {
+  const std::string tmp = root_ + "/tmp";
+  std::filesystem::create_directory(tmp);
+  std::ofstream(root_ + "/file") << "[properties]\n'persist.sys.x' = 'kept'\n";
+  start(words("--scratch --from file"), -1, [] { setenv("TMPDIR", "tmp", 1); });
+  std::filesystem::path made;
+  EXPECT_TRUE(until([&] {
+    for (const auto& entry : std::filesystem::directory_iterator(tmp)) made = entry.path();
+    return std::filesystem::exists(made / "dev/socket/atd");
+  }));
+  std::filesystem::create_directory_symlink(made, root_ + "/phone");
+  ASSERT_TRUE(serves());
+  EXPECT_EQ(0, phone("reboot"));
+  EXPECT_TRUE(serves(2));
+  EXPECT_EQ("kept\n", atdctl("", {"--device", root_ + "/phone", "phone", "property", "persist.sys.x"}).out);
+  EXPECT_EQ(0, end_by(SIGTERM));
+  EXPECT_TRUE(std::filesystem::is_empty(tmp));
+}
+
 TEST_F(Daemon, RebootsAndSwitchesItselfOff) {
   start_slow_boot({"--device", "phone", "--background", "--record", "record"});
   // What the phone does to itself while it boots comes in the same way. The process that waits goes on with the next
@@ -200,6 +232,7 @@ TEST_F(Daemon, RebootsAndSwitchesItselfOff) {
   EXPECT_EQ(0, phone("reboot"));
   EXPECT_TRUE(serves(3));
   EXPECT_EQ(detached, holder());
+  EXPECT_TRUE(has(atdctl("", {"--device", root_ + "/phone", "phone", "status"}).out, "silent"));
   EXPECT_EQ("atd\n", content("/proc/" + std::to_string(detached) + "/comm"));
   EXPECT_TRUE(has(content(root_ + "/record"), "\"connect\""));
 
@@ -259,6 +292,8 @@ TEST_F(Daemon, ServesTheSocketOfItsCaller) {
   const int listener = socket(AF_UNIX, SOCK_STREAM, 0);
   const SocketAddress address(root_ + "/socket");
   ASSERT_EQ(0, bind(listener, address.get(), address.size()));
+  start({"--device", "phone"}, -1, [] { setenv("ANDROID_SOCKET_atd", "0x", 1); });
+  EXPECT_EQ(1, end());
   for (int fd : {listener, 0}) {
     start({"--device", "phone", "--background"}, -1, [&] {
       dup2(listener, fd);
