@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <signal.h>
+#include <stdlib.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -152,7 +153,7 @@ void CommandLine::add_program() {
 void CommandLine::add_requests() {
   CLI::App* command = add("ops", "List the opcodes", [this] { return run_ops(options_.json); });
   add_json(command, "Print an array of objects");
-  command->footer("It needs no daemon. Rows that are not built yet begin with an exclamation mark.");
+  command->footer("It needs no daemon. A row that is not built begins with an exclamation mark.");
 
   command = add("request", "Send a request and print its answer", [this] {
     options_.request.json = options_.json;

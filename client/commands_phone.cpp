@@ -76,11 +76,11 @@ void show_progress(const std::string& text) {
 
 // Prints the replies as they come, or writes them to an open file at the end; the status of the last. A verb that is
 // `endless` ends with a signal.
-int print_replies(Connection& connection, const PhoneArguments& arguments, const Verb& verb, bool endless,
-                  OutputFile& file) {
+int print_replies(Connection& connection, const PhoneArguments& arguments, const Verb& verb, bool is_masked,
+                  bool endless, OutputFile& file) {
   const std::string& folder = arguments.folder;
   const int most_ms = !arguments.bounded || endless ? -1 : static_cast<int>(std::min(arguments.timeout, 1e6) * 1000);
-  Identities identities(folder, arguments.plain || !verb.is_collection);
+  Identities identities(folder, arguments.plain || !is_masked);
   StopSignals signals(endless);
   std::string all;
   bool is_silent = true, is_progress_shown = false;
@@ -118,7 +118,7 @@ int print_replies(Connection& connection, const PhoneArguments& arguments, const
       Failure failure;
       if (verb.name == std::string_view("stop")) failure = await_end(connection, arguments);
       // A list may be empty.
-      if (!failure && arguments.json && is_silent && !verb.is_collection) failure = print(failure_json(kOk, ""));
+      if (!failure && arguments.json && is_silent && verb.masks != Masks::all) failure = print(failure_json(kOk, ""));
       return complain(failure);
     } else if (came && !lines.is_cut()) {
       return end({kOther, "the phone's reply makes no sense: " + line.substr(0, 60)});
@@ -147,7 +147,7 @@ int run_phone(const PhoneArguments& arguments) {
     CallRequest call = read_call(rest);
     if (!call.error.empty() || !call.call || call.help) return print_answer(explain(call), arguments.json);
     const bool asked = !call.yes;
-    if (!confirm(&call)) return complain({kUsage, "not done: it was not confirmed"});
+    if (!confirm(&call)) return print_answer(explain(call), arguments.json);
     if (asked && call.yes) request.words.insert(request.words.begin() + 1, "--yes");
   }
   if (arguments.folder.empty()) return complain({kUsage, "no phone is named: give --device DIR or set ATD_DEVICE"});
@@ -174,7 +174,8 @@ int run_phone(const PhoneArguments& arguments) {
     return complain(not_in_time(arguments, "no room for the request"));
   }
   auto is_follow = [](const std::string& word) { return word == "-f" || word == "--follow"; };
-  return print_replies(connection, arguments, *verb, std::any_of(rest.begin(), rest.end(), is_follow), to);
+  const bool is_masked = verb->masks == Masks::all || (verb->masks == Masks::whole_list && rest.empty());
+  return print_replies(connection, arguments, *verb, is_masked, std::any_of(rest.begin(), rest.end(), is_follow), to);
 }
 
 int run_phone_help(const std::vector<std::string>& words) {

@@ -2,6 +2,8 @@
 
 #include <limits.h>
 
+#include <algorithm>
+
 #include "channel/opcodes.h"
 #include "desk/words.h"
 #include "platform/records.h"

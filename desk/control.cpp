@@ -12,8 +12,6 @@ bool take(const Json& json, std::string* bytes) {
   return json.is_null() || from_json(json, bytes);
 }
 
-Json field(const Json& json, const char* name) { return json.contains(name) ? json[name] : Json(); }
-
 }  // namespace
 
 std::string to_line(const ControlRequest& request) {

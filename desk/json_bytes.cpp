@@ -13,4 +13,6 @@ bool from_json(const Json& json, std::string* bytes) {
   return from_hex(json["hex"].get_ref<const std::string&>(), bytes);
 }
 
+Json field(const Json& json, const char* name) { return json.contains(name) ? json[name] : Json(); }
+
 }  // namespace atd

@@ -14,4 +14,7 @@ Json to_json(const std::string& bytes);
 // Takes such bytes back; false for any other JSON.
 bool from_json(const Json& json, std::string* bytes);
 
+// The value of a name, null where there is none.
+Json field(const Json& json, const char* name);
+
 }  // namespace atd

@@ -10,17 +10,21 @@ namespace atd {
 
 namespace {
 
-constexpr size_t kCompared = 64;  // characters of a name; one that goes on after them is not near to anything
+constexpr size_t kCompared = 64;  // bytes of a mistyped name; the rest is not looked at: a huge one costs no time
 
-// Letters to insert, take out or change to get from one to the other. Upper and lower case are the same.
+std::string lower(std::string text) {
+  for (char& c : text) c = static_cast<char>(tolower(static_cast<unsigned char>(c)));
+  return text;
+}
+
+// Letters to insert, take out or change to get from one to the other.
 size_t distance(const std::string& a, const std::string& b) {
-  auto lower = [](char c) { return tolower(static_cast<unsigned char>(c)); };
   std::vector<size_t> row(b.size() + 1);
   std::iota(row.begin(), row.end(), 0);
   for (size_t i = 0; i < a.size(); ++i) {
     size_t diagonal = std::exchange(row[0], i + 1);
     for (size_t j = 0; j < b.size(); ++j) {
-      const size_t changed = diagonal + (lower(a[i]) != lower(b[j]));
+      const size_t changed = diagonal + (a[i] != b[j]);
       diagonal = row[j + 1];
       row[j + 1] = std::min({changed, row[j] + 1, row[j + 1] + 1});
     }
@@ -31,12 +35,13 @@ size_t distance(const std::string& a, const std::string& b) {
 }  // namespace
 
 std::vector<std::string> nearest(const std::string& whole_name, const std::vector<std::string>& names, size_t count) {
-  const std::string name = whole_name.substr(0, kCompared);
+  const std::string name = lower(whole_name.substr(0, kCompared));
   std::vector<std::pair<size_t, std::string>> found;
   for (const std::string& candidate : names) {
-    size_t away = distance(name, candidate);
+    const std::string other = lower(candidate);
+    size_t away = distance(name, other);
     // A part of a name ("imei") counts as near to it.
-    if (name.size() > 2 && candidate.find(name) != std::string::npos) away /= 4;
+    if (name.size() > 2 && other.find(name) != std::string::npos) away /= 4;
     found.emplace_back(away, candidate);
   }
   std::stable_sort(found.begin(), found.end(), [](const auto& a, const auto& b) { return a.first < b.first; });

@@ -70,24 +70,23 @@ std::string event_line(const Event& event) {
 std::string parse_event(const std::string& line, Event* event) {
   const Json json = Json::parse(line, nullptr, false);
   if (!json.is_object()) return "not a line of a recording, which is a JSON object";
-  auto field = [&](const char* name) { return json.contains(name) ? json[name] : Json(); };
-  if (!read_time(field("time"), &event->time)) return "\"time\" is not written as 2026-01-31T13:05:00.000001Z";
-  const bool inward = field("dir") == "in";
-  if (!inward && field("dir") != "out") return "\"dir\" is neither \"in\" nor \"out\"";
-  if (!read_number(field("client"), inward, &event->client)) return "\"client\" is not a client's number";
+  if (!read_time(field(json, "time"), &event->time)) return "\"time\" is not written as 2026-01-31T13:05:00.000001Z";
+  const bool inward = field(json, "dir") == "in";
+  if (!inward && field(json, "dir") != "out") return "\"dir\" is neither \"in\" nor \"out\"";
+  if (!read_number(field(json, "client"), inward, &event->client)) return "\"client\" is not a client's number";
   if (!inward) {
     event->kind = Event::Kind::message;
-    if (!read_number(field("code"), 0, &event->message.code)) return "\"code\" is not a number";
-    return from_json(field("text"), &event->message.text) ? "" : "\"text\" is neither a text nor {\"hex\": ...}";
+    if (!read_number(field(json, "code"), 0, &event->message.code)) return "\"code\" is not a number";
+    return from_json(field(json, "text"), &event->message.text) ? "" : "\"text\" is neither a text nor {\"hex\": ...}";
   }
   if (json.contains("bytes")) {
     event->kind = Event::Kind::input;
     return from_json(json["bytes"], &event->bytes) ? "" : "\"bytes\" is neither a text nor {\"hex\": ...}";
   }
   for (const KindName& row : kKinds) {
-    if (field("event") != row.name) continue;
+    if (field(json, "event") != row.name) continue;
     event->kind = row.kind;
-    const bool counted = row.kind != Event::Kind::missed || read_number(field("count"), 1, &event->count);
+    const bool counted = row.kind != Event::Kind::missed || read_number(field(json, "count"), 1, &event->count);
     return counted ? "" : "\"count\" is not a number";
   }
   return "neither \"bytes\" nor an \"event\": connect, disconnect or missed";

@@ -12,6 +12,9 @@ class SimulatedDevice;
 class VerbCall;
 }  // namespace sim
 
+// What a verb shows that was not asked for by its name, and so has its identities masked.
+enum class Masks { nothing, whole_list, all };  // whole_list: what it shows without arguments
+
 struct Verb {
   const char* name;       // one word or two: "item set"
   const char* arguments;  // "INDEX|NAME VALUE"; what stands in brackets may be left out, "..." takes all the rest, and
@@ -19,7 +22,7 @@ struct Verb {
                           // the verb prints, "-" the standard output
   const char* summary;    // what it does, one sentence
   void (*run)(sim::SimulatedDevice& device, sim::VerbCall& call);
-  bool is_collection = false;  // shows what was not asked for one by one, so that identities are masked
+  Masks masks = Masks::nothing;
 };
 
 // Every verb, those of one part of the phone together.

@@ -124,6 +124,12 @@ bool is_utf8(std::string_view bytes) {
   return at == bytes.size();
 }
 
-std::string shown(const std::string& bytes) { return is_utf8(bytes) ? bytes : "hex:" + to_hex(bytes); }
+std::string shown(const std::string& bytes) {
+  const auto is_control = [](char c) {
+    return (static_cast<unsigned char>(c) < ' ' && c != '\n' && c != '\r' && c != '\t') || c == 0x7f;
+  };
+  const bool plain = is_utf8(bytes) && std::none_of(bytes.begin(), bytes.end(), is_control);
+  return plain ? bytes : "hex:" + to_hex(bytes);
+}
 
 }  // namespace atd

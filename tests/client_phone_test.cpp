@@ -161,11 +161,12 @@ TEST(ClientPhone, AVerbWithoutOutputSaysInJsonThatItIsDone) {
 
 TEST(ClientPhone, MasksLogsAndListsAlone) {
   FakePhone phone("{'out':'IMEI 490154203237518'}\n{'status':0}\n");
-  for (const char* command : {"log", "item list"}) {
+  for (const char* command : {"log", "item list", "property", "program history"}) {
     EXPECT_TRUE(atdctl_phone(phone.root(), words(command)).out.starts_with("IMEI 490154…18#")) << command;
     EXPECT_EQ("IMEI 490154203237518", atdctl_phone(phone.root(), words(command + " --plain"s)).out);
   }
-  EXPECT_EQ("IMEI 490154203237518", atdctl_phone(phone.root(), words("item get 13")).out);
+  for (const char* command : {"item get 13", "property ro.x"})
+    EXPECT_EQ("IMEI 490154203237518", atdctl_phone(phone.root(), words(command)).out);
   FakePhone lists(R"({'out':'[{\"index\":8,\"name\":\"a\",\"encoding\":\"bytes\",\"length\":6,\"value\":)"
                   R"({\"hex\":\"001a2b334455\"}},{\"index\":9,\"name\":\"b\",\"encoding\":\"text\",\"length\":30,)"
                   R"(\"value\":{\"hex\":\"ff343930313534323033323337353138\"}}]'})"

@@ -218,7 +218,7 @@ void import_items(SimulatedDevice& device, VerbCall& call) {
 }
 
 constexpr Verb kVerbs[] = {
-    {"item list", "", "Shows every factory item with its value.", list, true},
+    {"item list", "", "Shows every factory item with its value.", list, Masks::all},
     {"item get", "INDEX|NAME...", "Shows the value of each item.", get},
     {"item set", "INDEX|NAME VALUE", "Writes an item: a text, a number for a flag or a digit, hex digits for bytes.",
      set},

@@ -124,7 +124,7 @@ void fill(SimulatedDevice& device, VerbCall& call) {
 constexpr Verb kVerbs[] = {
     {"log", "[-f] [--level LEVEL] [--buffer NAME]",
      "Shows the buffers main, system and crash, or the one named, from a level on; -f goes on with new lines.", log,
-     true},
+     Masks::all},
     {"logs fill", "", "Puts a new phone's sample logs back below data/, with the record of a crash in the items.",
      fill},
     {"log-level", "LEVEL", "Sets the lowest level that the daemon shows on its standard error.", log_level},

@@ -35,7 +35,7 @@ constexpr Verb kVerbs[] = {
      "Makes a program do nothing but end with this exit status (\"program exit pm 1\"); without one it runs again, and "
      "when the daemon ends.",
      set_exit},
-    {"program history", "", "Shows the commands that the daemon has run, oldest first.", history},
+    {"program history", "", "Shows the commands that the daemon has run, oldest first.", history, Masks::all},
 };
 
 }  // namespace

@@ -40,7 +40,8 @@ void property(SimulatedDevice& device, VerbCall& call) {
 
 constexpr Verb kVerbs[] = {
     {"property", "[NAME [VALUE]]",
-     "Shows every property, or one, or sets it; a read-only one (\"ro.\") until the next boot.", property},
+     "Shows every property, or one, or sets it; a read-only one (\"ro.\") until the next boot.", property,
+     Masks::whole_list},
 };
 
 }  // namespace
