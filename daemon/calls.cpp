@@ -144,7 +144,7 @@ void tell(const ParameterType& type, const Name& name, const Slot& slot, const S
     json = "{\"isPass\":" + std::to_string(slot.test.isPass) + ",\"result\":" + std::to_string(slot.test.result) + "}";
   } else {
     const std::string bytes = bytes_told(name, slot, length);
-    text = name.binary ? "hex:" + to_hex(bytes) : shown_bytes(bytes);
+    text = name.binary ? "hex:" + to_hex(bytes) : shown(bytes);
     json = name.binary ? json_hex(bytes) : json_bytes(bytes);
   }
   while (!text.empty() && text.back() == '\n') text.pop_back();
@@ -172,7 +172,7 @@ std::string unknown(const std::string& name) {
   }
   std::vector<std::string> names;
   for (const Call& call : calls()) names.push_back(call.name);
-  return "no function is named \"" + shown_bytes(name) + "\"; nearest: " + listed(nearest(name, names, 3)) +
+  return "no function is named \"" + shown(name) + "\"; nearest: " + listed(nearest(name, names, 3)) +
          "; \"call\" shows all";
 }
 
@@ -308,8 +308,8 @@ CallAnswer run(const CallRequest& request, const CallHost& host) {
       const std::string& text = request.arguments[word++];
       const std::string wrong = take(text, type, parameter, &slot);
       if (!wrong.empty()) {
-        const std::string shown = text.size() > kShownWord ? "" : ": \"" + shown_bytes(text) + "\"";
-        return refuse(&call, parameter.text + shown + " " + wrong);
+        const std::string quoted = text.size() > kShownWord ? "" : ": \"" + shown(text) + "\"";
+        return refuse(&call, parameter.text + quoted + " " + wrong);
       }
       if (parameter.counted) {
         slots[parameter.index + 1].number = static_cast<long long>(slot.bytes.size());
@@ -353,6 +353,7 @@ bool confirm(CallRequest* request) {
   fprintf(stderr, "%s destroys data or ends the phone's run; go on? [y/N] ", request->call->name);
   char line[8] = "";
   request->yes = fgets(line, sizeof line, stdin) && (line[0] == 'y' || line[0] == 'Y');
+  if (!request->yes) request->error = "not done: it was not confirmed";
   return request->yes;
 }
 

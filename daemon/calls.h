@@ -89,8 +89,9 @@ CallAnswer explain(const CallRequest& request);
 // Calls the function. One that destroys is not called without `yes`.
 CallAnswer run(const CallRequest& request, const CallHost& host);
 
-// Asks a person on a terminal whether to go on with a function that destroys, and sets `yes` or returns false. True
-// goes on: where nobody can be asked, because standard input or standard error is no terminal, `run` then refuses.
+// Asks a person on a terminal whether to go on with a function that destroys, and sets `yes`, or `error` and returns
+// false. True goes on: where nobody can be asked, because standard input or standard error is no terminal, `run` then
+// refuses.
 bool confirm(CallRequest* request);
 
 }  // namespace atd

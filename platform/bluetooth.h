@@ -1,5 +1,5 @@
-// The Bluetooth controller's test modes, as the platform's test library has them. A result of 0 or more is success, -2
-// says that the controller does not support it, any other one is a failure.
+// The Bluetooth controller's test modes, as the platform's test library has them. Where a function says nothing else, a
+// result of 0 or more is success, -2 says that the controller does not support it, any other one is a failure.
 #pragma once
 
 extern "C" {

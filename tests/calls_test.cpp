@@ -349,7 +349,7 @@ TEST(CallsOffline, APersonOnATerminalIsAsked) {
   std::string shown;
   for (char c; !has(shown, "went away") && read(terminal, &c, 1) == 1;) shown += c;
   EXPECT_TRUE(has(shown, "\r12 files\x1b[K\r\x1b[Katdctl: the phone in")) << shown;
-  EXPECT_EQ("{\"status\":64,\"error\":\"not done: it was not confirmed\"}\n", declined.out);
+  EXPECT_EQ("{\"name\":\"poweroff\",\"status\":64,\"error\":\"not done: it was not confirmed\"}\n", declined.out);
   EXPECT_EQ((Words{"call", "--yes", "set_pid", "--", "--yes"}), sent);
   dup2(before[0], STDIN_FILENO);
   dup2(before[1], STDERR_FILENO);

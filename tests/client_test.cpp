@@ -53,6 +53,7 @@ TEST(Client, ReadsWhatPeopleType) {
     EXPECT_EQ(parse_opcode(text, &opcode).status, kUsage) << text;
   }
   EXPECT_TRUE(has(parse_opcode("GET_seral_numbr", &opcode).text, "nearest: get_serial_number, "));
+  EXPECT_TRUE(has(parse_opcode("IMEI", &opcode).text, "nearest: write_imei, read_imei, automid_imei; "));
   const std::string full(4096, 'f');
   const std::pair<std::string, std::string> kHex[] = {
       {"", ""}, {"00fF", "\0\xff"s}, {"0x01 02:03-04\n", "\1\2\3\4"}, {full, std::string(2048, '\xff')}};
