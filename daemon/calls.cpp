@@ -1,15 +1,12 @@
 #include "daemon/calls.h"
 
-#include <errno.h>
 #include <stdio.h>
-#include <stdlib.h>
-#include <string.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <mutex>
 
-#include "daemon/calls/row.h"
+#include "daemon/calls/parameters.h"
 #include "daemon/calls/text.h"
 #include "desk/nearest.h"
 #include "desk/words.h"
@@ -20,36 +17,6 @@ namespace {
 
 constexpr size_t kMeaningColumn = 16;
 constexpr size_t kShownWord = 80;  // bytes of a word that an error repeats
-
-// A parameter as its row names it.
-struct Name {
-  std::string text;
-  size_t index = 0;      // among the function's parameters
-  bool given = false;    // by the caller
-  bool counted = false;  // the next parameter is its length
-  bool binary = false;   // shown in hex, and given whole
-  size_t size = 0;       // 0 for none
-};
-
-std::vector<Name> names_of(const Call& call) {
-  std::vector<Name> names;
-  const std::string arguments = call.arguments;
-  for (size_t at = 0, index = 0; at < arguments.size();) {
-    const size_t end = std::min(arguments.find(' ', at), arguments.size());
-    const std::string word = arguments.substr(at, end - at);
-    Name name;
-    name.text = word.substr(0, word.find_first_of(":*#"));
-    name.given = word[0] >= 'A' && word[0] <= 'Z';
-    name.counted = word.back() == '#';
-    name.binary = word.find('*') != word.npos;
-    if (word.size() > name.text.size() + 1) name.size = strtoul(word.c_str() + name.text.size() + 1, nullptr, 10);
-    name.index = index;
-    index += name.counted ? 2 : 1;
-    names.push_back(name);
-    at = end + 1;
-  }
-  return names;
-}
 
 bool is_failure(Success success, long long result) {
   switch (success) {
@@ -71,85 +38,6 @@ const char* to_text(Success success) {
     case Success::any: return "a value, never a failure";
   }
   return "";
-}
-
-std::string range(const ParameterType& type) {
-  return "number from " + std::to_string(type.lowest) + " to " + std::to_string(type.highest) + ", or 0x and hex";
-}
-
-// Each takes a word of the caller's and returns "" or what is wrong with it.
-std::string take_number(const std::string& word, const ParameterType& type, Slot* slot) {
-  const bool hex = word.find_first_of("xX") != word.npos;
-  char* end = nullptr;
-  errno = 0;
-  slot->number = strtoll(word.c_str(), &end, hex ? 16 : 10);
-  const bool all = end == word.c_str() + word.size();
-  const bool whole = all && !word.empty() && word[0] > ' ' && word[0] != '+' && errno == 0;
-  if (whole && slot->number >= type.lowest && slot->number <= type.highest) return "";
-  return "is no " + range(type);
-}
-
-std::string take_bytes(const std::string& word, const Name& name, Slot* slot) {
-  slot->bytes = word;
-  if (word.compare(0, 5, "text:") == 0) slot->bytes = word.substr(5);
-  if (word.compare(0, 4, "hex:") == 0 && !from_hex(word.substr(4), &slot->bytes)) return "is no pairs of hex digits";
-  const size_t got = slot->bytes.size();
-  if (name.size == 0 && name.counted) return "";
-  // A function may tell a whole text again, with its NUL.
-  const size_t most = name.size != 0 ? name.size : kToldSize - 1;
-  const std::string room = std::to_string(most) + (most == 1 ? " byte" : " bytes");
-  if (name.binary && got != most) return "has " + std::to_string(got) + " bytes; write " + room + " as hex:00ff";
-  if (got > most) return "has " + std::to_string(got) + " bytes; there is room for " + room;
-  if (name.size != 0) slot->bytes.resize(name.size);
-  else if (slot->bytes.find('\0') != std::string::npos) return "is a text with a NUL in it";
-  return "";
-}
-
-std::string take(const std::string& word, const ParameterType& type, const Name& name, Slot* slot) {
-  if (type.kind == Kind::number) return take_number(word, type, slot);
-  if (type.kind == Kind::text) return take_bytes(word, name, slot);
-  slot->bytes = word;
-  return word.size() == 1 ? "" : "is not one character";
-}
-
-std::string wanted(const ParameterType& type, const Name& name) {
-  if (type.kind == Kind::number) return "a " + range(type);
-  if (type.kind == Kind::character) return "one character";
-  if (name.binary) return std::to_string(name.size) + " bytes, as hex:00ff or text:...";
-  if (name.size != 0) return "at most " + std::to_string(name.size) + " bytes: a text, hex:00ff or text:...";
-  return name.counted ? "bytes: a text, hex:00ff or text:..." : "a text";
-}
-
-std::string told(const ParameterType& type, const Name& name) {
-  if (type.kind == Kind::told_number) return "a number";
-  if (type.kind == Kind::test) return "isPass and result";
-  return name.binary ? "bytes in hex" : name.size != 0 ? "a text, or bytes in hex" : "a text";
-}
-
-// What the function has put there, for its caller.
-std::string bytes_told(const Name& name, const Slot& slot, const Slot* length) {
-  if (length) {
-    return slot.bytes.substr(0, static_cast<size_t>(std::max(0, std::min(length->word, static_cast<int>(name.size)))));
-  }
-  if (name.size == 0) return slot.bytes.c_str();
-  return slot.bytes.substr(0, name.binary ? name.size : slot.bytes.find_last_not_of('\0') + 1);
-}
-
-void tell(const ParameterType& type, const Name& name, const Slot& slot, const Slot* length, CallAnswer* answer) {
-  std::string text, json;
-  if (type.kind == Kind::told_number) {
-    text = json = type.lowest < 0 ? std::to_string(slot.word) : std::to_string(static_cast<unsigned>(slot.word));
-  } else if (type.kind == Kind::test) {
-    text = "isPass " + std::to_string(slot.test.isPass) + ", result " + std::to_string(slot.test.result);
-    json = "{\"isPass\":" + std::to_string(slot.test.isPass) + ",\"result\":" + std::to_string(slot.test.result) + "}";
-  } else {
-    const std::string bytes = bytes_told(name, slot, length);
-    text = name.binary ? "hex:" + to_hex(bytes) : shown(bytes);
-    json = name.binary ? json_hex(bytes) : json_bytes(bytes);
-  }
-  while (!text.empty() && text.back() == '\n') text.pop_back();
-  answer->text += name.text + (text.empty() ? "" : " ") + text + "\n";
-  answer->json += (answer->json.empty() ? "" : ",") + json_bytes(name.text) + ":" + json;
 }
 
 CallAnswer refuse(const Call* call, const std::string& error) {
@@ -180,9 +68,9 @@ std::string row_json(const Call& call) {
   std::string text =
       "{\"name\":" + json_bytes(call.name) + ",\"arguments\":" + json_bytes(given_names(call)) + ",\"told\":[";
   bool first = true;
-  for (const Name& name : names_of(call)) {
-    if (name.given || name.text == "-") continue;
-    text += (first ? "" : ",") + json_bytes(name.text);
+  for (const Parameter& parameter : parameters_of(call)) {
+    if (parameter.given || parameter.text == "-") continue;
+    text += (first ? "" : ",") + json_bytes(parameter.text);
     first = false;
   }
   return text + "],\"success\":" + (call.has_result ? json_bytes(to_text(call.success)) : "null") +
@@ -229,8 +117,8 @@ const std::vector<Call>& calls() {
 
 std::string given_names(const Call& call) {
   std::string text;
-  for (const Name& name : names_of(call)) {
-    if (name.given) text += (text.empty() ? "" : " ") + name.text;
+  for (const Parameter& parameter : parameters_of(call)) {
+    if (parameter.given) text += (text.empty() ? "" : " ") + parameter.text;
   }
   return text;
 }
@@ -254,8 +142,9 @@ CallRequest read_call(const std::vector<std::string>& words) {
     return request;
   }
   request.arguments.assign(rest.begin() + 1, rest.end());
-  const std::vector<Name> names = names_of(*request.call);
-  const auto count = std::count_if(names.begin(), names.end(), [](const Name& name) { return name.given; });
+  const std::vector<Parameter> parameters = parameters_of(*request.call);
+  const auto count =
+      std::count_if(parameters.begin(), parameters.end(), [](const Parameter& parameter) { return parameter.given; });
   if (!request.help && request.arguments.size() != static_cast<size_t>(count)) {
     const std::string given = given_names(*request.call);
     request.error = std::string("write: call ") + request.call->name + (given.empty() ? "" : " ") + given;
@@ -274,9 +163,9 @@ CallAnswer explain(const CallRequest& request) {
   const auto line = [&](const std::string& name, const std::string& what) {
     answer.text += in_columns("  " + name, kMeaningColumn, what);
   };
-  for (const Name& name : names_of(call)) {
-    const ParameterType& type = call.types[name.index];
-    if (name.text != "-") line(name.text, name.given ? wanted(type, name) : told(type, name));
+  for (const Parameter& parameter : parameters_of(call)) {
+    const ParameterType& type = call.types[parameter.index];
+    if (parameter.text != "-") line(parameter.text, parameter.given ? wanted(type, parameter) : told(type, parameter));
   }
   if (call.has_result) line("result", to_text(call.success));
   if (call.effects & kDestroys) answer.text += "It destroys data or ends the phone's run.\n";
@@ -297,9 +186,9 @@ CallAnswer run(const CallRequest& request, const CallHost& host) {
     return refuse(&call, name + " works in the daemon's process alone, and this is another one");
   }
   std::vector<Slot> slots(call.count + 1);
-  const std::vector<Name> names = names_of(call);
+  const std::vector<Parameter> parameters = parameters_of(call);
   size_t word = 0;
-  for (const Name& parameter : names) {
+  for (const Parameter& parameter : parameters) {
     Slot& slot = slots[parameter.index];
     const ParameterType& type = call.types[parameter.index];
     if (!parameter.given) {
@@ -325,7 +214,7 @@ CallAnswer run(const CallRequest& request, const CallHost& host) {
   if (host.open) host.open();
   CallAnswer answer;
   const long long result = call.invoke(call.function, slots.data());
-  for (const Name& parameter : names) {
+  for (const Parameter& parameter : parameters) {
     if (parameter.given || parameter.text == "-") continue;
     const Slot* slot = &slots[parameter.index];
     tell(call.types[parameter.index], parameter, *slot, parameter.counted ? slot + 1 : nullptr, &answer);

@@ -9,7 +9,6 @@
 #include <string.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -24,6 +23,7 @@
 #include <vector>
 
 #include "atd.h"
+#include "daemon/background.h"
 #include "daemon/boot.h"
 #include "daemon/calls.h"
 #include "desk/words.h"
@@ -36,12 +36,13 @@
 
 namespace {
 
+using atd::kStopSignals;
+
 const std::map<std::string, int> kLogLevels = {
     {"verbose", ANDROID_LOG_VERBOSE}, {"debug", ANDROID_LOG_DEBUG}, {"info", ANDROID_LOG_INFO},
     {"warn", ANDROID_LOG_WARN},       {"error", ANDROID_LOG_ERROR}, {"silent", ANDROID_LOG_SILENT},
 };
 
-constexpr int kStopSignals[] = {SIGTERM, SIGINT, SIGHUP};
 constexpr int kRebootSignal = SIGUSR1;
 constexpr char kSocketVariable[] = "ANDROID_SOCKET_atd";
 constexpr std::chrono::seconds kLongestEnd(5);
@@ -52,9 +53,6 @@ std::string g_ended_by;
 
 // Whether a signal has ended this run.
 std::atomic<bool> g_ends{false};
-
-// The process in the background that this one waits for.
-pid_t g_detached;
 
 struct Options {
   std::string device;
@@ -70,62 +68,6 @@ struct Options {
 };
 
 void say(const std::string& text) { atd::sim::show("atd: " + text + "\n"); }
-
-// What is opened later must not take the place of a standard stream.
-void open_standard_streams() {
-  int fd;
-  do fd = open("/dev/null", O_RDWR);
-  while (fd >= 0 && fd <= STDERR_FILENO);
-  close(fd);
-}
-
-// Closes what the caller left open, but not the socket that it hands over.
-void close_inherited(int handed_over) {
-  std::vector<int> open_now;
-  std::error_code error;
-  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd", error)) {
-    open_now.push_back(atoi(entry.path().filename().c_str()));
-  }
-  for (int fd : open_now) {
-    if (fd > STDERR_FILENO && fd != handed_over) close(fd);
-  }
-}
-
-// Goes on in a child that has a session of its own; returns the descriptor that takes one byte when it is ready, or -1.
-// The parent ends with status 0 once the child says so, or with the child's status when it failed before. A signal that
-// stops the parent stops the child.
-int detach() {
-  int ready[2];
-  if (pipe2(ready, O_CLOEXEC) != 0) return -1;
-  g_detached = fork();
-  if (g_detached < 0) return -1;
-  if (g_detached == 0) {
-    close(ready[0]);
-    setsid();
-    return ready[1];
-  }
-  close(ready[1]);
-  sigset_t signals;
-  sigemptyset(&signals);
-  for (int stop : kStopSignals) {
-    signal(stop, [](int number) { kill(g_detached, number); });
-    sigaddset(&signals, stop);
-  }
-  sigprocmask(SIG_UNBLOCK, &signals, nullptr);
-  char byte;
-  if (read(ready[0], &byte, 1) == 1) _exit(0);
-  int status = 0;
-  waitpid(g_detached, &status, 0);
-  _exit(WIFEXITED(status) && WEXITSTATUS(status) != 0 ? WEXITSTATUS(status) : 1);
-}
-
-void drop_terminal(int handed_over) {
-  int null = open("/dev/null", O_RDWR | O_CLOEXEC);
-  for (int fd = 0; fd <= STDERR_FILENO; ++fd) {
-    if (fd != handed_over) dup2(null, fd);
-  }
-  close(null);
-}
 
 // Starts this program anew, as the next boot of the same phone.
 void boot_again(const Options& options, const char* log_level, int spare_socket) {
@@ -177,6 +119,25 @@ bool read_phone_file(Options* options) {
   return got == 0;
 }
 
+// What the phone can have the library do.
+atd::sim::Host host() {
+  return {.program = "atd " ATD_VERSION,
+          .stop = [] { kill(getpid(), SIGTERM); },
+          .request_to_system = request_to_system,
+          .ckpd_send_event = ckpd_send_event,
+          .send_key_native = send_key_native,
+          .ctsa_send_event = ctsa_send_event,
+          .read_so_far = []() -> atd::sim::HostReading {
+            const atd::ReadSoFar read = atd::read_so_far();
+            return {read.files, read.bytes};
+          },
+          .call = [](const std::vector<std::string>& words) -> atd::sim::HostAnswer {
+            const atd::CallAnswer answer =
+                atd::run(atd::read_call(words), {"atdctl phone log", true, nullptr, [] { return g_ends.load(); }});
+            return {answer.text, answer.json, answer.status, answer.error};
+          }};
+}
+
 int serve(Options options, const char* log_level) {
   sigset_t signals;
   sigemptyset(&signals);
@@ -196,8 +157,9 @@ int serve(Options options, const char* log_level) {
   const int handed_over = fcntl(named, F_GETFD) < 0 ? -1 : named;
   if (variable && handed_over < 0) return fail(std::string(kSocketVariable) + ": no such descriptor");
   if (options.background) {
-    close_inherited(handed_over);
-    if ((options.ready = detach()) < 0) return fail(std::string("cannot go to the background: ") + strerror(errno));
+    atd::close_inherited(handed_over);
+    if ((options.ready = atd::detach()) < 0)
+      return fail(std::string("cannot go to the background: ") + strerror(errno));
   }
   if (options.ready >= 0) fcntl(options.ready, F_SETFD, FD_CLOEXEC);
   // A socket that was handed over is closed when the service stops; a reboot needs it again.
@@ -228,21 +190,7 @@ int serve(Options options, const char* log_level) {
     g_ended_by = what;
     kill(getpid(), kRebootSignal);
   });
-  device->host = {.program = "atd " ATD_VERSION,
-                  .stop = [] { kill(getpid(), SIGTERM); },
-                  .request_to_system = request_to_system,
-                  .ckpd_send_event = ckpd_send_event,
-                  .send_key_native = send_key_native,
-                  .ctsa_send_event = ctsa_send_event,
-                  .read_so_far = []() -> atd::sim::HostReading {
-                    const atd::ReadSoFar read = atd::read_so_far();
-                    return {read.files, read.bytes};
-                  },
-                  .call = [](const std::vector<std::string>& words) -> atd::sim::HostAnswer {
-                    const atd::CallAnswer answer = atd::run(
-                        atd::read_call(words), {"atdctl phone log", true, nullptr, [] { return g_ends.load(); }});
-                    return {answer.text, answer.json, answer.status, answer.error};
-                  }};
+  device->host = host();
   auto control = atd::sim::Control::bind(*device, &error);
   if (!control) return fail(error);
   // Whatever level is asked for, the reason why the daemon cannot start is shown.
@@ -266,7 +214,7 @@ int serve(Options options, const char* log_level) {
     if (options.ready < 0) return;
     device->logs.echo(ANDROID_LOG_SILENT);
     atd::sim::await_shown();
-    drop_terminal(handed_over);
+    atd::drop_terminal(handed_over);
     next_level = "silent";
     // One who has waited and is gone does not want the phone.
     if (write(options.ready, "", 1) != 1) kill(getpid(), SIGTERM);
@@ -321,7 +269,7 @@ void raise_descriptor_limit() {
 int main(int argc, char** argv) {
   // A phone that boots again runs /proc/self/exe.
   prctl(PR_SET_NAME, "atd");
-  open_standard_streams();
+  atd::open_standard_streams();
   raise_descriptor_limit();
   Options options;
   std::string log_level = "info";
