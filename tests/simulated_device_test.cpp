@@ -5,6 +5,7 @@
 #include <sys/syscall.h>
 #include <sys/wait.h>
 
+#include <atomic>
 #include <fstream>
 #include <functional>
 #include <tuple>
@@ -268,6 +269,20 @@ TEST_F(SimulatedDeviceTest, HistoriesHaveAnEnd) {
   std::filesystem::resize_file(device().path("/dev/input/event0"), 1024 * 1024);
   EXPECT_NE(-1, send_key_native(116, 1));
   EXPECT_EQ(2u, device().input.events(0).size());
+}
+
+TEST_F(SimulatedDeviceTest, AThreadThatIsAwaitedIsGoneAltogether) {
+  static std::atomic<int> gone = 0;
+  struct Memory {
+    ~Memory() { usleep(1000), ++gone; }
+  };
+  const auto body = [](void*) -> void* {
+    thread_local Memory memory;
+    return &memory;
+  };
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(0, device().threads.start(body, nullptr));
+  device().threads.await_none();
+  EXPECT_EQ(3, gone);
 }
 
 }  // namespace
