@@ -2,16 +2,46 @@
 
 #include <android/log.h>
 #include <errno.h>
+#include <stdint.h>
 
+#include <algorithm>
+#include <vector>
+
+#include "desk/nearest.h"
+#include "desk/words.h"
 #include "simulator/files.h"
 
 namespace atd::sim {
 
 namespace {
 
+constexpr int kLengthMax = 64 * 1024;
+
 std::string name(unsigned index, size_t length) { return std::to_string(index) + "-" + std::to_string(length); }
 
 }  // namespace
+
+const FactoryItem* item_named(const std::string& name, std::string* error) {
+  int index;
+  const bool is_index = read_number(name, 0, INT32_MAX, &index);
+  std::vector<std::string> names;
+  for (const FactoryItem& item : kFactoryItems) {
+    if (is_index ? item.index == static_cast<unsigned>(index) : name == item.name) return &item;
+    names.push_back(item.name);
+  }
+  *error = is_index ? "no item has the index " + name + "; \"item list\" shows all"
+                    : "no item is named \"" + name + "\"; nearest: " + listed(nearest(name, names, 3));
+  return nullptr;
+}
+
+bool parse_stored_name(const std::string& stored, unsigned* index, int* length) {
+  int number;
+  const size_t dash = std::min(stored.find('-'), stored.size());
+  if (!read_number(stored.substr(0, dash), 0, INT32_MAX, &number)) return false;
+  if (!read_number(stored.substr(std::min(dash + 1, stored.size())), 1, kLengthMax, length)) return false;
+  *index = static_cast<unsigned>(number);
+  return stored == name(*index, static_cast<size_t>(*length));
+}
 
 bool FactoryItems::read(unsigned index, int length, std::string* value) const {
   const size_t size = static_cast<size_t>(length);

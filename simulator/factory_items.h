@@ -8,7 +8,15 @@
 #include <mutex>
 #include <string>
 
+#include "factory/item_registry.h"
+
 namespace atd::sim {
+
+// The registered item of an index or a name; null with a sentence in *error, which names the nearest ones.
+const FactoryItem* item_named(const std::string& name, std::string* error);
+
+// Takes the name of a stored item apart; false for what is no INDEX-LENGTH, with a length of at most 64 KiB.
+bool parse_stored_name(const std::string& name, unsigned* index, int* length);
 
 class FactoryItems {
  public:

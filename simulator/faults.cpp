@@ -7,8 +7,10 @@
 
 #include <algorithm>
 
+#include "channel/opcodes.h"
 #include "desk/nearest.h"
 #include "desk/words.h"
+#include "simulator/factory_items.h"
 
 namespace atd::sim {
 
@@ -68,12 +70,30 @@ bool take_option(const std::string& word, Fault* fault) {
   return true;
 }
 
+// Give the object of a call its form; the sentence that says what is wrong with it, "" when it can be hit.
+std::string find_index(std::string* object) {
+  std::string error;
+  if (const FactoryItem* item = item_named(*object, &error)) *object = std::to_string(item->index);
+  return error;
+}
+
+std::string find_opcode(std::string* object) {
+  int opcode;
+  if (read_number(*object, 0, kLastModemOpcode, &opcode)) return *object = std::to_string(opcode), "";
+  return "\"" + *object + "\" is no opcode of the modem: 0 to " + std::to_string(kLastModemOpcode);
+}
+
+constexpr struct {
+  std::string_view object;
+  std::string (*find)(std::string* object);
+} kObjects[] = {{"INDEX", find_index}, {"OPCODE", find_opcode}};
+
+}  // namespace
+
 std::string name_of(const Fault& fault) {
   const CallName& row = call_name(fault.call);
   return row.name + (fault.object.empty() ? "" : " " + fault.object);
 }
-
-}  // namespace
 
 std::string to_text(const Fault& fault) {
   std::string text = name_of(fault) + ": ";
@@ -111,6 +131,9 @@ std::string parse_fault(const std::vector<std::string>& words, Fault* fault) {
       return "\"" + words[i] + "\" after the call: write nth=N, times=N, late=MILLISECONDS or kill";
     }
     fault->object = words[i];
+  }
+  for (const auto& row : kObjects) {
+    if (!fault->object.empty() && row.object == call_name(fault->call).object) return row.find(&fault->object);
   }
   return "";
 }

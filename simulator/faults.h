@@ -48,7 +48,7 @@ enum class Call {
 struct CallName {
   Call call;
   const char* name;
-  const char* object;  // what it works on, "" for nothing
+  const char* object;  // what it works on, "" for nothing; an INDEX is an item's, an OPCODE the modem's
 };
 
 // Every call by name.
@@ -66,6 +66,9 @@ struct Fault {
   int late_ms = 0;     // above 0: a call that is hit is late by this much, and does not fail
   bool kills = false;  // a call that is hit kills the process instead
 };
+
+// What it hits: "set_ftm_item 13".
+std::string name_of(const Fault& fault);
 
 // The fault in words: "set_ftm_item 13: fails", "request_to_modem_via_dmi: 5000 ms late once".
 std::string to_text(const Fault& fault);

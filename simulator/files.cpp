@@ -90,12 +90,14 @@ bool read_file(const std::string& path, std::string* content) {
 }
 
 bool write_rest(int fd, const std::string& content) {
-  size_t done = 0;
-  ssize_t put = 0;
-  while (done < content.size() && (put = write(fd, content.data() + done, content.size() - done)) > 0) {
+  for (size_t done = 0; done < content.size();) {
+    const ssize_t put = write(fd, content.data() + done, content.size() - done);
+    if (put < 0 && errno == EINTR) continue;
+    if (put == 0) errno = ENOSPC;
+    if (put <= 0) return false;
     done += static_cast<size_t>(put);
   }
-  return done == content.size();
+  return true;
 }
 
 bool write_file(const std::string& path, const std::string& content, bool synced) {

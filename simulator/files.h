@@ -20,7 +20,7 @@ bool is_pipe_or_device(const std::string& path);
 // Reads what follows in an open file; false with errno when it cannot be read.
 bool read_rest(int fd, std::string* content);
 
-// Writes bytes to an open file; false with errno when they cannot all be written.
+// Writes bytes to an open file; false with errno, which is ENOSPC where none are taken.
 bool write_rest(int fd, const std::string& content);
 
 // Reads a whole file; false with errno when it cannot be read, or is a link or no file.

@@ -17,6 +17,9 @@ class Fingerprint {
   // The names of the tests: "spi", "zone", "checkerboard" and "rubberstamp".
   static const std::vector<std::string>& tests();
 
+  // What is wrong with a line of "sim/fingerprint", "" when it makes sense.
+  static std::string wrong(const std::string& line);
+
   // Switches the sensor on or off.
   void enable(bool on) { on_ = on; }
   bool is_on() const { return on_; }

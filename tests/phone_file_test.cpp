@@ -105,12 +105,17 @@ TEST_F(PhoneFile, WhatCannotStandInItIsNamed) {
   put("/sim/items/9", "SN");
   put("/sim/stray", "?");
   put("/sim/items/9-12/");
+  put("/sim/display", "depth 99\n");
+  fs::remove_all(root_ + "/dev/graphics");
+  put("/dev/graphics", "x");
   std::ofstream(root_ + "/system/build.prop", std::ios::app) << " ro.lead=x\n";
   std::ofstream(root_ + "/sim/modem.conf") << "117\n";
   EXPECT_EQ("", exported());
   const std::string names[] = {"/data/large: 65537 bytes, more than 65536",
                                "/data/line\nx = 1: 65537",
                                "/data/sparse: File too large",
+                               "/dev/graphics: the phone's own is below it",
+                               "/sim/display: depth 99: no setting",
                                "/sim/efs/link: a link",
                                "/sim/items/9: no item",
                                "/sim/items/9-12: a folder",
@@ -144,10 +149,32 @@ TEST_F(PhoneFile, APhoneThatCannotBeComparedIsNotExported) {
   EXPECT_TRUE(has(error, "round in circles")) << error;
 }
 
+TEST_F(PhoneFile, WhatABootMakesCanBeALinkOrAFileAndAPlaceOfACardStaysEmpty) {
+  for (const char* folder : {"/data/dbdump", "/data/mtslog"}) fs::remove_all(root_ + folder);
+  fs::create_symlink("/data/anr", root_ + "/data/dbdump");
+  put("/data/mtslog", "x");
+  device().card.insert("c");
+  device().card.unmount();
+  put("/storage/" + device().card.state().id + "/x", "x");
+  const std::string text = exported();
+  EXPECT_TRUE(has(whole_, "/x: the card c is mounted there")) << whole_;
+  ASSERT_EQ("", imported(text));
+  EXPECT_TRUE(device().card.state().mounted);
+  device().card.unmount();
+  EXPECT_EQ(text, exported());
+}
+
 TEST_F(PhoneFile, AnImportWritesIntoItsOwnFolder) {
   put("/1.new~" + std::to_string(getpid()) + "/phone/data/stray");  // a killed one left it
   ASSERT_EQ("", imported("[cards.a]\nfolders = [\"l/x\"]\n[cards.a.files]\nl = { link = \"" + made_ + "\" }"));
   EXPECT_FALSE(fs::exists(root_ + "/data/stray") || fs::exists(made_ + "/x"));
+  // An empty folder keeps its mode, also where a link leads to it.
+  std::string error;
+  mkdir((made_ + "/empty").c_str(), 0700);
+  fs::create_symlink("empty", made_ + "/link");
+  EXPECT_TRUE(sim::import_phone("", "x", made_ + "/link", &faults_, &error)) << error;
+  EXPECT_TRUE(fs::is_symlink(made_ + "/link") && fs::exists(made_ + "/empty/sim"));
+  EXPECT_EQ(fs::perms::owner_all, fs::status(made_ + "/empty").permissions());
 }
 
 TEST_F(PhoneFile, TextBeyondAsciiStaysWhole) {
@@ -163,7 +190,7 @@ TEST_F(PhoneFile, AWrongFileMakesNoPhoneAndNamesTheLine) {
       {"[items]\n\u3042 = 1", "phone.toml:2: "},
       {"[item]", "phone.toml:1: the section \"item\" is not there; nearest: items"},
       {"[items]\n\"factory serial\" = \"S\"",
-       ":2: the item \"factory serial\" is not there; nearest: factory serial number"},
+       ":2: no item is named \"factory serial\"; nearest: factory serial number"},
       {"[items]\n9 = \"0123456789ABC\"", ":2: 9 has 12 bytes, the value 13"},
       {"[items]\n2 = 1\n\"factory status\" = 2", "stands here twice"},
       {"[items]\n6 = { hex = \"0\" }", ":2: hex is pairs"},
@@ -189,8 +216,26 @@ TEST_F(PhoneFile, AWrongFileMakesNoPhoneAndNamesTheLine) {
       {"[modem]\nrows = [\n\"117 * \\\"1\\\"\",\n\"117\"]", ":4: "},
       {"[input]\nlines = [\"event0 key NONE\"]", ":2: 'NONE' is not a code"},
       {"[cards.a]\nin = true\n[cards.b]\nin = true", ":4: only one card"},
-      {"[cards.a]\nis = \"huge\"", ":2: \"huge\" is no word of a card"},
+      {"[cards.a]\nis = \"huge\"", ":2: \"huge\" is no word of a card: write partition"},
       {"faults = [[\"set_item\"]]", ":1: no call is named \"set_item\"; nearest: "},
+      {"faults = [[\"get_ftm_item\", \"13\"],\n[\"get_ftm_item\", \"IMEI\"]]", ":2: get_ftm_item 13 stands here twice"},
+      {"faults = [[\"request_to_modem_via_dmi\", \"1000\"]]", ":1: \"1000\" is no opcode of the modem: 0 to 971"},
+      {"[settings]\ndisplay = \"\"\"\nformat 24\ndepth 99\n\"\"\"", ":4: no setting \"depth 99\""},
+      {"[settings]\nfingerprint = \"zone 2 0\"", ":2: \"zone 2 0\" is no TEST PASS RESULT"},
+      {"[cards.a]\nis = \"size=8 size=16\"", ":2: \"size=8\" is undone by a word after it"},
+      {"[cards.card]\nin = true\n[files]\n\"/storage/1A2B-3C4D/x\" = \"\"", "it belongs into [cards.card.files]"},
+      {"folders = [\"/storage/1A2B-3C4D/x\"]\n[cards.card]\nin = true", ":1: /storage/1A2B-3C4D/x is on the card"},
+      {"[modem.records]\nnv_0550 = \"\"", ":2: the modem has no record \"nv_0550\""},
+      {"[build]\n\"ro.none\" = \"\"", ":2: ro.none is not in a new phone"},
+      {"removed = [\"/data/anr\",\n\"/data/anr\"]", ":2: /data/anr stands here twice"},
+      {"[properties]\npersist.sys.x = \"1\"", ":2: a name with dots stands in quotes: \"persist.sys.x\""},
+      {"[items]\nPID = abc", "; a text stands in quotes"},
+      {"\n# \xe9x", ":2: Encountered invalid utf-8 sequence; save the file as UTF-8"},
+      {"[items]\n\"QEM flag\" = true", ":2: QEM flag is a number from 0 to 255"},
+      {"[cards.a.files]\n\"../x\" = \"\"", ":2: \"../x\" is no path on a card"},
+      {"[programs]\n\"../x\" = \"\"", ":2: \"../x\" is no name of a program"},
+      {"[files]\n\"/system/build.prop\" = \"\"", ":2: /system/build.prop stands in [build]"},
+      {"[files]\n\"/x\" = \"\"\n\"/x/y\" = \"\"", ":3: /x/y cannot be made: a file is in its way"},
   };
   for (const auto& [text, error] : rows) {
     const std::string told = imported(text);

@@ -123,11 +123,11 @@ TEST_F(VerbTest, ItemsTravelToAnotherPhoneOrNotAtAll) {
 }
 
 TEST_F(VerbTest, FaultsHitTheCallsThatAreMeant) {
-  tell_all({{{"fault", "set", "set_ftm_item", "13"}, 0, ""}, {{"fault", "list"}, 0, "set_ftm_item 13: fails\n"}});
+  tell_all({{{"fault", "set", "set_ftm_item", "IMEI"}, 0, ""}, {{"fault", "list"}, 0, "set_ftm_item 13: fails\n"}});
   EXPECT_EQ(-1, set_imei_ftm_item(std::string(20, '1').c_str()));
   EXPECT_EQ(0, set_pid(std::string(30, '1').c_str()));
   EXPECT_EQ(1, device().logs.count(LOG_ID_MAIN, ANDROID_LOG_ERROR, "ftm", "item 13 cannot be written: a fault is set"));
-  tell_all({{{"fault", "clear", "set_ftm_item", "13"}, 0, ""}, {{"fault", "list"}, 0, "no faults are set"}});
+  tell_all({{{"fault", "clear", "set_ftm_item", "IMEI"}, 0, ""}, {{"fault", "list"}, 0, "no faults are set"}});
   EXPECT_EQ(0, set_imei_ftm_item(std::string(20, '1').c_str()));
 
   std::string results;
@@ -148,6 +148,7 @@ TEST_F(VerbTest, FaultsHitTheCallsThatAreMeant) {
   }
   tell_all({{{"fault", "list"}, 0, "no faults are set"},
             {{"fault", "set", "set_item"}, 64, "nearest: set_ftm_item"},
+            {{"fault", "set", "set_ftm_item", "banana"}, 64, "no item is named \"banana\"; nearest: "},
             {{"fault", "set", "set_ftm_item", "13", "14"}, 64, "\"14\" after the call"},
             {{"fault", "set", "set_ftm_item", "nth=0"}, 64, "\"nth=0\" after the call"},
             {{"fault", "set", "any"}, 0, ""}});

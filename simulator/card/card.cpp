@@ -114,10 +114,7 @@ bool Card::insert(const std::string& name, const std::vector<std::string>& words
     if (word == "unmounted") {
       mounts = false;
     } else if (!apply_word(word, &state, &contents)) {
-      *error = "\"" + word +
-               "\" is no word of a card: write partition, disk, blank, corrupt, default, foreign, protected, full, "
-               "dummy, plain, unmounted, size=MIB (1 to 2097152) or id=XXXX-XXXX (0 to 9, A to F)";
-      return false;
+      return *error = "\"" + word + "\" is no word of a card: write unmounted, " + kCardWords, false;
     }
   }
   pull_locked();

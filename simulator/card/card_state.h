@@ -34,9 +34,13 @@ CardState new_card(const std::string& name);
 // The id that follows when a file system is made anew.
 std::string next_id(const std::string& id);
 
-// Changes a card by a word: partition, disk, blank, corrupt, default, foreign, protected, full, dummy, plain (none of
-// blank, corrupt, protected, full and dummy any more), size=MIB, id=XXXX-XXXX. False for any other word. *contents is
-// what becomes of its files.
+// The words of a card, for a sentence.
+inline constexpr char kCardWords[] =
+    "partition, disk, blank, corrupt, default, foreign, protected, full, dummy, plain, size=MIB (1 to 2097152) or "
+    "id=XXXX-XXXX (0 to 9, A to F)";
+
+// Changes a card by one of these; "plain" is none of blank, corrupt, protected, full and dummy any more. False for any
+// other word. *contents is what becomes of its files.
 bool apply_word(std::string_view word, CardState* state, CardContents* contents);
 
 // The words that make a card of its name what it is.

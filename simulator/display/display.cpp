@@ -20,6 +20,7 @@ namespace {
 
 constexpr int kLongestSide = 8192;
 constexpr char kFile[] = "/sim/display";
+constexpr char kSettings[] = "size WIDTHxHEIGHT (1 to 8192), depth 16|32 or format 16|24|32";
 
 // The pixels of a row of the framebuffer: from 256 on the driver rounds up to a multiple of the bits of a pixel.
 int row_pixels(const DisplaySettings& now) {
@@ -44,6 +45,13 @@ bool parse_setting(const std::string& name, const std::string& value, DisplaySet
   if (!read_number(value, 16, 32, &number) || (number != 16 && number != 24 && number != 32)) return false;
   if (name == "depth" && number != 24) return out->depth = number, true;
   return name == "format" && (out->format = number, true);
+}
+
+// Takes a line of the file; false for one that makes no sense.
+bool parse_line(std::string_view line, DisplaySettings* out) {
+  if (is_comment(line)) return true;
+  const std::string name(take_word(&line)), value(take_word(&line));
+  return is_comment(line) && parse_setting(name, value, out);
 }
 
 // A picture as rows of pixels of 16, 24 or 32 bits, each row filled with zeros to `size` bytes.
@@ -83,21 +91,22 @@ DisplaySettings Display::settings() const {
   std::string text;
   read_file(root_ + kFile, &text);
   std::istringstream lines(text);
-  for (std::string line, name, value; std::getline(lines, line);) {
-    std::istringstream words(line);
-    if (!(words >> name) || name[0] == '#') continue;
-    if (!(words >> value) || !parse_setting(name, value, &result)) complain("sim/display", "no such setting: " + line);
+  for (std::string line; std::getline(lines, line);) {
+    if (!parse_line(line, &result)) complain("sim/display", wrong(line));
   }
   return result;
+}
+
+std::string Display::wrong(const std::string& line) {
+  DisplaySettings ignored;
+  return parse_line(line, &ignored) ? "" : "no setting \"" + line + "\"; write " + kSettings;
 }
 
 bool Display::set(const std::string& name, const std::string& value, std::string* error) {
   std::lock_guard guard(lock_);
   DisplaySettings now = settings();
   if (!parse_setting(name, value, &now)) {
-    return *error = "no setting \"" + name + " " + value + "\"; write size WIDTHxHEIGHT (1 to 8192), depth 16|32 or " +
-                    "format 16|24|32",
-           false;
+    return *error = "no setting \"" + name + " " + value + "\"; write " + kSettings, false;
   }
   std::ostringstream text;
   text << "size " << now.width << 'x' << now.height << "\ndepth " << now.depth << "\nformat " << now.format << '\n';

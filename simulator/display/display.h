@@ -33,6 +33,9 @@ class Display {
   // What "sim/display" says, and what a new phone has where it says nothing.
   DisplaySettings settings() const;
 
+  // What is wrong with a line of "sim/display", "" when it makes sense.
+  static std::string wrong(const std::string& line);
+
   // Changes one setting: "size" 1080x1920, "depth" 16, "format" 24. False with a sentence in *error.
   bool set(const std::string& name, const std::string& value, std::string* error);
 

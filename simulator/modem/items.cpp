@@ -149,7 +149,9 @@ ModemItems::ModemItems(const std::string& root, const std::atomic<bool>& syncs)
 
 bool ModemItems::keeps(const std::string& name) {
   int item;
-  if (name.starts_with("nv_")) return read_number(name.substr(3), 0, UINT16_MAX, &item);
+  if (name.starts_with("nv_")) {
+    return read_number(name.substr(3), 0, UINT16_MAX, &item) && name == "nv_" + std::to_string(item);
+  }
   return !forgets(name) && !name.empty() &&
          std::any_of(std::begin(kItems), std::end(kItems), [&](const Item& row) { return name == row.file; });
 }

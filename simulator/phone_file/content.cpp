@@ -117,8 +117,10 @@ bool read_content(const std::string& path, Content* content) {
   // A partition is mostly a hole.
   for (off_t at = 0, end = 0; whole && (at = lseek(fd, end, SEEK_DATA)) >= 0;) {
     end = lseek(fd, at, SEEK_HOLE);
+    // Where the file has become shorter.
+    if (end < 0) whole = false, errno = EIO;
     for (ssize_t got = 0; whole && at < end; at += got) {
-      errno = EIO;  // where the file has become shorter
+      errno = EIO;  // for a read of nothing
       got = pread(fd, block.data(), static_cast<size_t>(std::min(end - at, kBlock)), at);
       whole = got > 0 && content->put(at, block.substr(0, static_cast<size_t>(got)));
     }

@@ -9,9 +9,7 @@
 #include <tuple>
 #include <utility>
 
-#include "desk/answer_rows.h"
 #include "desk/words.h"
-#include "factory/item_registry.h"
 #include "simulator/phone_file/content.h"
 #include "simulator/phone_file/phone_file.h"
 #include "simulator/phone_file/places.h"
@@ -124,7 +122,9 @@ class Exporter {
   void add_item(const std::string& name);
   void add_property(const std::string& name);
   void add_file(const std::string& path, fs::file_type type);
-  void add_lines(const char* file, const char* section, const char* key, bool rows);
+  std::vector<std::string> good_lines(const std::string& file);
+  void add_setting(const std::string& path, const std::string& name);
+  void add_lines(const std::string& file, const char* section, const char* key);
   void add_build();
   void add_cards(std::string* error);
 
@@ -132,8 +132,9 @@ class Exporter {
   const std::string& fresh_;
   Tree there_, new_;
   std::string mounted_;  // where the files of the mounted card are
+  std::string awaited_;  // the place on the phone of a card that is in and not mounted
   std::map<std::string, std::string> sections_;
-  std::map<std::pair<int, int>, std::string> items_;
+  std::map<std::pair<unsigned, int>, std::string> items_;
   std::vector<std::string> removed_, folders_;
 };
 
@@ -158,22 +159,20 @@ bool Exporter::value_of(const std::string& path, const std::string& file, fs::fi
 }
 
 void Exporter::add_item(const std::string& name) {
-  int index, length;
-  const size_t dash = name.find('-');
-  const std::string path = "/sim/items/" + name;
-  if (dash == name.npos || !read_number(name.substr(0, dash), 0, INT32_MAX, &index) ||
-      !read_number(name.substr(dash + 1), 1, kPhoneFileContentMax, &length) ||
-      name != std::to_string(index) + "-" + std::to_string(length)) {
-    leave_out(path, "no item has this name, which is INDEX-LENGTH");
+  unsigned index;
+  int length;
+  if (!parse_stored_name(name, &index, &length)) {
+    leave_out("/sim/items/" + name, "no item has this name, which is INDEX-LENGTH");
     return;
   }
-  const Content content = content_of(device_.items.get(static_cast<unsigned>(index), length));
+  const Content content = content_of(device_.items.get(index, length));
   // As if it had never been written.
   if (content.bytes.empty()) return;
   std::string key = name;
   Encoding encoding = Encoding::text;
-  for (const FactoryItem& item : kFactoryItems) {
-    if (item.index == static_cast<unsigned>(index) && item.length == length) key = item.name, encoding = item.encoding;
+  if (const FactoryItem* item = find_item(index); item && item->length == length) {
+    key = item->name;
+    encoding = item->encoding;
   }
   const unsigned char first = static_cast<unsigned char>(content.bytes[0]);
   const bool digit = encoding == Encoding::digit && content.bytes.size() == 1 && first >= '0' && first <= '9';
@@ -198,9 +197,19 @@ void Exporter::add_file(const std::string& path, fs::file_type type) {
   const std::string section = place.section, name = path.substr(std::min(strlen(place.path), path.size()));
   if (section.empty()) return;
   const auto found = new_.find(path);
-  const bool known = found != new_.end() && found->second == type;
-  if (type == fs::file_type::directory) {
-    if (known || !is_empty_folder(there_, path)) return;
+  const bool known = found != new_.end() && found->second == type, folder = type == fs::file_type::directory;
+  if (folder && (known || !is_empty_folder(there_, path))) return;
+  // There a folder may stay, or a link.
+  const std::string within = type == fs::file_type::regular ? path + "/" : path;
+  if (!awaited_.empty() && within.starts_with(awaited_ + "/")) {
+    leave_out(path, "the card " + device_.card.state().name + " is mounted there at a boot, and needs an empty folder");
+    return;
+  }
+  if (!folder && holds_own(path)) {
+    leave_out(path, "the phone's own is below it, so it is a folder");
+    return;
+  }
+  if (folder) {
     if (!holds_folders(place)) leave_out(path, "a folder, and only files are there");
     else if (stands(path, path)) folders_.push_back(path);
     return;
@@ -217,9 +226,9 @@ void Exporter::add_file(const std::string& path, fs::file_type type) {
     return;
   }
   if (section == "settings") {
-    const bool known_setting = name == "display" || name == "fingerprint";
-    if (!known_setting) leave_out(path, "nothing of the phone reads it");
-    if (!known_setting || is_as_new(device_, name)) return;
+    if (name == "display" || name == "fingerprint") add_setting(path, name);
+    else leave_out(path, "nothing of the phone reads it");
+    return;
   }
   const std::string file = device_.root() + path;
   if (known && type == fs::file_type::regular) {
@@ -243,14 +252,25 @@ void Exporter::add_file(const std::string& path, fs::file_type type) {
   add(section, place.keeps_path ? path : section == "efs" ? "/" + name : name, value);
 }
 
-void Exporter::add_lines(const char* file, const char* section, const char* key, bool rows) {
+// The lines of a settings file that make sense; the others are left out.
+std::vector<std::string> Exporter::good_lines(const std::string& file) {
   std::vector<std::string> lines;
   for (const std::string& line : lines_of(device_.root() + file)) {
-    AnswerRow row;
-    const std::string wrong = rows ? parse_answer_row(line, RowsOf::modem, &row) : Input::wrong(line);
+    const std::string wrong = wrong_line(file, line);
     if (!wrong.empty()) leave_out(file, shown(line) + ": " + shown(wrong));
     else if (stands(file, line)) lines.push_back(line);
   }
+  return lines;
+}
+
+void Exporter::add_setting(const std::string& path, const std::string& name) {
+  std::string text;
+  for (const std::string& line : good_lines(path)) text += line + "\n";
+  if (!is_as_new(device_, name)) add("settings", name, sim::quoted(text));
+}
+
+void Exporter::add_lines(const std::string& file, const char* section, const char* key) {
+  const std::vector<std::string> lines = good_lines(file);
   if (lines != lines_of(fresh_ + file)) add(section, key, listed_lines(lines));
 }
 
@@ -302,19 +322,23 @@ bool Exporter::run(const Tree& again, std::string* error) {
     const std::string place = mounted_.substr(device_.root().size());
     std::erase_if(there_, [&](const auto& entry) { return (entry.first + "/").starts_with(place + "/"); });
   }
+  const std::string awaited = in.name.empty() || in.mounted ? "" : resolve(device_.root(), "/storage/" + in.id);
+  if (!awaited.empty()) awaited_ = awaited.substr(device_.root().size());
   for (const auto& [path, type] : there_) add_file(path, type);
   std::set<std::string> gone;
   for (const auto& [path, type] : new_) {
     const auto found = there_.find(path);
-    // What is made again at a boot is not gone for good; what goes with its folder needs no mention.
-    if ((found != there_.end() && found->second == type) || again.contains(path) || !*place_of(path).section) continue;
+    // What is made again at a boot is not gone for good, where nothing else has its place; what goes with its folder
+    // needs no mention.
+    const bool stays = found == there_.end() ? again.contains(path) : found->second == type;
+    if (stays || !*place_of(path).section || holds_own(path)) continue;
     gone.insert(path);
     if (!gone.contains(path.substr(0, path.rfind('/')))) removed_.push_back(path);
   }
   for (const auto& [key, line] : items_) sections_["items"] += line;
   add_build();
-  add_lines("/sim/modem.conf", "modem", "rows", true);
-  add_lines("/sim/input.conf", "input", "lines", false);
+  add_lines("/sim/modem.conf", "modem", "rows");
+  add_lines("/sim/input.conf", "input", "lines");
   add_cards(error);
   return error->empty();
 }

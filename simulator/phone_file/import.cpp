@@ -7,9 +7,7 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "desk/answer_rows.h"
 #include "desk/words.h"
-#include "factory/item_registry.h"
 #include "simulator/phone_file/phone_file.h"
 #include "simulator/phone_file/places.h"
 #include "simulator/phone_file/toml_reader.h"
@@ -37,13 +35,18 @@ class Importer : public TomlReader {
   static const Section kSections[];
 
   bool failed(const toml::node& node, const std::string& path) {
-    return fail(node, path + " cannot be made: " + strerror(errno));
+    return fail(node, path + " cannot be made: " +
+                          (errno == ENOTDIR ? "a file is in its way: leave one out, or name the file in \"removed\""
+                                            : strerror(errno)));
   }
   bool fail_section(const toml::node& node, const std::string& name, const std::string& section) {
     return fail(node, name + " is a section: [" + section + "]");
   }
+  bool is_no_table(const std::string& name, const toml::node& node);
+  bool is_free(const toml::node& node, const std::string& path, const std::string& place);
+  bool fail_own(const toml::source_region& where, const std::string& path);
   bool put(const toml::node& node, const std::string& path, bool program = false);
-  bool add_lines(const toml::node& node, const char* file, bool rows);
+  bool add_lines(const toml::node& node, const char* what, const std::string& file);
   bool take_item(const toml::key& key, const toml::node& node);
   bool take_card_path(const toml::node& node, const std::string& path);
   bool take_card(const std::string& name, const toml::node& node);
@@ -66,7 +69,7 @@ class Importer : public TomlReader {
 
   const std::string root_;
   std::vector<Fault>* const faults_;
-  bool has_card_ = false;
+  std::string in_, mount_;  // the card that is in, and its place of the desktop
 };
 
 // In the order in which they take effect.
@@ -79,10 +82,36 @@ constexpr Importer::Section Importer::kSections[] = {
     {"files", &Importer::files},
 };
 
+// Fails for a name that its dots have made a table.
+bool Importer::is_no_table(const std::string& name, const toml::node& node) {
+  std::string whole = name;
+  const toml::table* table = node.as_table();
+  for (; table && !table->is_inline() && !table->empty(); table = table->begin()->second.as_table()) {
+    whole += "." + std::string(table->begin()->first.str());
+  }
+  return whole == name || fail(node, "a name with dots stands in quotes: \"" + whole + "\"");
+}
+
+// Fails below the place of the card that is in.
+bool Importer::is_free(const toml::node& node, const std::string& path, const std::string& place) {
+  return in_.empty() || !place.starts_with(mount_ + "/") ||
+         fail(node, path + " is on the card " + in_ + ", which is in: it belongs into [cards." + in_ + ".files]");
+}
+
+// Fails for a path that stands in no section.
+bool Importer::fail_own(const toml::source_region& where, const std::string& path) {
+  const std::string form = place_of(path).form;
+  return fail(where,
+              form.empty() ? path + " is the phone's own, and begins anew; leave it out" : path + " stands in " + form);
+}
+
 // Makes the file or the link of a value.
 bool Importer::put(const toml::node& node, const std::string& path, bool program) {
   if (!take_path(node, path)) return false;
+  const toml::table* table = node.as_table();
+  const toml::node* link = table && table->size() == 1 ? table->get("link") : nullptr;
   const std::string place = resolve(root_, path, Last::itself);
+  if (!is_free(node, path, link ? place : place + "/")) return false;
   std::error_code failure;
   struct stat there;
   if (lstat(place.c_str(), &there) == 0 && S_ISDIR(there.st_mode)) {
@@ -90,8 +119,7 @@ bool Importer::put(const toml::node& node, const std::string& path, bool program
   }
   if (place.empty() || !make_folders(place.substr(0, place.rfind('/')))) return failed(node, path);
   fs::remove(place, failure);
-  const toml::table* table = node.as_table();
-  if (const toml::node* link = table && table->size() == 1 ? table->get("link") : nullptr) {
+  if (link) {
     std::string target;
     const std::string own = place.substr(root_.size());
     if (own.starts_with("/sim/") && !own.starts_with("/sim/cards/")) {
@@ -109,9 +137,9 @@ bool Importer::put(const toml::node& node, const std::string& path, bool program
 }
 
 // Puts other lines in the place of those in a settings file that count.
-bool Importer::add_lines(const toml::node& node, const char* file, bool rows) {
+bool Importer::add_lines(const toml::node& node, const char* what, const std::string& file) {
   std::vector<std::string> lines;
-  if (!take_texts(node, rows ? "the rows" : "the lines", &lines)) return false;
+  if (!take_texts(node, what, &lines)) return false;
   std::string before, after;
   read_file(root_ + file, &before);
   for (size_t at = 0, end; at < before.size() && before[at] == '#'; at = end) {
@@ -119,8 +147,7 @@ bool Importer::add_lines(const toml::node& node, const char* file, bool rows) {
     after += before.substr(at, end - at);
   }
   for (size_t i = 0; i < lines.size(); ++i) {
-    AnswerRow row;
-    const std::string wrong = rows ? parse_answer_row(lines[i], RowsOf::modem, &row) : Input::wrong(lines[i]);
+    const std::string wrong = wrong_line(file, lines[i]);
     if (!wrong.empty()) return fail((*node.as_array())[i], wrong);
     after += lines[i] + "\n";
   }
@@ -133,8 +160,14 @@ bool Importer::faults(const toml::table& phone) {
   if (!list->is_array()) return fail(*list, "faults are arrays of words: [[\"set_ftm_item\", \"13\", \"nth=3\"]]");
   for (const toml::node& one : *list->as_array()) {
     std::vector<std::string> words;
+    Fault fault;
     if (!take_texts(one, "the words of a fault", &words)) return false;
-    if (const std::string wrong = parse_fault(words, &faults_->emplace_back()); !wrong.empty()) return fail(one, wrong);
+    if (const std::string wrong = parse_fault(words, &fault); !wrong.empty()) return fail(one, wrong);
+    const auto hits_the_same = [&](const Fault& old) { return name_of(old) == name_of(fault); };
+    if (std::any_of(faults_->begin(), faults_->end(), hits_the_same)) {
+      return fail(one, name_of(fault) + " stands here twice");
+    }
+    faults_->push_back(fault);
   }
   return true;
 }
@@ -151,8 +184,11 @@ bool Importer::removed(const toml::table& phone) {
     if (holds_own(paths[i])) {
       return fail(node, paths[i] + " holds what is the phone's own; name what is to be removed there");
     }
-    if (!*place_of(paths[i]).section) {
-      return fail(node, paths[i] + " is the phone's own, and begins anew with each; leave it out");
+    if (!*place_of(paths[i]).section) return fail_own(node.source(), paths[i]);
+    for (size_t before = 0; before < i; ++before) {
+      if (paths[i] == paths[before]) return fail(node, paths[i] + " stands here twice");
+      if (!paths[i].starts_with(paths[before] + "/")) continue;
+      return fail(node, paths[i] + " goes with " + paths[before] + "; leave it out");
     }
     if (fs::remove_all(place, failure) == 0) {
       return fail(node, paths[i] + " is not in a new phone: nothing is to be removed");
@@ -171,9 +207,11 @@ bool Importer::folders(const toml::table& phone) {
     const toml::node& node = (*list->as_array())[i];
     if (!take_path(node, paths[i])) return false;
     const Place& place = place_of(paths[i]);
-    if (!*place.section) return fail(node, paths[i] + " is the phone's own; leave it out");
+    if (!*place.section) return fail_own(node.source(), paths[i]);
     if (!holds_folders(place)) return fail(node, paths[i] + " is no folder; it belongs into [" + place.section + "]");
-    if (!make_folders(resolve(root_, paths[i]))) return failed(node, paths[i]);
+    const std::string folder = resolve(root_, paths[i]);
+    if (!is_free(node, paths[i], folder)) return false;
+    if (!make_folders(folder)) return failed(node, paths[i]);
   }
   return true;
 }
@@ -185,11 +223,13 @@ bool Importer::build(const toml::table& section) {
   for (const auto& [key, node] : section) {
     const std::string name(key.str());
     std::string value;
-    if (!take_text(node, name, &value)) return false;
+    if (!is_no_table(name, node) || !take_text(node, name, &value)) return false;
     if (const std::string wrong = wrong_property(name, value); !wrong.empty()) return fail(node, wrong);
     const std::string line = "\n" + name + "=";
     if (const size_t at = ("\n" + text).find(line); at != text.npos) {
       text.erase(at, std::min(text.find('\n', at), text.size() - 1) + 1 - at);
+    } else if (value.empty()) {
+      return fail(node, name + " is not in a new phone: nothing is to be taken out");
     }
     if (!value.empty()) text += name + "=" + value + "\n";
   }
@@ -202,6 +242,7 @@ bool Importer::properties(const toml::table& section) {
   for (const auto& [key, node] : section) {
     const std::string name(key.str());
     std::string value;
+    if (!is_no_table(name, node)) return false;
     if (!node.is_string()) return fail(node, name + " is a text in quotes");
     value = *node.value<std::string>();
     if (!name.starts_with("persist.")) {
@@ -215,30 +256,21 @@ bool Importer::properties(const toml::table& section) {
 
 bool Importer::take_item(const toml::key& key, const toml::node& node) {
   const std::string name(key.str());
-  std::vector<std::string> names;
+  std::string wrong;
   FactoryItem item = {0, 0, Encoding::text, ""};
-  int index, length;
-  const size_t dash = name.find('-');
-  const bool is_index = read_number(name.substr(0, dash), 0, INT32_MAX, &index);
-  for (const FactoryItem& row : kFactoryItems) {
-    if (name == row.name || (is_index && dash == name.npos && row.index == static_cast<unsigned>(index))) item = row;
-    names.push_back(row.name);
+  if (const FactoryItem* named = item_named(name, &wrong)) item = *named;
+  else if (!parse_stored_name(name, &item.index, &item.length)) {
+    return fail(key.source(), wrong + "; one without a name is INDEX-LENGTH");
   }
-  if (item.length == 0 && is_index && dash != name.npos &&
-      read_number(name.substr(dash + 1), 1, static_cast<int>(kPhoneFileContentMax), &length)) {
-    item.index = static_cast<unsigned>(index);
-    item.length = length;
-  }
-  if (item.length == 0) return unknown(key, "the item", names);
   Content content;
-  const bool is_digit = item.encoding == Encoding::digit;
-  if (const auto number = node.value<int64_t>(); number && node.is_integer()) {
-    if (item.encoding != Encoding::flag && !is_digit)
-      return fail(node, name + " is a text or bytes: write it in quotes");
-    if (*number < 0 || *number > (is_digit ? 9 : 255)) {
+  const bool is_digit = item.encoding == Encoding::digit, is_number = is_digit || item.encoding == Encoding::flag;
+  if (node.is_integer() && !is_number) return fail(node, name + " is a text or bytes: write it in quotes");
+  if (is_number && node.is_value() && !node.is_string()) {
+    const int64_t number = node.value_exact<int64_t>().value_or(-1);
+    if (number < 0 || number > (is_digit ? 9 : 255)) {
       return fail(node, name + " is a number from 0 to " + (is_digit ? "9" : "255"));
     }
-    content = content_of(std::string(1, static_cast<char>(is_digit ? '0' + *number : *number)));
+    content = content_of(std::string(1, static_cast<char>(is_digit ? '0' + number : number)));
   } else if (!take_content(node, &content)) {
     return false;
   }
@@ -262,7 +294,7 @@ bool Importer::items(const toml::table& section) {
 bool Importer::modem(const toml::table& section) {
   for (const auto& [key, node] : section) {
     if (key == "rows") {
-      if (!add_lines(node, "/sim/modem.conf", true)) return false;
+      if (!add_lines(node, "the rows", "/sim/modem.conf")) return false;
       continue;
     }
     if (key != "records") return unknown(key, "in [modem]", {"rows", "records"});
@@ -288,14 +320,14 @@ bool Importer::efs(const toml::table& section) {
 bool Importer::input(const toml::table& section) {
   for (const auto& [key, node] : section) {
     if (key != "lines") return unknown(key, "in [input]", {"lines"});
-    if (!add_lines(node, "/sim/input.conf", false)) return false;
+    if (!add_lines(node, "the lines", "/sim/input.conf")) return false;
   }
   return true;
 }
 
 bool Importer::take_card_path(const toml::node& node, const std::string& path) {
-  if (!path.starts_with('/')) return take_path(node, "/" + path);
-  return fail(node, "\"" + path + "\": a path on a card begins without \"/\"");
+  return is_path("/" + path) ||
+         fail(node, "\"" + path + "\" is no path on a card: write it without \"/\" before it, and without \"..\"");
 }
 
 bool Importer::take_card(const std::string& name, const toml::node& node) {
@@ -311,9 +343,16 @@ bool Importer::take_card(const std::string& name, const toml::node& node) {
     if (!take_text(*is, "\"is\"", &text)) return false;
     std::string_view rest = text;
     for (std::string_view word; !(word = take_word(&rest)).empty();) {
-      if (!apply_word(word, &state, &contents)) {
-        return fail(*is, "\"" + std::string(word) + "\" is no word of a card; docs/simulated-phone.md has them");
-      }
+      if (apply_word(word, &state, &contents)) continue;
+      return fail(*is, "\"" + std::string(word) + "\" is no word of a card: write " + kCardWords);
+    }
+    rest = text;
+    for (std::string_view word; !(word = take_word(&rest)).empty();) {
+      CardState again = state;
+      CardContents made = contents;
+      apply_word(word, &again, &made);
+      if (to_words(again) == to_words(state) && made == contents) continue;
+      return fail(*is, "\"" + std::string(word) + "\" is undone by a word after it: leave one of them out");
     }
   }
   if (!make_folders(root_ + files) || !make_contents(root_ + place + "/files", contents) ||
@@ -325,7 +364,9 @@ bool Importer::take_card(const std::string& name, const toml::node& node) {
     if (key == "in") {
       if (!value.is_boolean()) return fail(value, "\"in\" is true or false");
       if (!*value.value<bool>()) continue;
-      if (std::exchange(has_card_, true)) return fail(value, "only one card can be in");
+      if (!in_.empty()) return fail(value, "only one card can be in");
+      in_ = name;
+      mount_ = resolve(root_, "/storage/" + state.id);
       if (!write_file(root_ + "/sim/card", name + "\n")) return failed(value, "/sim/card");
     } else if (key == "folders") {
       std::vector<std::string> folders;
@@ -358,14 +399,28 @@ bool Importer::cards(const toml::table& section) {
 bool Importer::settings(const toml::table& section) {
   for (const auto& [key, node] : section) {
     if (key != "display" && key != "fingerprint") return unknown(key, "in [settings]", {"display", "fingerprint"});
-    if (!put(node, "/sim/" + std::string(key.str()))) return false;
+    const std::string path = "/sim/" + std::string(key.str());
+    if (!node.is_string()) return fail(node, path + " is lines of text in quotes");
+    const std::string text = *node.value<std::string>();
+    for (size_t at = 0, end; at < text.size(); at = end + 1) {
+      end = std::min(text.find('\n', at), text.size());
+      const std::string wrong = wrong_line(path, text.substr(at, end - at));
+      if (wrong.empty()) continue;
+      toml::source_region where = node.source();
+      const auto below = std::count(text.begin() + static_cast<ptrdiff_t>(at), text.end(), '\n');
+      if (where.end.line > where.begin.line + below) where.begin.line = where.end.line - static_cast<uint32_t>(below);
+      return fail(where, wrong);
+    }
+    if (!write_file(root_ + path, text)) return failed(node, path);
   }
   return true;
 }
 
 bool Importer::programs(const toml::table& section) {
   for (const auto& [key, node] : section) {
-    if (!put(node, "/system/bin/" + std::string(key.str()), true)) return false;
+    const std::string name(key.str());
+    if (!is_path("/" + name)) return fail(node, "\"" + name + "\" is no name of a program");
+    if (!put(node, "/system/bin/" + name, true)) return false;
   }
   return true;
 }
@@ -375,7 +430,7 @@ bool Importer::paths(const toml::table& section, const std::string& name) {
     const std::string path(key.str());
     if (!take_path(node, path)) return false;
     const std::string belongs = place_of(path).section;
-    if (belongs.empty()) return fail(key.source(), path + " is the phone's own, and begins anew; leave it out");
+    if (belongs.empty()) return fail_own(key.source(), path);
     if (belongs != name) return fail(key.source(), path + " belongs into [" + belongs + "]");
     if (!put(node, path)) return false;
   }
@@ -384,18 +439,32 @@ bool Importer::paths(const toml::table& section, const std::string& name) {
 
 bool Importer::run(const toml::table& phone) {
   std::vector<std::string> names = {"faults", "removed", "folders"};
+  const size_t lists = names.size();
   for (const Section& section : kSections) names.push_back(section.name);
   for (const auto& [key, node] : phone) {
     const auto found = std::find(names.begin(), names.end(), key.str());
     if (found == names.end()) return unknown(key, "the section", names);
-    if (found - names.begin() > 2 && !node.is_table()) return fail(node, "this is a section: [" + *found + "]");
+    const bool is_section = static_cast<size_t>(found - names.begin()) >= lists;
+    if (is_section && !node.is_table()) return fail(node, "this is a section: [" + *found + "]");
   }
-  if (!faults(phone) || !removed(phone) || !folders(phone)) return false;
+  if (!faults(phone) || !removed(phone)) return false;
   for (const Section& section : kSections) {
     const toml::node* node = phone.get(section.name);
     if (node && !(this->*section.take)(*node->as_table())) return false;
   }
-  return true;
+  return folders(phone);
+}
+
+// What helps with a sentence of the parser.
+std::string advice(std::string_view sentence) {
+  // Every other byte of UTF-16 is a NUL.
+  for (const char* other : {"utf-8", "\\u0000"}) {
+    if (sentence.find(other) != sentence.npos) return "; save the file as UTF-8";
+  }
+  for (const char* value : {"parsing value", "boolean", "integer", "floating-point", "date", "time"}) {
+    if (sentence.find(value) != sentence.npos) return "; a text stands in quotes";
+  }
+  return "";
 }
 
 // Makes the phone in a folder that is not there.
@@ -410,11 +479,16 @@ bool make(const toml::table& phone, const std::string& folder, Importer& importe
 
 bool import_phone(const std::string& text, const std::string& name, const std::string& folder,
                   std::vector<Fault>* faults, std::string* error) {
-  std::string place = folder;
+  std::error_code failure;
+  // A link to an empty folder is followed.
+  std::string place = fs::canonical(folder, failure);
+  if (failure) place = folder;
   while (place.size() > 1 && place.ends_with('/')) place.pop_back();
   const toml::parse_result parsed = toml::parse(text, name);
-  if (!parsed) return TomlReader(name, error).fail(parsed.error().source(), std::string(parsed.error().description()));
-  std::error_code failure;
+  if (!parsed) {
+    const std::string sentence(parsed.error().description());
+    return TomlReader(name, error).fail(parsed.error().source(), sentence + advice(sentence));
+  }
   if (fs::exists(place, failure) && !fs::is_empty(place, failure)) {
     return *error = place + ": --from makes a new phone, and this folder is not empty; name another one", false;
   }
@@ -427,6 +501,8 @@ bool import_phone(const std::string& text, const std::string& name, const std::s
   Importer importer(name, fresh, faults, error);
   bool made = make(parsed.table(), fresh, importer, error);
   if (made) {
+    const fs::file_status there = fs::status(place, failure);
+    if (fs::is_directory(there)) fs::permissions(fresh, there.permissions() | fs::perms::owner_all, failure);
     fs::rename(fresh, place, failure);
     if (failure) made = false, *error = place + ": " + failure.message();
   }

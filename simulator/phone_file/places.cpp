@@ -4,6 +4,10 @@
 
 #include <algorithm>
 
+#include "desk/answer_rows.h"
+#include "simulator/display/display.h"
+#include "simulator/fingerprint.h"
+#include "simulator/input/input.h"
 #include "simulator/nodes.h"
 
 namespace atd::sim {
@@ -13,12 +17,11 @@ namespace {
 // The first one that fits counts.
 constexpr Place kPlaces[] = {
     // clang-format off
-    // These have sections of another form.
-    {"/sim/card",            "", false},
-    {"/sim/cards/",          "", false},
-    {"/sim/input.conf",      "", false},
-    {"/sim/modem.conf",      "", false},
-    {"/system/build.prop",   "", false},
+    {"/sim/card",            "", false, "[cards.NAME]: in = true"},
+    {"/sim/cards/",          "", false, "[cards.NAME]"},
+    {"/sim/input.conf",      "", false, "[input]: lines"},
+    {"/sim/modem.conf",      "", false, "[modem]: rows"},
+    {"/system/build.prop",   "", false, "[build]"},
     // What one run leaves.
     {"/sim/boots",           "", false},
     {"/sim/control",         "", false},
@@ -55,6 +58,21 @@ constexpr Place kPlaces[] = {
 
 constexpr Place kOneBoot = {"", "", false};
 
+std::string wrong_row(const std::string& line) {
+  AnswerRow row;
+  return parse_answer_row(line, RowsOf::modem, &row);
+}
+
+constexpr struct {
+  std::string_view file;
+  std::string (*wrong)(const std::string& line);
+} kSettingsFiles[] = {
+    {"/sim/modem.conf", wrong_row},
+    {"/sim/input.conf", Input::wrong},
+    {"/sim/display", Display::wrong},
+    {"/sim/fingerprint", Fingerprint::wrong},
+};
+
 }  // namespace
 
 const Place& place_of(const std::string& path) {
@@ -72,6 +90,12 @@ bool holds_own(const std::string& folder) {
     const std::string path = place.path;
     return !*place.section && path.starts_with(folder + "/") && path.size() > folder.size() + 1;
   });
+}
+
+std::string wrong_line(const std::string& file, const std::string& line) {
+  return std::find_if(std::begin(kSettingsFiles), std::end(kSettingsFiles),
+                      [&](const auto& row) { return row.file == file; })
+      ->wrong(line);
 }
 
 }  // namespace atd::sim

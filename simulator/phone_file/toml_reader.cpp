@@ -67,13 +67,17 @@ bool TomlReader::take_content(const toml::node& node, Content* content) {
   return content->put(content->size, std::move(bytes)) || fail(node, "what follows so many zeros does not fit");
 }
 
-bool TomlReader::take_path(const toml::node& node, const std::string& path) {
+bool is_path(const std::string& path) {
   bool good =
       path.starts_with('/') && !path.ends_with('/') && path.find('\0') == path.npos && path.find("//") == path.npos;
   for (const fs::path& part : fs::path(path.substr(std::min<size_t>(path.size(), 1)))) {
     good = good && !part.empty() && part != "." && part != "..";
   }
-  return good || fail(node, "\"" + path + "\" is no path of the phone: write it from \"/\", without \"..\"");
+  return good;
+}
+
+bool TomlReader::take_path(const toml::node& node, const std::string& path) {
+  return is_path(path) || fail(node, "\"" + path + "\" is no path of the phone: write it from \"/\", without \"..\"");
 }
 
 }  // namespace atd::sim

@@ -25,6 +25,9 @@
 
 namespace atd::sim {
 
+// Whether this is the path of a file below the phone: it begins with "/" and has no "." or ".." in it.
+bool is_path(const std::string& path);
+
 class TomlReader {
  public:
   // `name` is the file's, for the sentence in *error.
@@ -44,7 +47,7 @@ class TomlReader {
   // Appends a value to a content.
   bool take_content(const toml::node& node, Content* content);
 
-  // False for what is no path of a file below the phone.
+  // Fails for what is no path of a file below the phone.
   bool take_path(const toml::node& node, const std::string& path);
 
  private:

@@ -33,19 +33,22 @@ void list(SimulatedDevice& device, VerbCall& call) {
   call.answer(text, {{"faults", faults}, {"calls", calls}});
 }
 
-void set(SimulatedDevice& device, VerbCall& call) {
+// False, and the call has failed, for words that make no fault.
+bool read(VerbCall& call, Fault* fault) {
   std::vector<std::string> words;
   for (size_t i = 0; i < call.count(); ++i) words.push_back(call[i]);
-  Fault fault;
-  if (const std::string wrong = parse_fault(words, &fault); !wrong.empty()) return call.fail(kUsage, wrong);
-  device.faults.set(fault);
+  const std::string wrong = parse_fault(words, fault);
+  if (!wrong.empty()) call.fail(kUsage, wrong);
+  return wrong.empty();
+}
+
+void set(SimulatedDevice& device, VerbCall& call) {
+  if (Fault fault; read(call, &fault)) device.faults.set(fault);
 }
 
 void clear(SimulatedDevice& device, VerbCall& call) {
   if (call.count() == 0) return device.faults.clear();
-  Fault which;
-  if (const std::string wrong = parse_fault({call[0]}, &which); !wrong.empty()) return call.fail(kUsage, wrong);
-  device.faults.clear(which.call, call[1]);
+  if (Fault which; read(call, &which)) device.faults.clear(which.call, which.object);
 }
 
 constexpr Verb kVerbs[] = {

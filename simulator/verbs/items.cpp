@@ -4,7 +4,6 @@
 
 #include <algorithm>
 
-#include "desk/nearest.h"
 #include "desk/words.h"
 #include "factory/item_registry.h"
 #include "simulator/simulated_device.h"
@@ -67,16 +66,10 @@ Json to_json(const FactoryItem& item, const std::string& bytes) {
 
 // The registered item of an index or a name; when there is none, fails the call and returns null.
 const FactoryItem* named(VerbCall& call, const std::string& name) {
-  int index;
-  const bool is_index = read_number(name, 0, INT32_MAX, &index);
-  std::vector<std::string> names;
-  for (const FactoryItem& item : kFactoryItems) {
-    if (is_index ? item.index == static_cast<unsigned>(index) : name == item.name) return &item;
-    names.push_back(item.name);
-  }
-  call.fail(kUsage, is_index ? "no item has the index " + name + "; \"item list\" shows all"
-                             : "no item is named \"" + name + "\"; nearest: " + listed(nearest(name, names, 3)));
-  return nullptr;
+  std::string error;
+  const FactoryItem* item = item_named(name, &error);
+  if (!item) call.fail(kUsage, error);
+  return item;
 }
 
 std::string bytes_of_number(const FactoryItem& item, int number) {
