@@ -294,6 +294,7 @@ TEST_F(Daemon, ServesTheSocketOfItsCaller) {
   ASSERT_EQ(0, bind(listener, address.get(), address.size()));
   start({"--device", "phone"}, -1, [] { setenv("ANDROID_SOCKET_atd", "0x", 1); });
   EXPECT_EQ(1, end());
+  EXPECT_EQ("atd: ANDROID_SOCKET_atd: no such descriptor\n", shown());
   for (int fd : {listener, 0}) {
     start({"--device", "phone", "--background"}, -1, [&] {
       dup2(listener, fd);
