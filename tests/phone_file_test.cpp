@@ -221,6 +221,7 @@ TEST_F(PhoneFile, AWrongFileMakesNoPhoneAndNamesTheLine) {
       {"faults = [[\"get_ftm_item\", \"13\"],\n[\"get_ftm_item\", \"IMEI\"]]", ":2: get_ftm_item 13 stands here twice"},
       {"faults = [[\"request_to_modem_via_dmi\", \"1000\"]]", ":1: \"1000\" is no opcode of the modem: 0 to 971"},
       {"[settings]\ndisplay = \"\"\"\nformat 24\ndepth 99\n\"\"\"", ":4: no setting \"depth 99\""},
+      {"[settings]\ndisplay = \"depth 16 24\"", ":2: no setting \"depth 16 24\""},
       {"[settings]\nfingerprint = \"zone 2 0\"", ":2: \"zone 2 0\" is no TEST PASS RESULT"},
       {"[cards.a]\nis = \"size=8 size=16\"", ":2: \"size=8\" is undone by a word after it"},
       {"[cards.card]\nin = true\n[files]\n\"/storage/1A2B-3C4D/x\" = \"\"", "it belongs into [cards.card.files]"},
