@@ -28,7 +28,7 @@ int call_command(int count, const char* const* words) {
     else rest.push_back(word);
   }
   CallRequest request = read_call(rest);
-  // Without --yes, run() refuses it.
+  // What is not confirmed, run() refuses.
   confirm(&request);
   const CallAnswer answer = run(request, {"logcat -d -b all", false, open_phone, nullptr});
   const bool shown = fputs((json ? answer.json : answer.text).c_str(), stdout) >= 0 && fflush(stdout) == 0;

@@ -49,6 +49,7 @@ class Importer : public TomlReader {
   bool add_lines(const toml::node& node, const char* what, const std::string& file);
   bool take_item(const toml::key& key, const toml::node& node);
   bool take_card_path(const toml::node& node, const std::string& path);
+  bool take_card_words(const toml::node& is, CardState* state, CardContents* contents);
   bool take_card(const std::string& name, const toml::node& node);
 
   bool faults(const toml::table& phone);
@@ -330,6 +331,25 @@ bool Importer::take_card_path(const toml::node& node, const std::string& path) {
          fail(node, "\"" + path + "\" is no path on a card: write it without \"/\" before it, and without \"..\"");
 }
 
+bool Importer::take_card_words(const toml::node& is, CardState* state, CardContents* contents) {
+  std::string text;
+  if (!take_text(is, "\"is\"", &text)) return false;
+  std::string_view rest = text;
+  for (std::string_view word; !(word = take_word(&rest)).empty();) {
+    if (apply_word(word, state, contents)) continue;
+    return fail(is, "\"" + std::string(word) + "\" is no word of a card: write " + kCardWords);
+  }
+  rest = text;
+  for (std::string_view word; !(word = take_word(&rest)).empty();) {
+    CardState again = *state;
+    CardContents made = *contents;
+    apply_word(word, &again, &made);
+    if (to_words(again) == to_words(*state) && made == *contents) continue;
+    return fail(is, "\"" + std::string(word) + "\" is undone by a word after it: leave one of them out");
+  }
+  return true;
+}
+
 bool Importer::take_card(const std::string& name, const toml::node& node) {
   if (!is_card_name(name) || !node.is_table()) {
     return fail(node, "a card is a section [cards.NAME]: letters, digits, - and _, at most 32");
@@ -338,23 +358,7 @@ bool Importer::take_card(const std::string& name, const toml::node& node) {
   const std::string place = "/sim/cards/" + name, files = place + "/files/";
   CardState state = new_card(name);
   CardContents contents = CardContents::as_they_are;
-  std::string text;
-  if (const toml::node* is = card.get("is")) {
-    if (!take_text(*is, "\"is\"", &text)) return false;
-    std::string_view rest = text;
-    for (std::string_view word; !(word = take_word(&rest)).empty();) {
-      if (apply_word(word, &state, &contents)) continue;
-      return fail(*is, "\"" + std::string(word) + "\" is no word of a card: write " + kCardWords);
-    }
-    rest = text;
-    for (std::string_view word; !(word = take_word(&rest)).empty();) {
-      CardState again = state;
-      CardContents made = contents;
-      apply_word(word, &again, &made);
-      if (to_words(again) == to_words(state) && made == contents) continue;
-      return fail(*is, "\"" + std::string(word) + "\" is undone by a word after it: leave one of them out");
-    }
-  }
+  if (const toml::node* is = card.get("is"); is && !take_card_words(*is, &state, &contents)) return false;
   if (!make_folders(root_ + files) || !make_contents(root_ + place + "/files", contents) ||
       !write_file(root_ + place + "/card", to_words(state) + "\n")) {
     return failed(node, place);
